@@ -1,0 +1,50 @@
+#pragma once
+
+#include "base/LocalizedError.h"
+#include "base/Task.h"
+
+#include <QByteArray>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+class QNetworkAccessManager;
+
+namespace quillmarsh {
+
+/// The network failed before an HTTP answer was complete. Its description is a plain sentence about the
+/// connection and never holds an address, a header or a body.
+class TransportError final : public LocalizedError
+{
+public:
+    explicit TransportError(QNetworkReply::NetworkError code);
+
+    [[nodiscard]] QNetworkReply::NetworkError code() const { return code_; }
+
+private:
+    QNetworkReply::NetworkError code_;
+};
+
+struct HttpResponse
+{
+    int statusCode = -1; ///< -1: what answered did not speak HTTP
+    QByteArray body;
+};
+
+/// The session that every back end shares: connections are kept warm between rewrites, nothing is cached,
+/// no cookie is kept. Main thread only; lives as long as the application object.
+[[nodiscard]] QNetworkAccessManager& sharedUrlSession();
+
+/// A request as this product sends them: no redirect is followed (a credential never travels to another
+/// origin), no cookies, HTTP/1.1. `timeout` is the longest time without a byte in either direction.
+[[nodiscard]] QNetworkRequest makeRequest(const QUrl& url, std::chrono::milliseconds timeout);
+
+/// Sends `body` with `method` and collects the answer; an HTTP error status is an answer like any other.
+/// Throws TransportError, or Cancelled when `stop` is requested (the connection is closed at once).
+[[nodiscard]] Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetworkRequest request,
+                                      QByteArray body, std::stop_token stop);
+
+/// Opens a connection to the origin of `url` ahead of a request, so that the handshake is done when the
+/// request is ready. Sends nothing. Ignored for anything that is not http or https.
+void preconnect(QNetworkAccessManager& session, const QUrl& url);
+
+} // namespace quillmarsh

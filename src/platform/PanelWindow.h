@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QObject>
+#include <QPoint>
+
+class QWindow;
+class QRegion;
+
+namespace quillmarsh {
+
+/// Makes a window a floating panel that never takes the keyboard focus, shows on every desktop and lies above
+/// full-screen applications.
+class PanelWindow : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    /// Call before the window is first shown; it stays a panel for its life.
+    virtual void configure(QWindow& window) = 0;
+    /// Shows the window on top without activating the application.
+    virtual void orderFrontRegardless(QWindow& window) = 0;
+    /// Whether windows may be translucent now. Without it the caller draws opaque and sets a shape mask.
+    [[nodiscard]] virtual bool isCompositing() const = 0;
+    /// The pointer in global device-independent pixels, also while another application has it.
+    [[nodiscard]] virtual QPoint mouseLocation() const = 0;
+
+signals:
+    void compositingChanged();
+};
+
+} // namespace quillmarsh

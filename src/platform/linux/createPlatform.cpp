@@ -1,0 +1,10 @@
+#include "platform/Platform.h"
+
+namespace quillmarsh {
+
+Platform createPlatform()
+{
+    return {};
+}
+
+} // namespace quillmarsh

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QRegularExpression>
+#include <QTest>
+
+namespace quillmarsh::test {
+
+/// Ends the test run when a warning is logged that the test did not announce with QTest::ignoreMessage.
+/// Call in initTestCase() of suites whose product code has to stay silent.
+inline void failOnWarnings()
+{
+    QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+}
+
+} // namespace quillmarsh::test
