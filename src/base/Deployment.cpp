@@ -23,7 +23,8 @@ bool isLoopback(const QString& host)
 
 bool isAcceptable(const QUrl& url)
 {
-    if (!url.isValid() || url.host().isEmpty() || !url.userInfo().isEmpty() || url.hasQuery() || url.hasFragment())
+    if (!url.isValid() || url.host().isEmpty() || !url.userInfo().isEmpty() || url.hasQuery() ||
+        url.hasFragment())
         return false;
     return url.scheme() == QLatin1String("https") ||
            (url.scheme() == QLatin1String("http") && isLoopback(url.host()));
@@ -41,7 +42,8 @@ void apply(const UserDefaults& store, const char* key, QString& endpoint)
         endpoint = address;
         qCInfo(lcQuillmarsh, "Using the address of \"%s\": %s", key, qUtf8Printable(endpoint));
     } else {
-        qCWarning(lcQuillmarsh, "Ignoring \"%s\": it must be an https address, or http on a loopback address", key);
+        qCWarning(lcQuillmarsh, "Ignoring \"%s\": it must be an https address, or http on a loopback address",
+                  key);
     }
 }
 

@@ -12,6 +12,8 @@ namespace quillmarsh {
 
 namespace {
 
+constexpr std::chrono::seconds preconnectTimeout{30};
+
 QString sentence(QNetworkReply::NetworkError code)
 {
     switch (code) {
@@ -24,6 +26,7 @@ QString sentence(QNetworkReply::NetworkError code)
     case QNetworkReply::ConnectionRefusedError:
         return QStringLiteral("Couldn’t connect to the server.");
     case QNetworkReply::RemoteHostClosedError:
+    case QNetworkReply::ContentReSendError:
         return QStringLiteral("The network connection was lost.");
     case QNetworkReply::SslHandshakeFailedError:
         return QStringLiteral("A secure connection to the server couldn’t be made.");
@@ -36,6 +39,54 @@ QString sentence(QNetworkReply::NetworkError code)
     }
 }
 
+/// A request body that can be read once. Qt resends a request whose connection ended without an answer; a
+/// rewrite may have been counted by then, so a body that cannot be rewound turns that into an error.
+class OneShotBody final : public QIODevice
+{
+public:
+    explicit OneShotBody(QByteArray bytes) : bytes_(std::move(bytes)) { open(QIODevice::ReadOnly); }
+
+    [[nodiscard]] bool isSequential() const override { return true; }
+    bool reset() override { return false; }
+    [[nodiscard]] qint64 bytesAvailable() const override
+    {
+        return bytes_.size() - position_ + QIODevice::bytesAvailable();
+    }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override
+    {
+        const qint64 count = std::min<qint64>(maxSize, bytes_.size() - position_);
+        std::copy_n(bytes_.constData() + position_, count, data);
+        position_ += count;
+        return count == 0 && maxSize > 0 ? -1 : count;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QByteArray bytes_;
+    qint64 position_ = 0;
+};
+
+QNetworkReply* start(QNetworkAccessManager& session, const QByteArray& method, QNetworkRequest request,
+                     const QByteArray& body)
+{
+    if (body.isEmpty())
+        return session.sendCustomRequest(request, method);
+    auto device = std::make_unique<OneShotBody>(body);
+    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
+    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    QNetworkReply* reply = session.sendCustomRequest(request, method, device.get());
+    device.release()->setParent(reply);
+    return reply;
+}
+
+/// What answered did not speak HTTP, as opposed to nothing having answered.
+bool isForeignProtocol(QNetworkReply::NetworkError code)
+{
+    return code == QNetworkReply::ProtocolFailure || code == QNetworkReply::ProtocolUnknownError;
+}
+
 struct DeleteLater
 {
     void operator()(QNetworkReply* reply) const { reply->deleteLater(); }
@@ -44,7 +95,8 @@ using ReplyHandle = std::unique_ptr<QNetworkReply, DeleteLater>;
 
 } // namespace
 
-TransportError::TransportError(QNetworkReply::NetworkError code) : LocalizedError(sentence(code)), code_(code) {}
+TransportError::TransportError(QNetworkReply::NetworkError code) : LocalizedError(sentence(code)), code_(code)
+{}
 
 QNetworkAccessManager& sharedUrlSession()
 {
@@ -69,19 +121,22 @@ QNetworkRequest makeRequest(const QUrl& url, std::chrono::milliseconds timeout)
     return request;
 }
 
-Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetworkRequest request, QByteArray body,
-                        std::stop_token stop)
+Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetworkRequest request,
+                        QByteArray body, std::stop_token stop)
 {
     throwIfStopped(stop);
-    const ReplyHandle reply(session->sendCustomRequest(request, method, body));
+    const ReplyHandle reply(start(*session, method, request, body));
     const std::stop_callback abortOnStop(stop, [guard = QPointer(reply.get())] {
         QMetaObject::invokeMethod(guard, &QNetworkReply::abort, Qt::QueuedConnection);
     });
     if (!reply->isFinished())
         co_await qCoro(reply.get(), &QNetworkReply::finished);
     throwIfStopped(stop);
+    if (isForeignProtocol(reply->error()))
+        co_return HttpResponse{};
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    const bool cut = reply->error() != QNetworkReply::NoError && reply->error() < QNetworkReply::ContentAccessDenied;
+    const bool cut =
+        reply->error() != QNetworkReply::NoError && reply->error() < QNetworkReply::ContentAccessDenied;
     if (!status.isValid() || cut)
         throw TransportError(reply->error());
     co_return HttpResponse{status.toInt(), reply->readAll()};
@@ -89,12 +144,16 @@ Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetw
 
 void preconnect(QNetworkAccessManager& session, const QUrl& url)
 {
-    if (url.scheme() == QLatin1String("https")) {
-        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-        session.connectToHostEncrypted(url.host(), static_cast<quint16>(url.port(443)), configuration);
-    } else if (url.scheme() == QLatin1String("http")) {
-        session.connectToHost(url.host(), static_cast<quint16>(url.port(80)));
-    }
+    if (url.scheme() != QLatin1String("https") && url.scheme() != QLatin1String("http"))
+        return;
+    // What connectToHost() does, but for HTTP/1.1: it would open a connection of another kind, which no later
+    // request of ours shares.
+    QUrl origin;
+    origin.setScheme(QStringLiteral("preconnect-") + url.scheme());
+    origin.setHost(url.host());
+    origin.setPort(url.port(url.scheme() == QLatin1String("https") ? 443 : 80));
+    QNetworkReply* reply = session.get(makeRequest(origin, preconnectTimeout));
+    QObject::connect(reply, &QNetworkReply::finished, reply, &QObject::deleteLater);
 }
 
 } // namespace quillmarsh

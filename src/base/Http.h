@@ -40,8 +40,8 @@ struct HttpResponse
 
 /// Sends `body` with `method` and collects the answer; an HTTP error status is an answer like any other.
 /// Throws TransportError, or Cancelled when `stop` is requested (the connection is closed at once).
-[[nodiscard]] Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetworkRequest request,
-                                      QByteArray body, std::stop_token stop);
+[[nodiscard]] Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method,
+                                      QNetworkRequest request, QByteArray body, std::stop_token stop);
 
 /// Opens a connection to the origin of `url` ahead of a request, so that the handshake is done when the
 /// request is ready. Sends nothing. Ignored for anything that is not http or https.

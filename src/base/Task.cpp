@@ -34,7 +34,8 @@ void Sleep::await_suspend(std::coroutine_handle<> flow)
     });
     timer_->start(duration_);
     onStop_ = std::make_unique<StopCallback>(stop_, [timer = timer_.get()] {
-        QMetaObject::invokeMethod(timer, [timer] { timer->start(0); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            timer, [timer] { timer->start(0); }, Qt::QueuedConnection);
     });
 }
 

@@ -30,9 +30,11 @@ void UserDefaults::keepUnreadableFile(const QString& path) const
     const QFileInfo file(path);
     const QString copy = file.dir().filePath(QStringLiteral("defaults.unreadable-%1.ini").arg(stamp));
     if (QFile::copy(path, copy))
-        qCWarning(lcQuillmarsh, "Part of the settings file could not be read and is ignored; a copy is kept beside it");
+        qCWarning(lcQuillmarsh,
+                  "Part of the settings file could not be read and is ignored; a copy is kept beside it");
     else
-        qCWarning(lcQuillmarsh, "Part of the settings file could not be read, and no copy of it could be made");
+        qCWarning(lcQuillmarsh,
+                  "Part of the settings file could not be read, and no copy of it could be made");
 }
 
 std::optional<QString> UserDefaults::string(const QString& key) const

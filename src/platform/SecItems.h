@@ -10,12 +10,32 @@ namespace quillmarsh {
 /// Status of a secret-store call: 0, or a negative code of the Keychain family.
 using OSStatus = qint32;
 inline constexpr OSStatus errSecSuccess = 0;
-inline constexpr OSStatus errSecUserCanceled = -128;           ///< the user dismissed the unlock prompt
-inline constexpr OSStatus errSecIO = -36;                      ///< the store answered something unexpected
-inline constexpr OSStatus errSecNotAvailable = -25291;         ///< no secret service, or no session bus
+inline constexpr OSStatus errSecUserCanceled = -128;   ///< the user dismissed the unlock prompt
+inline constexpr OSStatus errSecIO = -36;              ///< the store answered something unexpected
+inline constexpr OSStatus errSecNotAvailable = -25291; ///< no secret service, or no session bus
 inline constexpr OSStatus errSecDuplicateItem = -25299;
 inline constexpr OSStatus errSecItemNotFound = -25300;
 inline constexpr OSStatus errSecInteractionNotAllowed = -25308; ///< the store is locked
+
+/// What a status means, in a few words for the log.
+[[nodiscard]] inline const char* secStatusText(OSStatus status)
+{
+    switch (status) {
+    case errSecSuccess:
+        return "no error";
+    case errSecItemNotFound:
+        return "there is no such item";
+    case errSecInteractionNotAllowed:
+    case errSecUserCanceled:
+        return "the secret store is locked";
+    case errSecNotAvailable:
+        return "no secret store is available";
+    case errSecDuplicateItem:
+        return "the item exists already";
+    default:
+        return "the secret store failed";
+    }
+}
 
 /// One generic-password item.
 struct SecItemQuery

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "base/Task.h"
+#include "platform/SecItems.h"
+
+#include <QString>
+
+namespace quillmarsh {
+
+/// How this installation identifies itself at the hosted service: 32 random bytes in base64url, made on first
+/// use, kept in the secret store under the account "quillmarsh-cloud-installation" and remembered for the
+/// life of the process. Without a usable store the token lives as long as the process only (logged once);
+/// nothing is written to disk in its place.
+class InstallationToken final
+{
+public:
+    explicit InstallationToken(SecItems& items) : items_(&items) {}
+
+    Task<QString> value();
+
+private:
+    Task<QString> loadOrCreate();
+
+    SecItems* items_;
+    QString cached_;
+};
+
+} // namespace quillmarsh

@@ -1,0 +1,125 @@
+#include "ai/AIError.h"
+#include "ai/CloudAIService.h"
+#include "base/Http.h"
+#include "support/CoroutineTest.h"
+#include "support/HttpTestServer.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace quillmarsh;
+using test::HttpTestServer;
+
+/// The hosted back end over real sockets.
+class tst_CloudAIService final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("QUILLMARSH_TEST_CLOUD_ORIGIN", server_.origin().toLatin1()); }
+
+    void withoutAnInstructionTheBodyHoldsOnlyTheText()
+    {
+        server_.answer(200, R"({"text":"Done."})");
+        QCOMPARE(rewrite(std::nullopt), QStringLiteral("Done."));
+        const test::RecordedRequest& request = server_.requests().back();
+        QCOMPARE(request.target, "/api/rewrite");
+        QCOMPARE(request.method, "POST");
+        QCOMPARE(request.headers.value("authorization"), "Bearer installation");
+        QCOMPARE(QJsonDocument::fromJson(request.body).object(), QJsonObject({{"text", " text\n"}}));
+        std::ignore = rewrite(QStringLiteral("Shorter."));
+        QCOMPARE(QJsonDocument::fromJson(server_.requests().back().body).object(),
+                 QJsonObject({{"text", " text\n"}, {"instruction", "Shorter."}}));
+    }
+
+    void outcomes_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("description");
+        const QString invalid = QStringLiteral("Invalid response from AI service");
+        QTest::newRow("empty text") << 200 << QByteArray(R"({"text":""})") << invalid;
+        QTest::newRow("no text") << 200 << QByteArray(R"({"error":"x"})") << invalid;
+        QTest::newRow("wrong type elsewhere") << 200 << QByteArray(R"({"text":"good","code":7})") << invalid;
+        QTest::newRow("fractional quota")
+            << 200 << QByteArray(R"({"text":"good","quota":{"limit":1.5,"remaining":1}})") << invalid;
+        QTest::newRow("half a quota")
+            << 200 << QByteArray(R"({"text":"good","quota":{"limit":1}})") << invalid;
+        QTest::newRow("html") << 200 << QByteArray("<html>") << invalid;
+        QTest::newRow("broken UTF-8") << 200 << QByteArray("{\"text\":\"\xC3\x28\"}") << invalid;
+        QTest::newRow("201") << 201 << QByteArray(R"({"text":"good"})")
+                             << "API error (201): Cloud AI is temporarily unavailable.";
+        QTest::newRow("429") << 429 << QByteArray(R"({"error":"Come back at noon."})")
+                             << "Come back at noon.";
+        QTest::newRow("429 mute") << 429 << QByteArray() << "Cloud limit reached. Please try again later.";
+        QTest::newRow("429 wrong type") << 429 << QByteArray(R"({"error":"x","text":1})")
+                                        << "Cloud limit reached. Please try again later.";
+        QTest::newRow("401") << 401 << QByteArray()
+                             << "API error (401): Quillmarsh Cloud didn’t accept this installation.";
+        QTest::newRow("403") << 403 << QByteArray(R"({"error":"Not here."})") << "API error (403): Not here.";
+        QTest::newRow("422") << 422 << QByteArray(R"({"error":"I can’t.","code":"x"})")
+                             << "API error (422): I can’t.";
+        QTest::newRow("503 html") << 503 << QByteArray("<h1>")
+                                  << "API error (503): Cloud AI is temporarily unavailable.";
+        QTest::newRow("nulls") << 503 << QByteArray(R"({"error":null,"quota":null})")
+                               << "API error (503): Cloud AI is temporarily unavailable.";
+    }
+
+    void outcomes()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(QString, description);
+        server_.answer(status, body);
+        QSignalSpy published(&usage_, &CloudUsage::quotaChanged);
+        QString seen;
+        try {
+            std::ignore = rewrite(std::nullopt);
+        } catch (const AIError& error) {
+            seen = error.errorDescription();
+        }
+        QCOMPARE(seen, description);
+        QVERIFY(published.isEmpty());
+    }
+
+    void theQuotaIsPublishedBeforeAnErrorIsThrown()
+    {
+        server_.answer(
+            429, R"({"error":"x","quota":{"limit":20,"remaining":0,"resetsAt":"2030-01-01T00:00:00Z"}})");
+        QVERIFY_EXCEPTION_THROWN(std::ignore = rewrite(std::nullopt), AIError);
+        QCOMPARE(usage_.quota(), std::optional(CloudQuota{20, 0, QStringLiteral("2030-01-01T00:00:00Z")}));
+        QSignalSpy published(&usage_, &CloudUsage::quotaChanged);
+        QVERIFY_EXCEPTION_THROWN(std::ignore = rewrite(std::nullopt), AIError);
+        QVERIFY(published.isEmpty());
+        server_.answer(200, R"({"text":"x","quota":{"limit":20,"remaining":19}})");
+        std::ignore = rewrite(std::nullopt);
+        QCOMPARE(usage_.quota(), std::optional(CloudQuota{20, 19, std::nullopt}));
+    }
+
+    void whatIsNotHttpIsAnError()
+    {
+        server_.setResponder([](const test::RecordedRequest&, QTcpSocket& socket) {
+            socket.write("nonsense\r\n\r\n");
+            socket.disconnectFromHost();
+        });
+        QVERIFY_EXCEPTION_THROWN(std::ignore = rewrite(std::nullopt), LocalizedError);
+    }
+
+private:
+    static Task<QString> token() { co_return QStringLiteral("installation"); }
+
+    QString rewrite(const std::optional<QString>& instruction)
+    {
+        CloudAIService service(sharedUrlSession(), &tst_CloudAIService::token, usage_);
+        return test::runTask(
+            service.rewriteText(QStringLiteral(" text\n"), QStringLiteral("ignored"), instruction, {}));
+    }
+
+    HttpTestServer server_;
+    CloudUsage usage_;
+};
+
+QTEST_GUILESS_MAIN(tst_CloudAIService)
+#include "tst_CloudAIService.moc"
