@@ -1,10 +1,13 @@
 #include "platform/Platform.h"
+#include "platform/linux/LibsecretItems.h"
 
 namespace quillmarsh {
 
 Platform createPlatform()
 {
-    return {};
+    Platform platform;
+    platform.secItems = std::make_unique<LibsecretItems>();
+    return platform;
 }
 
 } // namespace quillmarsh

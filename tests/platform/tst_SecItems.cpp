@@ -1,0 +1,170 @@
+#include "platform/SecItemsContract.h"
+#include "platform/linux/LibsecretItems.h"
+#include "support/FailOnWarnings.h"
+#include "support/FakePlatform.h"
+
+#include <QDBusConnection>
+#include <QDBusInterface>
+#include <QDBusMetaType>
+#include <QDBusReply>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+
+using namespace quillmarsh;
+
+namespace {
+
+const SecItemQuery key{QStringLiteral("com.quillmarsh.app"), QStringLiteral("openai-api-key")};
+
+/// The default collection of the private secret service, locked as the user or the screen lock does.
+void lockDefaultCollection()
+{
+    const auto service = QStringLiteral("org.freedesktop.secrets");
+    QDBusInterface secrets(service, QStringLiteral("/org/freedesktop/secrets"),
+                           QStringLiteral("org.freedesktop.Secret.Service"));
+    const QList<QDBusObjectPath> all{
+        QDBusObjectPath(QStringLiteral("/org/freedesktop/secrets/aliases/default"))};
+    const QDBusMessage answer = secrets.call(QStringLiteral("Lock"), QVariant::fromValue(all));
+    QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
+}
+
+void restartSecretService()
+{
+    QProcess daemon;
+    daemon.start(
+        QStringLiteral("gnome-keyring-daemon"),
+        {QStringLiteral("--replace"), QStringLiteral("--unlock"), QStringLiteral("--components=secrets")});
+    daemon.write("test");
+    daemon.closeWriteChannel();
+    QVERIFY(daemon.waitForFinished());
+}
+
+Task<qint64> timeOfReads(SecItems& items, int count)
+{
+    QElapsedTimer timer;
+    timer.start();
+    for (int i = 0; i < count; ++i)
+        co_await items.copyMatching(key);
+    co_return timer.nsecsElapsed();
+}
+
+} // namespace
+
+class tst_SecItems final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        test::failOnWarnings();
+        qDBusRegisterMetaType<QList<QDBusObjectPath>>();
+    }
+    void init() { QVERIFY(!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")); }
+
+    void theFakeKeepsTheContract()
+    {
+        test::FakeSecItems items;
+        test::verifySecItemsContract(items);
+    }
+
+    void theSecretServiceKeepsTheContract()
+    {
+        LibsecretItems items;
+        test::verifySecItemsContract(items);
+    }
+
+    void anItemIsThereForTheNextProcess()
+    {
+        QCOMPARE(test::runTask(LibsecretItems().add(key, "kept", SecAccessible::whenUnlocked)),
+                 errSecSuccess);
+        LibsecretItems items;
+        QCOMPARE(test::runTask(items.copyMatching(key)).data, QByteArray("kept"));
+        QCOMPARE(test::runTask(items.remove(key)), errSecSuccess);
+    }
+
+    void aStatusComesFromTheEventLoopAndTheMainThread()
+    {
+        LibsecretItems items;
+        Task<SecItemResult> reading = items.copyMatching(key);
+        QVERIFY(!reading.isReady());
+        QCOMPARE(test::runTask(std::move(reading)).status, errSecItemNotFound);
+    }
+
+    void aWarmReadIsQuick()
+    {
+        LibsecretItems items;
+        QCOMPARE(test::runTask(items.add(key, "quick", SecAccessible::whenUnlocked)), errSecSuccess);
+        QCOMPARE(test::runTask(items.copyMatching(key)).status, errSecSuccess);
+        const qint64 nanoseconds = test::runTask(timeOfReads(items, 20));
+        qInfo("A warm read takes %.2f ms", double(nanoseconds) / 20e6);
+        QVERIFY(nanoseconds < 20 * 100'000'000LL);
+        QCOMPARE(test::runTask(items.remove(key)), errSecSuccess);
+    }
+
+    void aLockedStoreIsToldFromAMissingItem()
+    {
+        LibsecretItems items;
+        QCOMPARE(test::runTask(items.add(key, "locked away", SecAccessible::whenUnlocked)), errSecSuccess);
+        lockDefaultCollection();
+        const SecItemQuery unknown{key.service, QStringLiteral("never stored")};
+        QCOMPARE(test::runTask(items.copyMatching(unknown)).status, errSecInteractionNotAllowed);
+        const SecItemResult locked = test::runTask(items.copyMatching(key));
+        QCOMPARE(locked.status, errSecInteractionNotAllowed);
+        QCOMPARE(locked.data, QByteArray());
+        QCOMPARE(test::runTask(items.update(key, "x")), errSecInteractionNotAllowed);
+        QCOMPARE(test::runTask(items.add(unknown, "x", SecAccessible::whenUnlocked)),
+                 errSecInteractionNotAllowed);
+        QCOMPARE(test::runTask(items.remove(key)), errSecInteractionNotAllowed);
+    }
+
+    /// After a restart the encrypted session of the old service is worthless.
+    void aRestartedServiceIsFoundAgain()
+    {
+        LibsecretItems items;
+        restartSecretService();
+        QCOMPARE(test::runTask(items.copyMatching(key)).data, QByteArray("locked away"));
+        restartSecretService();
+        QCOMPARE(test::runTask(items.update(key, "anew")), errSecSuccess);
+        restartSecretService();
+        QCOMPARE(test::runTask(items.copyMatching(key)).data, QByteArray("anew"));
+        QCOMPARE(test::runTask(items.remove(key)), errSecSuccess);
+    }
+
+    void nothingLiesOnTheDiskInPlainText()
+    {
+        LibsecretItems items;
+        const QByteArray canary = "canary-3f9a1c77";
+        QCOMPARE(test::runTask(items.add(key, canary, SecAccessible::whenUnlocked)), errSecSuccess);
+        QCOMPARE(test::runTask(items.update(key, canary + '2')), errSecSuccess);
+        int files = 0;
+        for (QDirIterator it(qEnvironmentVariable("HOME"), QDir::Files | QDir::Hidden,
+                             QDirIterator::Subdirectories);
+             it.hasNext(); ++files) {
+            QFile file(it.next());
+            if (file.open(QIODevice::ReadOnly))
+                QVERIFY2(!file.readAll().contains(canary), qPrintable(file.fileName()));
+        }
+        QVERIFY(files > 0);
+        QCOMPARE(test::runTask(items.remove(key)), errSecSuccess);
+    }
+
+    void goingAwayDoesNotWaitAndAnswersEveryCall()
+    {
+        std::vector<Task<SecItemResult>> pending;
+        {
+            LibsecretItems items;
+            for (int i = 0; i < 50; ++i)
+                pending.push_back(items.copyMatching(key));
+        }
+        for (Task<SecItemResult>& task : pending) {
+            const OSStatus status = test::runTask(std::move(task)).status;
+            QVERIFY(status == errSecNotAvailable || status == errSecItemNotFound);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_SecItems)
+#include "tst_SecItems.moc"
