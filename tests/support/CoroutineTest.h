@@ -18,6 +18,7 @@ T runTask(Task<T> task, std::chrono::milliseconds limit = std::chrono::seconds(1
 {
     std::exception_ptr error;
     bool done = false;
+    QEventLoop loop; // not QTest::qWaitFor, which sleeps 10 ms between two looks
     std::optional<std::conditional_t<std::is_void_v<T>, bool, T>> value;
     auto observe = [&](Task<T> inner) -> Task<> {
         try {
@@ -29,9 +30,13 @@ T runTask(Task<T> task, std::chrono::milliseconds limit = std::chrono::seconds(1
             error = std::current_exception();
         }
         done = true;
+        loop.quit();
     };
     const Task<> observer = observe(std::move(task));
-    if (!QTest::qWaitFor([&] { return done; }, static_cast<int>(limit.count())))
+    QTimer::singleShot(limit, &loop, &QEventLoop::quit);
+    if (!done)
+        loop.exec();
+    if (!done)
         qFatal("A coroutine has not ended within its limit");
     if (error)
         std::rethrow_exception(error);
