@@ -1,0 +1,144 @@
+#pragma once
+
+#include "ai/AIProvider.h"
+#include "ai/AIServiceProtocol.h"
+#include "chatgpt/CodexTokens.h"
+#include "chatgpt/KeychainService.h"
+#include "platform/Workspace.h"
+#include "rewrite/ClipboardService.h"
+#include "rewrite/HotkeyService.h"
+#include "rewrite/SettingsSection.h"
+
+#include <QDateTime>
+#include <QObject>
+#include <QPointer>
+
+namespace quillmarsh {
+
+class AppSettings;
+class RewriteOverlayController;
+class UserDefaults;
+
+/// Which back end a rewrite uses, and with which key (empty for those that use none).
+struct ProviderSelection
+{
+    AIProvider provider = AIProvider::cloud;
+    QString apiKey;
+    OpenAIAuthMode mode = OpenAIAuthMode::apiKey;
+};
+
+/// What the orchestrator works with. Everything outlives it.
+struct RewriteEnvironment
+{
+    Workspace& workspace;
+    Pasteboard& pasteboard;
+    KeyPoster& keyPoster;
+    UserDefaults& defaults;
+    RewriteOverlayController& overlay;
+    KeychainService keychain;
+    std::function<bool()> accessibilityCheck;
+    std::function<void()> accessibilityRequest;
+    std::function<void()> openAccessibilitySettings;
+    /// The active ChatGPT profile's tokens, if any account is connected.
+    std::function<std::optional<CodexTokens>()> chatGPTTokens;
+    /// A new back end for one rewrite.
+    std::function<std::unique_ptr<AIServiceProtocol>(AIProvider, OpenAIAuthMode)> makeBackEnd;
+    /// Opens a connection to that back end ahead of the request; sends nothing.
+    std::function<void(AIProvider, OpenAIAuthMode)> warmUp;
+};
+
+/// The spine of the program: keeps the permission state current, registers the writing actions' shortcuts,
+/// and runs one rewrite from the key press until the result is in the application the user was working in, or
+/// on the clipboard. Main thread only; one for the life of the process.
+class RewriteService final : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
+    Q_PROPERTY(bool hasAccessibility READ hasAccessibility NOTIFY hasAccessibilityChanged)
+    Q_PROPERTY(bool hotkeyRegistered READ hotkeyRegistered NOTIFY hotkeyRegisteredChanged)
+    Q_PROPERTY(
+        bool isWaitingForAccessibility READ isWaitingForAccessibility NOTIFY isWaitingForAccessibilityChanged)
+
+public:
+    /// `setupAccessibility` false: nothing observes and nothing is registered (previews, the demo).
+    RewriteService(bool setupAccessibility, RewriteEnvironment environment,
+                   std::unique_ptr<HotkeyControlling> hotkeyService);
+    ~RewriteService() override;
+
+    [[nodiscard]] bool isProcessing() const { return isProcessing_; }
+    /// The last failure's detail, or the registration message; none after a start or a registration.
+    [[nodiscard]] const std::optional<QString>& lastError() const { return lastError_; }
+    [[nodiscard]] const std::optional<QDateTime>& lastSuccess() const { return lastSuccess_; }
+    [[nodiscard]] bool hasAccessibility() const { return hasAccessibility_; }
+    [[nodiscard]] bool hotkeyRegistered() const { return hotkeyRegistered_; }
+    [[nodiscard]] bool isWaitingForAccessibility() const { return isWaitingForAccessibility_; }
+    /// The last application other than this one that came to the front.
+    [[nodiscard]] const std::optional<RunningApplication>& lastExternalApplication() const
+    {
+        return lastExternalApplication_;
+    }
+    /// Registered shortcuts that another program owns and that therefore never fire.
+    [[nodiscard]] std::vector<KeyCombination> refusedShortcuts() const { return hotkeyService_->refused(); }
+    [[nodiscard]] HotkeyControlling& hotkeyService() { return *hotkeyService_; }
+
+    void setAppSettings(AppSettings* settings);
+    void checkAndSetupAccessibility(bool retryHotkeys);
+    void requestAccessibility();
+    void registerHotkeys();
+    /// Stops the tap so that the next check registers everything anew.
+    void restartHotkeys();
+
+    /// Runs one rewrite, or cancels the one that is running. Without an instruction the back end corrects.
+    Task<> performRewrite(std::optional<QString> instruction, QString title);
+
+signals:
+    void isProcessingChanged();
+    void lastErrorChanged();
+    void lastSuccessChanged();
+    void hasAccessibilityChanged();
+    void hotkeyRegisteredChanged();
+    void isWaitingForAccessibilityChanged();
+    /// A registration ran; refusedShortcuts() may have changed.
+    void shortcutsRegistered();
+
+private:
+    class Run;
+
+    void observeApplications();
+    static Task<> monitorPermission(QPointer<RewriteService> service, std::stop_token stop);
+    Task<std::optional<ProviderSelection>> findAvailableProvider() const;
+    [[nodiscard]] std::vector<Registration> makeRegistrations();
+    [[nodiscard]] bool targetHolds(const std::optional<RunningApplication>& target) const;
+    static Task<QString> requestRewrite(std::function<std::unique_ptr<AIServiceProtocol>()> makeBackEnd,
+                                        QString text, QString apiKey, std::optional<QString> instruction,
+                                        std::stop_token stop);
+    Task<> deliver(std::optional<RunningApplication> target, QString result);
+    void cancelRewrite();
+    void complete(const QString& title, const QString& detail);
+    void fail(const QString& title, const QString& detail);
+    void fail(const QString& title, const QString& detail, SettingsSection destination);
+    void openSettings(SettingsSection destination);
+
+    void setProcessing(bool processing);
+    void setLastError(std::optional<QString> error);
+    void setHasAccessibility(bool trusted);
+    void setHotkeyRegistered(bool registered);
+    void setWaitingForAccessibility(bool waiting);
+
+    RewriteEnvironment environment_;
+    ClipboardService clipboardService_;
+    std::unique_ptr<HotkeyControlling> hotkeyService_;
+    QPointer<AppSettings> appSettings_;
+    std::stop_source permissionMonitor_;
+    std::stop_source rewriteTask_;
+    std::optional<QString> lastError_;
+    std::optional<QDateTime> lastSuccess_;
+    std::optional<RunningApplication> lastExternalApplication_;
+    bool isProcessing_ = false;
+    bool hasAccessibility_ = false;
+    bool hotkeyRegistered_ = false;
+    bool isWaitingForAccessibility_ = false;
+    bool cancelled_ = false;
+};
+
+} // namespace quillmarsh

@@ -1,0 +1,31 @@
+#include "rewrite/SettingsSection.h"
+
+namespace quillmarsh {
+
+QString rawValue(SettingsSection section)
+{
+    switch (section) {
+    case SettingsSection::general:
+        return QStringLiteral("Overview");
+    case SettingsSection::shortcuts:
+        return QStringLiteral("Shortcuts");
+    case SettingsSection::connections:
+        return QStringLiteral("AI connections");
+    case SettingsSection::guide:
+        return QStringLiteral("Getting started");
+    case SettingsSection::permissions:
+        return QStringLiteral("Permissions");
+    }
+    Q_UNREACHABLE();
+}
+
+std::optional<SettingsSection> settingsSectionFrom(const QString& raw)
+{
+    for (const SettingsSection section : allSettingsSections) {
+        if (rawValue(section) == raw)
+            return section;
+    }
+    return std::nullopt;
+}
+
+} // namespace quillmarsh
