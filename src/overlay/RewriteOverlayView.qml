@@ -1,0 +1,111 @@
+import QtQuick
+import Quillmarsh.Overlay
+
+// The panel's content: a rounded surface with a margin for its shadow, and in it the layout of the phase.
+Item {
+    id: view
+
+    required property RewriteOverlayState overlay
+    required property OverlaySurroundings surroundings
+
+    // The phase on display. It follows the state's after it is known whether this change is one to animate.
+    property int phase: RewriteOverlayState.Working
+    property bool animates: false
+
+    readonly property real inset: 12
+    readonly property real surfaceRadius: Math.min(18, surface.height / 2)
+    readonly property color outline: surroundings.increaseContrast ? OverlayPalette.secondary : OverlayPalette.border
+
+    function follow() {
+        animates = overlay.animatesPhaseChanges() && !surroundings.reduceMotion
+        phase = overlay.phase
+    }
+
+    Component.onCompleted: follow()
+
+    Connections {
+        target: view.overlay
+        function onPhaseChanged() { view.follow() }
+    }
+
+    Accessible.role: Accessible.AlertMessage
+    Accessible.name: overlay.title
+    Accessible.description: overlay.detail
+
+    PanelShadow {
+        anchors.fill: parent
+        inset: view.inset
+        radius: view.surfaceRadius
+        visible: view.surroundings.isComposited
+    }
+
+    // Without a compositor the window's shape is cut from full pixels; what lies under the rounded edge then has to
+    // be of the edge's own colour.
+    Rectangle {
+        anchors.fill: parent
+        color: view.outline
+        visible: !view.surroundings.isComposited
+    }
+
+    Rectangle {
+        id: surface
+        anchors.fill: parent
+        anchors.margins: view.inset
+        radius: view.surfaceRadius
+        color: OverlayPalette.surface
+        border.width: view.surroundings.increaseContrast ? 2 : 1
+        border.color: view.outline
+        clip: true
+
+        ProgressPill {
+            anchors.fill: parent
+            overlay: view.overlay
+            surroundings: view.surroundings
+            radius: view.surfaceRadius
+            isCurrent: view.phase === RewriteOverlayState.Working
+            opacity: isCurrent ? 1 : 0
+            visible: opacity > 0
+            enabled: isCurrent
+
+            Behavior on opacity {
+                enabled: view.animates
+                PhaseFade {}
+            }
+        }
+
+        SuccessPill {
+            anchors.fill: parent
+            overlay: view.overlay
+            surroundings: view.surroundings
+            radius: view.surfaceRadius
+            enabled: view.phase === RewriteOverlayState.Success
+            opacity: enabled ? 1 : 0
+            visible: opacity > 0
+
+            Behavior on opacity {
+                enabled: view.animates
+                PhaseFade {}
+            }
+        }
+
+        ErrorCard {
+            anchors.fill: parent
+            overlay: view.overlay
+            surroundings: view.surroundings
+            enabled: view.phase === RewriteOverlayState.Error
+            opacity: enabled ? 1 : 0
+            visible: opacity > 0
+
+            Behavior on opacity {
+                enabled: view.animates
+                PhaseFade {}
+            }
+        }
+    }
+
+    component PhaseFade: NumberAnimation {
+        duration: 180
+        easing.type: Easing.BezierSpline
+        easing.bezierCurve: [0.77, 0, 0.175, 1, 1, 1]
+    }
+}
