@@ -12,6 +12,8 @@ struct FakePanelRecord
     bool visible = false;
     QRectF frame;
     qreal opacity = -1;
+    std::vector<QRectF> placements; ///< every frame that was set without a transition
+    std::vector<qreal> opacities;   ///< likewise
     int created = 0;
     int fronted = 0;
     int orderedOut = 0;
@@ -26,8 +28,16 @@ public:
     explicit FakeRewritePanel(FakePanelRecord& record) : record_(record) { ++record_.created; }
 
     [[nodiscard]] bool isVisible() const override { return record_.visible; }
-    void setFrame(const QRectF& frame) override { record_.frame = frame; }
-    void setOpacity(qreal opacity) override { record_.opacity = opacity; }
+    void setFrame(const QRectF& frame) override
+    {
+        record_.frame = frame;
+        record_.placements.push_back(frame);
+    }
+    void setOpacity(qreal opacity) override
+    {
+        record_.opacity = opacity;
+        record_.opacities.push_back(opacity);
+    }
     void orderFrontRegardless() override
     {
         record_.visible = true;
