@@ -1,7 +1,9 @@
 #include "update/UpdateService.h"
 
 #include "platform/Bundle.h"
+#include "platform/Workspace.h"
 #include "update/ManifestRequest.h"
+#include "update/UpdateInstaller.h"
 
 namespace quillmarsh {
 
@@ -100,6 +102,97 @@ void UpdateService::checkFailed(const QString& description, bool automatically)
             "from our website.")},
         &UpdateService::updateErrorChanged);
     showUpdateWindow();
+}
+
+void UpdateService::installAvailableUpdate()
+{
+    if (isUpdating_ || !updatesItself() || !availableRelease_ ||
+        !availableRelease_->downloadURL(environment_.deployment))
+        return;
+    set(isUpdating_, true, &UpdateService::isUpdatingChanged);
+    set(updateError_, {}, &UpdateService::updateErrorChanged);
+    set(updateProgress_, {UpdateInstaller::downloadingText(*availableRelease_)},
+        &UpdateService::updateProgressChanged);
+    detach(install(*availableRelease_));
+}
+
+Task<> UpdateService::install(UpdateRelease release)
+{
+    const QPointer<UpdateService> self(this);
+    const auto showStep = [self](const QString& step) {
+        if (self)
+            self->set(self->updateProgress_, {step}, &UpdateService::updateProgressChanged);
+    };
+    const auto installer =
+        std::make_shared<UpdateInstaller>(session_, environment_, release, showStep, stop_.get_token());
+    QString installed;
+    QString failure;
+    try {
+        installed = co_await UpdateInstaller::run(installer);
+    } catch (const std::exception& error) {
+        failure = errorDescription(error);
+    }
+    if (!self)
+        co_return;
+    if (installed.isEmpty())
+        installationFailed(failure);
+    else
+        installationSucceeded(installed);
+}
+
+void UpdateService::installationSucceeded(const QString& installed)
+{
+    set(installedAppPath_, {installed}, &UpdateService::installedAppPathChanged);
+    set(updateProgress_, {QStringLiteral("Update installed. Relaunch when you’re ready.")},
+        &UpdateService::updateProgressChanged);
+    set(isUpdating_, false, &UpdateService::isUpdatingChanged);
+}
+
+void UpdateService::installationFailed(const QString& description)
+{
+    set(isUpdating_, false, &UpdateService::isUpdatingChanged);
+    set(updateProgress_, {}, &UpdateService::updateProgressChanged);
+    set(updateError_,
+        {description +
+         QStringLiteral(" Your current version and settings are still available. Try again or download "
+                        "the update manually.")},
+        &UpdateService::updateErrorChanged);
+    showUpdateWindow();
+}
+
+void UpdateService::relaunch()
+{
+    if (!installedAppPath_ || isRelaunching_)
+        return;
+    isRelaunching_ = true;
+    detach(openInstalledCopy(*installedAppPath_));
+}
+
+Task<> UpdateService::openInstalledCopy(QString path)
+{
+    const QPointer<UpdateService> self(this);
+    const auto terminate = environment_.terminate;
+    const QStringList arguments{QLatin1String(relaunchArgument)};
+    const bool opened = co_await environment_.workspace->openApplication(path, arguments);
+    if (!self)
+        co_return;
+    isRelaunching_ = false;
+    if (opened)
+        terminate();
+    else
+        set(updateError_,
+            {QStringLiteral("The update is installed. Quit and reopen Quillmarsh from Applications.")},
+            &UpdateService::updateErrorChanged);
+}
+
+void UpdateService::openDownloadPage()
+{
+    detach(openAddress(QUrl(environment_.deployment.webOrigin + QStringLiteral("/api/download"))));
+}
+
+Task<> UpdateService::openAddress(QUrl address)
+{
+    co_await environment_.workspace->open(address);
 }
 
 void UpdateService::startAutomaticChecks()

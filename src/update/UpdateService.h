@@ -62,6 +62,14 @@ public:
     Task<> checkForUpdates(bool automatically);
     /// Checks at once and then every 86,400 seconds. Only the first call counts.
     void startAutomaticChecks();
+    /// Starts installing the available release and returns at once. Nothing happens while an installation
+    /// runs or when no release is available.
+    void installAvailableUpdate();
+    /// Opens the installed copy and ends this one; nothing happens before an installation succeeded.
+    void relaunch();
+    /// Opens the page from which a release is downloaded by hand.
+    void openDownloadPage();
+
     /// How the update window is opened or brought forward; set by the application before the first check.
     void setPresentWindow(std::function<void()> presentWindow) { presentWindow_ = std::move(presentWindow); }
     void showUpdateWindow();
@@ -82,6 +90,11 @@ private:
     [[nodiscard]] bool mayCheck() const;
     void checkSucceeded(const UpdateRelease& release, bool automatically);
     void checkFailed(const QString& description, bool automatically);
+    Task<> install(UpdateRelease release);
+    void installationSucceeded(const QString& installed);
+    void installationFailed(const QString& description);
+    Task<> openInstalledCopy(QString path);
+    Task<> openAddress(QUrl address);
 
     QPointer<QNetworkAccessManager> session_;
     UpdateEnvironment environment_;
@@ -90,6 +103,7 @@ private:
     std::function<void()> presentWindow_;
     std::stop_source stop_;
     bool checksAutomatically_ = false;
+    bool isRelaunching_ = false;
 
     bool isChecking_ = false;
     bool isUpdating_ = false;

@@ -1,0 +1,130 @@
+#include "update/BundleSwap.h"
+
+#include "base/Log.h"
+#include "update/BundleInformation.h"
+#include "update/FileError.h"
+#include "update/FileTree.h"
+#include "update/MoveToApplications.h"
+#include "update/UpdateError.h"
+#include "update/WorkingFolder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QUuid>
+
+#include <algorithm>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace quillmarsh {
+
+namespace {
+
+const auto backupPrefix = QStringLiteral("Quillmarsh-backup-");
+const auto backupSuffix = QStringLiteral(".app");
+
+std::error_code move(const QString& from, const QString& to)
+{
+    std::error_code error;
+    std::filesystem::rename(toPath(from), toPath(to), error);
+    return error;
+}
+
+QString newBackupPath(const QString& installed)
+{
+    const QString unique = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    return QFileInfo(installed).absolutePath() + QLatin1Char('/') + backupPrefix + unique + backupSuffix;
+}
+
+bool isBackup(const QFileInfo& entry)
+{
+    const QString name = entry.fileName();
+    const QString unique = name.mid(backupPrefix.size()).chopped(backupSuffix.size());
+    return !entry.isSymLink() && name == backupPrefix + unique + backupSuffix &&
+           QUuid::fromString(unique).toString(QUuid::WithoutBraces) == unique &&
+           BundleInformation::read(entry.absoluteFilePath()).identifier == QLatin1String(bundleIdentifier);
+}
+
+/// The backups in `folder`, the newest version last.
+QStringList backups(const QString& folder)
+{
+    QStringList found;
+    for (const QFileInfo& entry :
+         QDir(folder).entryInfoList({backupPrefix + u'*'}, QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (isBackup(entry))
+            found.append(entry.absoluteFilePath());
+    }
+    std::sort(found.begin(), found.end(), [](const QString& a, const QString& b) {
+        const auto version = [](const QString& path) {
+            return BundleInformation::read(path).version.value_or(QString());
+        };
+        return MoveToApplications::numericCompare(version(a), version(b)) < 0;
+    });
+    return found;
+}
+
+bool isWhole(const QString& installed)
+{
+    return BundleInformation::read(installed).identifier == QLatin1String(bundleIdentifier);
+}
+
+} // namespace
+
+void swapBundles(const QString& incoming, const QString& installed)
+{
+    const QString backup = newBackupPath(installed);
+    const bool hasCopy = exists(installed);
+    if (hasCopy) {
+        if (const std::error_code error = move(installed, backup))
+            throw FileError(error);
+    }
+    if (move(incoming, installed)) {
+        if (hasCopy)
+            move(backup, installed);
+        throw UpdateError(UpdateError::Kind::InstallFailed);
+    }
+    if (hasCopy)
+        removeTree(backup);
+}
+
+std::optional<QString> recoverApplicationsFolder(const QString& folder, const QString& running)
+{
+    const ApplicationsLock lock(folder);
+    if (!lock.isHeld())
+        return std::nullopt;
+    WorkingFolder::removeAbandoned(folder, QLatin1String(stagingFolderPrefix));
+    QStringList left = backups(folder);
+    const QString installed = folder + QLatin1Char('/') + QLatin1String(bundleName);
+    std::optional<QString> moved;
+    if (!left.isEmpty() && !exists(installed)) {
+        const QString backup = left.takeLast();
+        const bool isBack = !move(backup, installed);
+        qCWarning(lcQuillmarsh, "An update was interrupted; the previous copy %s",
+                  isBack ? "is back in place" : "could not be put back");
+        if (isBack && backup == running)
+            moved = installed;
+    }
+    left.removeAll(running);
+    if (isWhole(installed))
+        std::for_each(left.begin(), left.end(), removeTree);
+    return moved;
+}
+
+ApplicationsLock::ApplicationsLock(const QString& folder)
+    : descriptor_(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+{
+    if (descriptor_ >= 0 && ::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
+        ::close(descriptor_);
+        descriptor_ = -1;
+    }
+}
+
+ApplicationsLock::~ApplicationsLock()
+{
+    if (descriptor_ >= 0)
+        ::close(descriptor_);
+}
+
+} // namespace quillmarsh

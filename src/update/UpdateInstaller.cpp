@@ -1,0 +1,198 @@
+#include "update/UpdateInstaller.h"
+
+#include "platform/Bundle.h"
+#include "platform/ProcessRunner.h"
+#include "update/BundleInformation.h"
+#include "update/BundleSwap.h"
+#include "update/FileError.h"
+#include "update/FileTree.h"
+#include "update/MoveToApplications.h"
+#include "update/UpdateDownload.h"
+#include "update/UpdateError.h"
+#include "update/WorkingFolder.h"
+
+#include <QDir>
+
+#include <sys/stat.h>
+
+namespace quillmarsh {
+
+namespace {
+
+/// Whom the bundle has to be signed by. The anchor is the one that the verifier was built with.
+const auto requirement =
+    QStringLiteral("-R=anchor apple generic and certificate leaf[subject.OU] = \"K3T9Z2W7P5\"");
+
+/// Lets files be made with the modes that an archive gives them, whatever the user's own mask: the signature
+/// covers the modes. Nobody else can reach them, the folder around them is closed.
+class OpenMask final
+{
+public:
+    OpenMask() : previous_(::umask(S_IWGRP | S_IWOTH)) {}
+    ~OpenMask() { ::umask(previous_); }
+
+    OpenMask(const OpenMask&) = delete;
+    OpenMask& operator=(const OpenMask&) = delete;
+
+private:
+    mode_t previous_;
+};
+
+QString userApplications(const UpdateEnvironment& environment)
+{
+    return QDir::cleanPath(environment.homeFolder + QStringLiteral("/Applications"));
+}
+
+/// The folder is made when it is missing: it is this product's first copy there.
+WorkingFolder stagingFolder(const QString& applications, const QString& installed)
+{
+    try {
+        return WorkingFolder(applications, QLatin1String(stagingFolderPrefix));
+    } catch (const FileError&) {
+        // An old copy could not be moved away either, which is told as it is; a first one just does not
+        // arrive.
+        if (exists(installed))
+            throw;
+        throw UpdateError(UpdateError::Kind::InstallFailed);
+    }
+}
+
+} // namespace
+
+UpdateInstaller::UpdateInstaller(QNetworkAccessManager* session, UpdateEnvironment environment,
+                                 UpdateRelease release, Progress progress, std::stop_token stop)
+    : session_(session), environment_(std::move(environment)), release_(std::move(release)),
+      progress_(std::move(progress)), stop_(std::move(stop))
+{}
+
+QString UpdateInstaller::installedLocation(const UpdateEnvironment& environment)
+{
+    const QString name = QLatin1Char('/') + QLatin1String(bundleName);
+    const QString own = userApplications(environment);
+    const QString running = QDir::cleanPath(environment.bundle->path());
+    if (running.startsWith(own + u'/'))
+        return own + name;
+    const bool isInSystem = running.startsWith(environment.systemApplications + u'/');
+    if (isInSystem || QDir(environment.systemApplications).exists())
+        return environment.systemApplications + name;
+    return own + name;
+}
+
+QString UpdateInstaller::downloadingText(const UpdateRelease& release)
+{
+    return QStringLiteral("Downloading Quillmarsh %1…").arg(release.version);
+}
+
+Task<QString> UpdateInstaller::run(std::shared_ptr<UpdateInstaller> installer)
+{
+    // The handle is a parameter, so the installer lives until the last step has ended.
+    co_return co_await installer->install();
+}
+
+Task<QString> UpdateInstaller::install()
+{
+    const QString installed = installedLocation(environment_);
+    progress_(downloadingText(release_));
+    const WorkingFolder folder(environment_.temporaryFolder, QLatin1String(workingFolderPrefix));
+    const QString archive = folder.filePath(QStringLiteral("Quillmarsh.zip"));
+    co_await download(archive);
+    progress_(QStringLiteral("Preparing the new version…"));
+    co_await unpack(archive, folder.path());
+    const QString bundle = folder.filePath(QLatin1String(bundleName));
+    checkBundle(bundle);
+    progress_(QStringLiteral("Verifying the update…"));
+    co_await verify(bundle);
+    progress_(QStringLiteral("Installing Quillmarsh…"));
+    co_await moveIntoPlace(bundle, installed);
+    co_return installed;
+}
+
+Task<> UpdateInstaller::download(QString archive)
+{
+    const auto url = release_.downloadURL(environment_.deployment);
+    if (!url || !session_)
+        throw UpdateError(UpdateError::Kind::InvalidURL);
+    const QString partial = archive + QStringLiteral(".download");
+    co_await downloadFile(session_, *url, partial, stop_);
+    std::error_code error;
+    std::filesystem::rename(toPath(partial), toPath(archive), error);
+    if (error)
+        throw FileError(error);
+}
+
+Task<> UpdateInstaller::unpack(QString archive, QString folder)
+{
+    const QStringList arguments{QStringLiteral("-x"), QStringLiteral("-f"), archive, QStringLiteral("-C"),
+                                folder};
+    std::optional<OpenMask> mask(std::in_place);
+    auto unpacking = environment_.processRunner->run(environment_.unpackTool, arguments, stop_);
+    mask.reset(); // the tool has started by now, and has the mask
+    const int status = co_await std::move(unpacking);
+    throwIfStopped(stop_);
+    if (status != 0)
+        throw UpdateError(UpdateError::Kind::UnzipFailed);
+}
+
+void UpdateInstaller::checkBundle(const QString& bundle) const
+{
+    const BundleInformation information = BundleInformation::read(bundle);
+    if (information.identifier != QLatin1String(bundleIdentifier) || information.version != release_.version)
+        throw UpdateError(UpdateError::Kind::AppNotFound);
+}
+
+Task<> UpdateInstaller::verify(QString bundle)
+{
+    const QStringList arguments{QStringLiteral("--verify"), QStringLiteral("--deep"),
+                                QStringLiteral("--strict"), requirement, bundle};
+    const int status = co_await environment_.processRunner->run(environment_.signatureTool, arguments, stop_);
+    throwIfStopped(stop_);
+    if (status != 0)
+        throw UpdateError(UpdateError::Kind::InvalidSignature);
+}
+
+Task<> UpdateInstaller::moveIntoPlace(QString bundle, QString installed)
+{
+    const QString applications = QFileInfo(installed).absolutePath();
+    const WorkingFolder staging = stagingFolder(applications, installed);
+    const ApplicationsLock lock(applications);
+    const QString staged = staging.filePath(QLatin1String(bundleName));
+    co_await stage(bundle, staged);
+    swapBundles(staged, installed);
+}
+
+Task<> UpdateInstaller::stage(QString bundle, QString staged)
+{
+    std::error_code error;
+    std::filesystem::rename(toPath(bundle), toPath(staged), error);
+    if (!error)
+        co_return;
+    if (error != std::errc::cross_device_link)
+        throw UpdateError(UpdateError::Kind::InstallFailed);
+    // The temporary folder is on another disk. A copy is other bytes than those verified, so it is verified
+    // too.
+    bool copied = true;
+    try {
+        co_await copyTree(bundle, staged);
+    } catch (const FileError&) {
+        copied = false;
+    }
+    throwIfStopped(stop_);
+    if (!copied)
+        throw UpdateError(UpdateError::Kind::InstallFailed);
+    co_await verify(staged);
+}
+
+std::optional<QString> recoverInterruptedUpdate(const UpdateEnvironment& environment)
+{
+    if (environment.bundle->isPackageManaged())
+        return std::nullopt;
+    std::optional<QString> moved;
+    for (const QString& folder : {environment.systemApplications, userApplications(environment)}) {
+        if (const auto path = recoverApplicationsFolder(folder, environment.bundle->path()))
+            moved = path;
+    }
+    WorkingFolder::removeAbandoned(environment.temporaryFolder, QLatin1String(workingFolderPrefix));
+    return moved;
+}
+
+} // namespace quillmarsh
