@@ -10,12 +10,17 @@
 
 namespace quillmarsh {
 
-UserDefaults::UserDefaults(const QString& path) : settings_(path, QSettings::IniFormat)
+UserDefaults::UserDefaults(const QString& path)
 {
+    open(path);
     const QFileInfo file(path);
-    const bool unreadable = file.exists() && (!file.isReadable() || settings_.status() != QSettings::NoError);
-    if (unreadable)
-        keepUnreadableFile(path);
+    if (file.exists() && (!file.isReadable() || settings_->status() != QSettings::NoError))
+        moveUnreadableFileAside(path);
+}
+
+void UserDefaults::open(const QString& path)
+{
+    settings_ = std::make_unique<QSettings>(path, QSettings::IniFormat);
 }
 
 QString UserDefaults::standardPath()
@@ -24,22 +29,29 @@ QString UserDefaults::standardPath()
            QStringLiteral("/quillmarsh/defaults.ini");
 }
 
-void UserDefaults::keepUnreadableFile(const QString& path) const
+void UserDefaults::moveUnreadableFileAside(const QString& path)
 {
+    std::map<QString, QVariant> readable;
+    for (const QString& key : settings_->allKeys())
+        readable.emplace(key, settings_->value(key));
+    settings_.reset();
     const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"));
-    const QFileInfo file(path);
-    const QString copy = file.dir().filePath(QStringLiteral("defaults.unreadable-%1.ini").arg(stamp));
-    if (QFile::copy(path, copy))
+    const QString aside =
+        QFileInfo(path).dir().filePath(QStringLiteral("defaults.unreadable-%1.ini").arg(stamp));
+    if (QFile::rename(path, aside))
         qCWarning(lcQuillmarsh,
-                  "Part of the settings file could not be read and is ignored; a copy is kept beside it");
+                  "Part of the settings file could not be read and is ignored; it is kept beside it");
     else
         qCWarning(lcQuillmarsh,
-                  "Part of the settings file could not be read, and no copy of it could be made");
+                  "Part of the settings file could not be read, and it could not be moved aside");
+    open(path);
+    for (const auto& [key, value] : readable)
+        settings_->setValue(key, value);
 }
 
 std::optional<QString> UserDefaults::string(const QString& key) const
 {
-    const QVariant value = settings_.value(key);
+    const QVariant value = settings_->value(key);
     if (!value.isValid() || !value.canConvert<QString>())
         return std::nullopt;
     return value.toString();
@@ -47,7 +59,7 @@ std::optional<QString> UserDefaults::string(const QString& key) const
 
 std::optional<QByteArray> UserDefaults::data(const QString& key) const
 {
-    const QVariant value = settings_.value(key);
+    const QVariant value = settings_->value(key);
     if (!value.isValid() || !value.canConvert<QByteArray>())
         return std::nullopt;
     return value.toByteArray();
@@ -55,31 +67,31 @@ std::optional<QByteArray> UserDefaults::data(const QString& key) const
 
 qint64 UserDefaults::integer(const QString& key) const
 {
-    return settings_.value(key).toLongLong();
+    return settings_->value(key).toLongLong();
 }
 
 bool UserDefaults::boolean(const QString& key) const
 {
-    return settings_.value(key).toBool();
+    return settings_->value(key).toBool();
 }
 
 void UserDefaults::set(const QString& key, const QVariant& value)
 {
-    settings_.setValue(key, value);
+    settings_->setValue(key, value);
 }
 
 void UserDefaults::remove(const QString& key)
 {
-    settings_.remove(key);
+    settings_->remove(key);
 }
 
 bool UserDefaults::synchronize()
 {
-    settings_.sync();
-    const bool written = settings_.status() == QSettings::NoError;
+    settings_->sync();
+    const bool written = settings_->status() == QSettings::NoError;
     if (!written)
-        qCWarning(lcQuillmarsh, "The settings could not be written (status %d)", int(settings_.status()));
-    QFile::setPermissions(settings_.fileName(), QFile::ReadOwner | QFile::WriteOwner);
+        qCWarning(lcQuillmarsh, "The settings could not be written (status %d)", int(settings_->status()));
+    QFile::setPermissions(settings_->fileName(), QFile::ReadOwner | QFile::WriteOwner);
     return written;
 }
 

@@ -3,13 +3,14 @@
 #include <QSettings>
 #include <QVariant>
 
+#include <memory>
 #include <optional>
 
 namespace quillmarsh {
 
 /// The user-defaults store: one INI file of typed values, group General, mode 0600. It is written through a
 /// temporary file and a rename, so a crash during a write leaves the old file or the new one. A file that
-/// cannot be parsed is kept beside the new one as "defaults.unreadable-TIME.ini" before anything is written.
+/// cannot be read in full is moved aside as "defaults.unreadable-TIME.ini"; what could be read of it goes on.
 class UserDefaults final
 {
 public:
@@ -35,9 +36,10 @@ public:
     bool synchronize();
 
 private:
-    void keepUnreadableFile(const QString& path) const;
+    void open(const QString& path);
+    void moveUnreadableFileAside(const QString& path);
 
-    QSettings settings_;
+    std::unique_ptr<QSettings> settings_;
 };
 
 } // namespace quillmarsh

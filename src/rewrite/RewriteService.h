@@ -40,7 +40,7 @@ struct RewriteEnvironment
     std::function<void()> accessibilityRequest;
     std::function<void()> openAccessibilitySettings;
     /// The active ChatGPT profile's tokens, if any account is connected.
-    std::function<std::optional<CodexTokens>()> chatGPTTokens;
+    std::function<Task<std::optional<CodexTokens>>()> chatGPTTokens;
     /// A new back end for one rewrite.
     std::function<std::unique_ptr<AIServiceProtocol>(AIProvider, OpenAIAuthMode)> makeBackEnd;
     /// Opens a connection to that back end ahead of the request; sends nothing.
@@ -103,20 +103,35 @@ signals:
 
 private:
     class Run;
+    struct Failure;
+    using TokensSource = std::function<Task<std::optional<CodexTokens>>()>;
 
     void observeApplications();
     static Task<> monitorPermission(QPointer<RewriteService> service, std::stop_token stop);
-    Task<std::optional<ProviderSelection>> findAvailableProvider() const;
     [[nodiscard]] std::vector<Registration> makeRegistrations();
+    void reportRefusedShortcuts() const;
+
+    template <typename T>
+    static Task<T> stage(QPointer<RewriteService> service, Task<T> task);
+    Task<> rewriteSelection(std::optional<QString> instruction, QString title);
+    void showOverlay(const std::optional<RunningApplication>& target, const QString& title);
+    void requireAccessibility();
+    Task<ProviderSelection> requireProvider() const;
+    static Task<std::optional<ProviderSelection>>
+    findAvailableProvider(QPointer<AppSettings> settings, KeychainService keychain, TokensSource tokens);
+    Task<QString> requireSelectedText() const;
+    void requireTarget(const std::optional<RunningApplication>& target) const;
     [[nodiscard]] bool targetHolds(const std::optional<RunningApplication>& target) const;
-    static Task<QString> requestRewrite(std::function<std::unique_ptr<AIServiceProtocol>()> makeBackEnd,
-                                        QString text, QString apiKey, std::optional<QString> instruction,
-                                        std::stop_token stop);
-    Task<> deliver(std::optional<RunningApplication> target, QString result);
+    Task<QString> requireResult(ProviderSelection provider, QString text,
+                                std::optional<QString> instruction) const;
+    Task<> pasteResult(std::optional<RunningApplication> target, QString result);
+    Task<> leaveOnClipboard(QString result);
+    static Failure clipboardTaken();
+
     void cancelRewrite();
+    void completeOnClipboard();
     void complete(const QString& title, const QString& detail);
-    void fail(const QString& title, const QString& detail);
-    void fail(const QString& title, const QString& detail, SettingsSection destination);
+    void fail(const Failure& failure);
     void openSettings(SettingsSection destination);
 
     void setProcessing(bool processing);

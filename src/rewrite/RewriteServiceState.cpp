@@ -1,0 +1,198 @@
+// The permission state, the shortcut registrations and the published properties of the orchestrator; the flow
+// of one rewrite is in RewriteService.cpp.
+#include "rewrite/RewriteService.h"
+
+#include "base/Log.h"
+#include "rewrite/AppSettings.h"
+
+#include <QCoreApplication>
+
+#include <limits>
+
+namespace quillmarsh {
+
+namespace {
+
+constexpr std::chrono::seconds permissionInterval{2};
+
+bool isThisProcess(const RunningApplication& application)
+{
+    return application.processIdentifier == QCoreApplication::applicationPid();
+}
+
+} // namespace
+
+RewriteService::RewriteService(bool setupAccessibility, RewriteEnvironment environment,
+                               std::unique_ptr<HotkeyControlling> hotkeyService)
+    : environment_(std::move(environment)),
+      clipboardService_(environment_.pasteboard, environment_.keyPoster),
+      hotkeyService_(std::move(hotkeyService))
+{
+    if (!setupAccessibility)
+        return;
+    observeApplications();
+    checkAndSetupAccessibility(false);
+    detach(monitorPermission(this, permissionMonitor_.get_token()));
+}
+
+RewriteService::~RewriteService()
+{
+    permissionMonitor_.request_stop();
+    rewriteTask_.request_stop();
+    hotkeyService_->stop();
+}
+
+void RewriteService::observeApplications()
+{
+    const std::optional<RunningApplication> front = environment_.workspace.frontmostApplication();
+    if (front && !isThisProcess(*front))
+        lastExternalApplication_ = front;
+    connect(&environment_.workspace, &Workspace::didActivateApplication, this,
+            [this](const RunningApplication& application) {
+                if (!isThisProcess(application))
+                    lastExternalApplication_ = application;
+                checkAndSetupAccessibility(false);
+            });
+}
+
+Task<> RewriteService::monitorPermission(QPointer<RewriteService> service, std::stop_token stop)
+{
+    while (true) {
+        co_await Sleep(permissionInterval, stop);
+        if (stop.stop_requested() || !service)
+            co_return;
+        service->checkAndSetupAccessibility(false);
+    }
+}
+
+void RewriteService::setAppSettings(AppSettings* settings)
+{
+    appSettings_ = settings;
+}
+
+void RewriteService::checkAndSetupAccessibility(bool retryHotkeys)
+{
+    const bool wasTrusted = hasAccessibility_;
+    setHasAccessibility(environment_.accessibilityCheck());
+    if (!hasAccessibility_) {
+        if (!wasTrusted && !hotkeyRegistered_)
+            return;
+        hotkeyService_->stop();
+        setHotkeyRegistered(false);
+        setLastError(QStringLiteral("Enable Accessibility in Permissions to use shortcuts."));
+        return;
+    }
+    setWaitingForAccessibility(false);
+    if (wasTrusted && (!retryHotkeys || hotkeyRegistered_))
+        return;
+    registerHotkeys();
+}
+
+void RewriteService::requestAccessibility()
+{
+    checkAndSetupAccessibility(true);
+    if (!hasAccessibility_) {
+        setWaitingForAccessibility(true);
+        environment_.accessibilityRequest();
+    }
+    environment_.openAccessibilitySettings();
+}
+
+void RewriteService::restartHotkeys()
+{
+    hotkeyService_->stop();
+    setHotkeyRegistered(false);
+    checkAndSetupAccessibility(true);
+}
+
+void RewriteService::registerHotkeys()
+{
+    if (!hasAccessibility_ || !appSettings_)
+        return;
+    std::vector<Registration> registrations = makeRegistrations();
+    const bool isEmpty = registrations.empty();
+    hotkeyService_->setRegistrations(std::move(registrations));
+    if (isEmpty) {
+        hotkeyService_->stop();
+        setHotkeyRegistered(false);
+    } else if (hotkeyService_->start()) {
+        setHotkeyRegistered(true);
+    } else {
+        setHotkeyRegistered(false);
+        setLastError(QStringLiteral("Failed to register shortcuts. Check Accessibility permission."));
+        return;
+    }
+    setLastError(std::nullopt);
+    reportRefusedShortcuts();
+    emit shortcutsRegistered();
+}
+
+std::vector<Registration> RewriteService::makeRegistrations()
+{
+    std::vector<Registration> registrations;
+    for (const InstructionShortcut& action : appSettings_->instructionShortcuts()) {
+        if (!action.hasShortcut())
+            continue;
+        if (*action.keyCode < 0 || *action.keyCode > std::numeric_limits<quint16>::max()) {
+            qCWarning(lcQuillmarsh, "Ignoring a writing action's shortcut: its key code is out of range");
+            continue;
+        }
+        const auto handler = [service = QPointer(this), action] {
+            if (service)
+                detach(service->performRewrite(action.instruction, action.name));
+        };
+        registrations.push_back(
+            {static_cast<quint16>(*action.keyCode), static_cast<quint64>(*action.modifiersRaw), handler});
+    }
+    return registrations;
+}
+
+void RewriteService::reportRefusedShortcuts() const
+{
+    for (const KeyCombination& combination : hotkeyService_->refused())
+        qCWarning(lcQuillmarsh,
+                  "Another program owns a writing action's shortcut (key code %d, modifiers 0x%llx)",
+                  combination.keyCode, combination.modifiers);
+}
+
+void RewriteService::setProcessing(bool processing)
+{
+    if (isProcessing_ == processing)
+        return;
+    isProcessing_ = processing;
+    emit isProcessingChanged();
+}
+
+void RewriteService::setLastError(std::optional<QString> error)
+{
+    if (lastError_ == error)
+        return;
+    lastError_ = std::move(error);
+    emit lastErrorChanged();
+}
+
+void RewriteService::setHasAccessibility(bool trusted)
+{
+    if (hasAccessibility_ == trusted)
+        return;
+    hasAccessibility_ = trusted;
+    emit hasAccessibilityChanged();
+}
+
+void RewriteService::setHotkeyRegistered(bool registered)
+{
+    if (hotkeyRegistered_ == registered)
+        return;
+    hotkeyRegistered_ = registered;
+    emit hotkeyRegisteredChanged();
+}
+
+void RewriteService::setWaitingForAccessibility(bool waiting)
+{
+    if (isWaitingForAccessibility_ == waiting)
+        return;
+    isWaitingForAccessibility_ = waiting;
+    emit isWaitingForAccessibilityChanged();
+}
+
+} // namespace quillmarsh

@@ -1,0 +1,191 @@
+#include "rewrite/HotkeyService.h"
+#include "support/FakePlatform.h"
+
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace quillmarsh;
+
+namespace {
+
+constexpr quint64 shiftCommand = 0x120000;
+constexpr quint64 capsLock = 0x10000;
+
+} // namespace
+
+class tst_HotkeyService final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        accessibility_ = std::make_unique<test::FakeAccessibility>();
+        taps_ = std::make_unique<test::FakeEventTapSource>();
+        service_ = std::make_unique<HotkeyService>(*taps_, *accessibility_);
+        fired_.clear();
+    }
+
+    void aMatchIsSwallowedAndItsHandlerQueued()
+    {
+        start({registration(15, shiftCommand, "first")});
+        QCOMPARE(service_->handleEvent(press(15, shiftCommand | capsLock)), TapVerdict::Swallow);
+        QVERIFY(fired_.isEmpty());
+        QTRY_COMPARE(fired_, QStringList("first"));
+    }
+
+    void whatDoesNotMatchPasses()
+    {
+        start({registration(15, shiftCommand, "first")});
+        QCOMPARE(service_->handleEvent(press(15, 0x1A0000)), TapVerdict::Pass); // Shift-Option-Command
+        QCOMPARE(service_->handleEvent(press(15, 0x100000)), TapVerdict::Pass);
+        QCOMPARE(service_->handleEvent(press(14, shiftCommand)), TapVerdict::Pass);
+        QCoreApplication::processEvents();
+        QVERIFY(fired_.isEmpty());
+    }
+
+    void aHeldShortcutFiresOnce()
+    {
+        start({registration(15, shiftCommand, "first")});
+        KeyEvent event = press(15, shiftCommand);
+        std::ignore = service_->handleEvent(event);
+        event.isAutorepeat = true;
+        for (int repeat = 0; repeat < 5; ++repeat)
+            QCOMPARE(service_->handleEvent(event), TapVerdict::Swallow);
+        QCoreApplication::processEvents();
+        QCOMPARE(fired_, QStringList("first"));
+    }
+
+    void theFirstOfTwoEqualRegistrationsRuns()
+    {
+        start({registration(15, shiftCommand, "first"), registration(15, shiftCommand, "second")});
+        std::ignore = service_->handleEvent(press(15, shiftCommand));
+        QCoreApplication::processEvents();
+        QCOMPARE(fired_, QStringList("first"));
+        QCOMPARE(taps_->taps.back()->interest.size(), 1u);
+    }
+
+    void startTwiceMakesOneTap()
+    {
+        start({registration(15, shiftCommand, "first")});
+        QVERIFY(service_->start());
+        QCOMPARE(taps_->taps.size(), 1u);
+        QVERIFY(taps_->taps.back()->enabled);
+    }
+
+    void startFails_data()
+    {
+        QTest::addColumn<bool>("trusted");
+        QTest::addColumn<bool>("refuses");
+        QTest::newRow("not trusted") << false << false;
+        QTest::newRow("no tap") << true << true;
+    }
+
+    void startFails()
+    {
+        QFETCH(bool, trusted);
+        QFETCH(bool, refuses);
+        accessibility_->trusted = trusted;
+        taps_->refuses = refuses;
+        if (refuses)
+            QTest::ignoreMessage(QtWarningMsg, "FAILED to create CGEvent tap. Accessibility=1");
+        QVERIFY(!service_->start());
+        service_->stop();
+    }
+
+    void startFailsOnlyWhenEveryShortcutIsTaken()
+    {
+        taps_->refusedCombinations = {{15, shiftCommand}};
+        service_->setRegistrations(
+            {registration(15, shiftCommand, "a"), registration(16, shiftCommand, "b")});
+        QVERIFY(service_->start());
+        QCOMPARE(service_->refused().size(), 1u);
+        service_->stop();
+        service_->setRegistrations({registration(15, shiftCommand, "a")});
+        QVERIFY(!service_->start());
+    }
+
+    void stopGivesTheTapBack()
+    {
+        start({registration(15, shiftCommand, "first")});
+        const auto record = taps_->taps.back();
+        service_->stop();
+        QVERIFY(record->invalidated);
+        QVERIFY(!record->enabled);
+        service_->stop();
+        QVERIFY(service_->start());
+        const auto second = taps_->taps.back();
+        service_.reset();
+        QVERIFY(second->invalidated);
+    }
+
+    void newRegistrationsTakeEffectWhileRunning()
+    {
+        start({registration(15, shiftCommand, "first")});
+        service_->setRegistrations({registration(16, shiftCommand, "other")});
+        QCOMPARE(taps_->taps.size(), 1u);
+        QCOMPARE(taps_->press(15, shiftCommand), TapVerdict::Pass);
+        QCOMPARE(taps_->press(16, shiftCommand), TapVerdict::Swallow);
+        QTRY_COMPARE(fired_, QStringList("other"));
+    }
+
+    void theDemoGetsControlR()
+    {
+        start({registration(15, 0x40000, "control"), registration(15, shiftCommand, "first")});
+        service_->setDemoFocused(true);
+        QCOMPARE(service_->handleEvent(press(15, 0x40000 | capsLock)), TapVerdict::Pass);
+        QCOMPARE(taps_->press(15, 0x40000), TapVerdict::Pass);
+        QCOMPARE(taps_->press(15, shiftCommand), TapVerdict::Swallow);
+        service_->setDemoFocused(false);
+        QCOMPARE(taps_->press(15, 0x40000), TapVerdict::Swallow);
+    }
+
+    void aDisabledTapIsTurnedOnAgain_data()
+    {
+        QTest::addColumn<quint32>("type");
+        QTest::newRow("timeout") << 0xFFFFFFFEu;
+        QTest::newRow("user input") << 0xFFFFFFFFu;
+    }
+
+    void aDisabledTapIsTurnedOnAgain()
+    {
+        QFETCH(quint32, type);
+        start({registration(15, shiftCommand, "first")});
+        taps_->taps.back()->enabled = false;
+        KeyEvent event;
+        event.type = static_cast<KeyEvent::Type>(type);
+        QTest::ignoreMessage(QtWarningMsg, "Event tap was disabled by timeout, re-enabling");
+        QCOMPARE(service_->handleEvent(event), TapVerdict::Pass);
+        QVERIFY(taps_->taps.back()->enabled);
+        taps_->taps.back()->enabled = false;
+        accessibility_->trusted = false;
+        QTest::ignoreMessage(QtWarningMsg, "Event tap was disabled by timeout, re-enabling");
+        std::ignore = service_->handleEvent(event);
+        QVERIFY(!taps_->taps.back()->enabled);
+    }
+
+private:
+    static KeyEvent press(quint16 keyCode, quint64 flags)
+    {
+        return {KeyEvent::Type::KeyDown, keyCode, flags, false};
+    }
+
+    Registration registration(quint16 keyCode, quint64 modifiers, const QString& name)
+    {
+        return {keyCode, modifiers, [this, name] { fired_ << name; }};
+    }
+
+    void start(std::vector<Registration> registrations)
+    {
+        service_->setRegistrations(std::move(registrations));
+        QVERIFY(service_->start());
+    }
+
+    std::unique_ptr<test::FakeAccessibility> accessibility_;
+    std::unique_ptr<test::FakeEventTapSource> taps_;
+    std::unique_ptr<HotkeyService> service_;
+    QStringList fired_;
+};
+
+QTEST_GUILESS_MAIN(tst_HotkeyService)
+#include "tst_HotkeyService.moc"

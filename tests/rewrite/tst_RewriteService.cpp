@@ -1,0 +1,449 @@
+#include "base/NotificationCenter.h"
+#include "rewrite/RewriteFixture.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace quillmarsh;
+using namespace std::chrono_literals;
+using test::RewriteFixture;
+
+namespace {
+
+constexpr quint64 successDelay = 1'300'000'000;
+constexpr quint64 failureDelay = 8'000'000'000;
+
+} // namespace
+
+/// One rewrite from start to end, through the real orchestrator with fakes at the platform's edge.
+class tst_RewriteService final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        fixture_ = std::make_unique<RewriteFixture>();
+        fixture_->makeService();
+    }
+
+    void aRewriteReplacesTheSelection()
+    {
+        rewrite();
+        QCOMPARE(fixture_->platform.pasteboard->sets, std::vector<QString>({"SOME TEXT"}));
+        QCOMPARE(fixture_->platform.keyPoster->posts,
+                 std::vector<KeyCombination>({{8, 0x100000}, {9, 0x100000}}));
+        expectSuccess("Text rewritten", "Editor");
+        QCOMPARE(fixture_->script->instructions, QStringList("Louder."));
+        QCOMPARE(fixture_->script->warmed.size(), 1u);
+        QCOMPARE(fixture_->script->made, fixture_->script->warmed);
+        QCOMPARE(fixture_->script->made.front(), std::pair(AIProvider::cloud, OpenAIAuthMode::apiKey));
+    }
+
+    void theShortcutStartsIt()
+    {
+        QCOMPARE(fixture_->platform.eventTaps->press(15, 0x120000), TapVerdict::Swallow);
+        QTRY_VERIFY(fixture_->service->isProcessing());
+        QCOMPARE(fixture_->shownTitle(), QStringLiteral("Autocorrect"));
+        QCOMPARE(fixture_->shownDetail(), QStringLiteral("Editor"));
+        QTRY_VERIFY(!fixture_->service->isProcessing());
+        QVERIFY(fixture_->pasted());
+    }
+
+    void withoutAnInstructionTheBackEndDecides()
+    {
+        test::runTask(fixture_->service->performRewrite(std::nullopt, QStringLiteral("Custom rewrite")));
+        QCOMPARE(fixture_->script->instructions, QStringList("<none>"));
+    }
+
+    void theSelectionIsSentWithItsBlanks()
+    {
+        fixture_->selection = QStringLiteral("  text\n\n");
+        rewrite();
+        QCOMPARE(fixture_->script->texts, QStringList("  text\n\n"));
+    }
+
+    void nothingSelected_data()
+    {
+        QTest::addColumn<bool>("copies");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("no copy") << false << QString();
+        QTest::newRow("empty") << true << "";
+        QTest::newRow("blanks") << true << QStringLiteral(" \t\r\n\u00a0\u2028");
+    }
+
+    void nothingSelected()
+    {
+        QFETCH(bool, copies);
+        QFETCH(QString, text);
+        fixture_->selection = std::nullopt;
+        if (copies)
+            fixture_->selection = text;
+        rewrite();
+        expectFailure("Select some text first", "Then press your shortcut again.");
+        QVERIFY(fixture_->script->made.empty());
+        QVERIFY(!fixture_->pasted());
+    }
+
+    void anImageIsNothingSelected()
+    {
+        fixture_->selection = std::optional<QString>();
+        rewrite();
+        expectFailure("Select some text first", "Then press your shortcut again.");
+    }
+
+    void theLimitCountsPerceivedCharacters()
+    {
+        fixture_->selection = QStringLiteral("👍🏽").repeated(10'000);
+        rewrite();
+        expectSuccess("Text rewritten", "Editor");
+        fixture_->selection = QStringLiteral("👍🏽").repeated(10'001);
+        rewrite();
+        expectFailure("Couldn’t rewrite", "Selected text is too long (max 10,000 characters)");
+        QCOMPARE(fixture_->script->made.size(), 1u);
+    }
+
+    void withoutAccessibility()
+    {
+        fixture_->platform.accessibility->trusted = false;
+        rewrite();
+        expectFailure("Allow Accessibility",
+                      "Enable Quillmarsh in System Settings → Privacy & Security → Accessibility.",
+                      "Permissions");
+        QVERIFY(fixture_->platform.keyPoster->posts.empty());
+    }
+
+    void withoutAUsableProvider_data()
+    {
+        QTest::addColumn<int>("choice");
+        QTest::addColumn<QByteArray>("key");
+        QTest::addColumn<QString>("scopes");
+        QTest::newRow("chatgpt, no tokens") << int(AIConnectionChoice::chatgpt) << QByteArray() << QString();
+        QTest::newRow("chatgpt, no plan")
+            << int(AIConnectionChoice::chatgpt) << QByteArray() << "resource.invoke openid";
+        QTest::newRow("openai, no key") << int(AIConnectionChoice::openaiKey) << QByteArray() << QString();
+        QTest::newRow("claude, empty key") << int(AIConnectionChoice::claude) << QByteArray("") << QString();
+    }
+
+    void withoutAUsableProvider()
+    {
+        QFETCH(int, choice);
+        QFETCH(QByteArray, key);
+        QFETCH(QString, scopes);
+        fixture_->settings.select(static_cast<AIConnectionChoice>(choice));
+        if (!key.isNull())
+            storeKey("anthropic-api-key", key);
+        if (!scopes.isEmpty())
+            connectAccount(scopes);
+        rewrite();
+        expectFailure("Connect your AI", "Connect ChatGPT or add your own API key.", "AI connections");
+        QVERIFY(fixture_->platform.keyPoster->posts.empty());
+        QVERIFY(fixture_->script->warmed.empty());
+    }
+
+    void aLockedKeychainIsNoProvider()
+    {
+        fixture_->settings.select(AIConnectionChoice::claude);
+        fixture_->platform.secItems->copyStatus = errSecInteractionNotAllowed;
+        rewrite();
+        QCOMPARE(fixture_->shownTitle(), QStringLiteral("Connect your AI"));
+    }
+
+    void theKeyIsPassedOnAsRead()
+    {
+        storeKey("openai-api-key", " sk-1 ");
+        fixture_->settings.select(AIConnectionChoice::openaiKey);
+        rewrite();
+        QCOMPARE(fixture_->script->keys, QStringList(" sk-1 "));
+        QCOMPARE(fixture_->script->made.front(), std::pair(AIProvider::openai, OpenAIAuthMode::apiKey));
+    }
+
+    void aConnectedAccountNeedsNoKey()
+    {
+        fixture_->settings.select(AIConnectionChoice::chatgpt);
+        connectAccount(QStringLiteral("resource.invoke chatgpt.tokens.use.direct"));
+        rewrite();
+        QCOMPARE(fixture_->script->made.front(), std::pair(AIProvider::openai, OpenAIAuthMode::chatgpt));
+        expectSuccess("Text rewritten", "Editor");
+    }
+
+    void theApplicationChangesBeforeSending()
+    {
+        const auto copy = fixture_->platform.keyPoster->onPost;
+        fixture_->platform.keyPoster->onPost = [this, copy](const KeyCombination& keys) {
+            copy(keys);
+            fixture_->platform.workspace->bringToFront(fixture_->browser);
+        };
+        rewrite();
+        expectFailure("Selection changed", "Return to your text and try the shortcut again.");
+        QVERIFY(fixture_->script->made.empty());
+    }
+
+    void theApplicationChangesWhileWaiting()
+    {
+        fixture_->script->reply = [this](const QString& text, std::stop_token stop) {
+            fixture_->platform.workspace->bringToFront(fixture_->browser);
+            return RewriteFixture::shout(text, stop);
+        };
+        rewrite();
+        QCOMPARE(fixture_->platform.pasteboard->text, std::optional(QStringLiteral("SOME TEXT")));
+        expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
+        QVERIFY(!fixture_->pasted());
+    }
+
+    void theApplicationChangesAfterTheClipboardIsSet()
+    {
+        fixture_->platform.pasteboard->onSet = [this] {
+            fixture_->platform.workspace->bringToFront(fixture_->browser);
+        };
+        rewrite();
+        expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
+        QVERIFY(!fixture_->pasted());
+    }
+
+    void anotherWindowOfTheSameApplicationIsTheSameTarget()
+    {
+        fixture_->script->reply = [this](const QString& text, std::stop_token stop) {
+            fixture_->editor.window = 99;
+            fixture_->platform.workspace->bringToFront(fixture_->editor);
+            return RewriteFixture::shout(text, stop);
+        };
+        rewrite();
+        expectSuccess("Text rewritten", "Editor");
+    }
+
+    void accessibilityIsLostWhileTheTargetNotices()
+    {
+        fixture_->platform.pasteboard->onSet = [this] { fixture_->platform.accessibility->trusted = false; };
+        rewrite();
+        expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
+        QVERIFY(!fixture_->pasted());
+    }
+
+    void nothingInFront()
+    {
+        fixture_->platform.workspace->frontmost = std::nullopt;
+        rewrite();
+        expectSuccess("Text rewritten", "Done");
+    }
+
+    void anApplicationWithoutAName()
+    {
+        fixture_->editor.localizedName.clear();
+        fixture_->platform.workspace->frontmost = fixture_->editor;
+        rewrite();
+        expectSuccess("Text rewritten", "Done");
+    }
+
+    void theBackEndFails()
+    {
+        fixture_->script->reply = [](const QString&, const std::stop_token&) {
+            return RewriteFixture::failWith(QStringLiteral("<b>%1 no</b>"));
+        };
+        rewrite();
+        expectFailure("Couldn’t rewrite", "API error (500): <b>%1 no</b>");
+        QVERIFY(!fixture_->pasted());
+        QVERIFY(fixture_->platform.pasteboard->sets.empty());
+    }
+
+    void aSecondPressCancelsAtOnce()
+    {
+        fixture_->script->reply = [](const QString&, std::stop_token stop) {
+            return RewriteFixture::neverAnswer(stop);
+        };
+        const Task<> running =
+            fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal"));
+        QTRY_COMPARE(fixture_->script->texts.size(), 1);
+        QVERIFY(fixture_->panel.visible);
+        test::runTask(fixture_->service->performRewrite(QStringLiteral("y"), QStringLiteral("Casual")));
+        QVERIFY(!fixture_->panel.visible);
+        QTRY_VERIFY(!fixture_->service->isProcessing());
+        expectSilence();
+        fixture_->script->reply = &RewriteFixture::shout;
+        rewrite();
+        expectSuccess("Text rewritten", "Editor");
+    }
+
+    void anAnswerAfterTheCancelIsDiscarded()
+    {
+        fixture_->script->reply = [](const QString& text, const std::stop_token&) {
+            return lateAnswer(text);
+        };
+        const Task<> running =
+            fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal"));
+        QTRY_COMPARE(fixture_->script->texts.size(), 1);
+        fixture_->overlay->state().dismiss();
+        QVERIFY(!fixture_->panel.visible);
+        QTRY_VERIFY(!fixture_->service->isProcessing());
+        expectSilence();
+    }
+
+    void cancelDuringTheCopySendsNothing()
+    {
+        const Task<> running =
+            fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal"));
+        test::runTask(fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal")));
+        QTRY_VERIFY(!fixture_->service->isProcessing());
+        expectSilence();
+        QVERIFY(fixture_->script->made.empty());
+    }
+
+    void cancelWhileTheTargetNoticesPastesNothing()
+    {
+        fixture_->platform.pasteboard->onSet = [this] { fixture_->overlay->state().dismiss(); };
+        rewrite();
+        expectSilence();
+    }
+
+    void aCancelledFailureIsSilent()
+    {
+        fixture_->script->reply = [this](const QString&, const std::stop_token&) {
+            fixture_->overlay->state().dismiss();
+            return RewriteFixture::failWith(QStringLiteral("x"));
+        };
+        rewrite();
+        expectSilence();
+    }
+
+    void theServiceEndsDuringARun_data()
+    {
+        QTest::addColumn<int>("after");
+        for (const int after : {0, 50, 190, 230, 260})
+            QTest::addRow("%d ms", after) << after;
+    }
+
+    void theServiceEndsDuringARun()
+    {
+        QFETCH(int, after);
+        fixture_->script->reply = [](const QString& text, const std::stop_token&) {
+            return lateAnswer(text);
+        };
+        const Task<> running =
+            fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal"));
+        QTest::qWait(after);
+        fixture_->service.reset();
+        QTRY_VERIFY(running.isReady());
+        QVERIFY(!fixture_->pasted());
+    }
+
+    void anotherProgramTakesTheClipboardOnce()
+    {
+        int sets = 0;
+        fixture_->platform.pasteboard->onSet = [this, &sets] {
+            if (++sets == 1)
+                QTimer::singleShot(20, this,
+                                   [this] { fixture_->platform.pasteboard->copyFromElsewhere("theirs"); });
+        };
+        rewrite();
+        QCOMPARE(sets, 2);
+        QCOMPARE(fixture_->platform.pasteboard->text, std::optional(QStringLiteral("SOME TEXT")));
+        expectSuccess("Text rewritten", "Editor");
+    }
+
+    void anotherProgramKeepsTheClipboard()
+    {
+        fixture_->platform.pasteboard->ownable = false;
+        rewrite();
+        expectFailure("Couldn’t rewrite", "Another application is holding the clipboard. Please try again.");
+        QVERIFY(!fixture_->pasted());
+    }
+
+    void aPasteThatCannotBePostedLeavesTheResult()
+    {
+        const auto copy = fixture_->platform.keyPoster->onPost;
+        fixture_->platform.keyPoster->onPost = [this, copy](const KeyCombination& keys) {
+            copy(keys);
+            fixture_->platform.keyPoster->result = false;
+        };
+        rewrite();
+        expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
+    }
+
+    void theSettingsButtonLeadsToItsSection()
+    {
+        fixture_->platform.accessibility->trusted = false;
+        rewrite();
+        QSignalSpy notices(&NotificationCenter::defaultCenter(), &NotificationCenter::posted);
+        fixture_->overlay->state().action();
+        QCOMPARE(notices.size(), 1);
+        QCOMPARE(notices.front().at(0).toString(), QStringLiteral("openSettingsFromAlert"));
+        QCOMPARE(notices.front().at(1).toMap(), QVariantMap({{"section", "Permissions"}}));
+        QCOMPARE(fixture_->defaults.string("settingsSection"), std::optional(QStringLiteral("Permissions")));
+        QVERIFY(!fixture_->panel.visible);
+    }
+
+    void aNewRunClearsTheLastError()
+    {
+        fixture_->selection = std::nullopt;
+        rewrite();
+        QVERIFY(fixture_->service->lastError());
+        fixture_->selection = QStringLiteral("x");
+        rewrite();
+        QVERIFY(!fixture_->service->lastError());
+    }
+
+private:
+    static Task<QString> lateAnswer(QString text)
+    {
+        co_await Sleep(60ms);
+        co_return text;
+    }
+
+    void rewrite()
+    {
+        test::runTask(fixture_->service->performRewrite(QStringLiteral("Louder."), QStringLiteral("Louder")));
+        QVERIFY(!fixture_->service->isProcessing());
+    }
+
+    void storeKey(const char* account, const QByteArray& key)
+    {
+        fixture_->platform.secItems->items[{QStringLiteral("com.quillmarsh.app"), QLatin1String(account)}] =
+            key;
+    }
+
+    void connectAccount(const QString& scopes)
+    {
+        CodexTokens tokens;
+        tokens.clientID = QStringLiteral("client");
+        tokens.accessToken = QStringLiteral("access");
+        tokens.scopes = scopes.split(u' ');
+        fixture_->tokens = tokens;
+    }
+
+    void expectSuccess(const QString& title, const QString& detail)
+    {
+        QCOMPARE(fixture_->overlay->state().phase(), RewriteOverlayState::Phase::Success);
+        QCOMPARE(fixture_->shownTitle(), title);
+        QCOMPARE(fixture_->shownDetail(), detail);
+        QCOMPARE(fixture_->overlay->dismissalDelay(), std::optional(successDelay));
+        QVERIFY(fixture_->service->lastSuccess());
+        QVERIFY(!fixture_->service->lastError());
+        QVERIFY(fixture_->settings.completedRewriteCount() > 0);
+    }
+
+    void expectFailure(const QString& title, const QString& detail, const QString& section = {})
+    {
+        QCOMPARE(fixture_->overlay->state().phase(), RewriteOverlayState::Phase::Error);
+        QCOMPARE(fixture_->shownTitle(), title);
+        QCOMPARE(fixture_->shownDetail(), detail);
+        QCOMPARE(fixture_->overlay->dismissalDelay(), std::optional(failureDelay));
+        QCOMPARE(fixture_->service->lastError(), std::optional(detail));
+        const std::optional<QString> button = fixture_->overlay->state().actionTitle();
+        QCOMPARE(button.value_or(QString()), section.isEmpty() ? QString() : QStringLiteral("Settings"));
+    }
+
+    void expectSilence()
+    {
+        QVERIFY(!fixture_->panel.visible);
+        QCOMPARE(fixture_->overlay->state().phase(), RewriteOverlayState::Phase::Working);
+        QVERIFY(!fixture_->service->lastError());
+        QVERIFY(!fixture_->service->lastSuccess());
+        QVERIFY(!fixture_->pasted());
+        QCOMPARE(fixture_->settings.completedRewriteCount(), 0);
+    }
+
+    std::unique_ptr<RewriteFixture> fixture_;
+};
+
+QTEST_MAIN(tst_RewriteService)
+#include "tst_RewriteService.moc"

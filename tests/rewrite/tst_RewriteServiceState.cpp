@@ -1,0 +1,172 @@
+#include "rewrite/RewriteFixture.h"
+
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace quillmarsh;
+using test::RewriteFixture;
+
+/// Permission, registration and the applications in front.
+class tst_RewriteServiceState final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { fixture_ = std::make_unique<RewriteFixture>(); }
+
+    void withoutSetupNothingHappens()
+    {
+        auto hotkeys =
+            std::make_unique<HotkeyService>(*fixture_->platform.eventTaps, *fixture_->platform.accessibility);
+        const RewriteService preview(false, fixture_->environment(), std::move(hotkeys));
+        QVERIFY(!preview.hasAccessibility());
+        QCOMPARE(fixture_->platform.accessibility->checks, 0);
+        QVERIFY(!preview.lastExternalApplication());
+    }
+
+    void shortcutsAreRegisteredFromTheSettings()
+    {
+        fixture_->makeService();
+        QVERIFY(service().hasAccessibility());
+        QVERIFY(service().hotkeyRegistered());
+        QVERIFY(!service().lastError());
+        QCOMPARE(tap().interest, std::vector<KeyCombination>({{15, 0x120000}}));
+    }
+
+    void permissionComesAndGoes()
+    {
+        fixture_->platform.accessibility->trusted = false;
+        fixture_->makeService();
+        QVERIFY(!service().hotkeyRegistered());
+        QVERIFY(!service().lastError());
+        fixture_->platform.accessibility->trusted = true;
+        QTRY_VERIFY_WITH_TIMEOUT(service().hotkeyRegistered(), 4000); // the monitor looks every two seconds
+        fixture_->platform.accessibility->trusted = false;
+        fixture_->platform.workspace->bringToFront(fixture_->browser);
+        QVERIFY(!service().hotkeyRegistered());
+        QVERIFY(tap().invalidated);
+        QCOMPARE(service().lastError(),
+                 std::optional(QStringLiteral("Enable Accessibility in Permissions to use shortcuts.")));
+        fixture_->platform.accessibility->trusted = true;
+        fixture_->platform.workspace->bringToFront(fixture_->editor);
+        QVERIFY(service().hotkeyRegistered());
+        QVERIFY(!service().lastError());
+    }
+
+    void anUnchangedPermissionEmitsNothing()
+    {
+        fixture_->makeService();
+        QSignalSpy changed(&service(), &RewriteService::hasAccessibilityChanged);
+        const size_t taps = fixture_->platform.eventTaps->taps.size();
+        service().checkAndSetupAccessibility(false);
+        service().checkAndSetupAccessibility(true);
+        QVERIFY(changed.isEmpty());
+        QCOMPARE(fixture_->platform.eventTaps->taps.size(), taps);
+    }
+
+    void aFailedRegistrationIsRetriedOnRequest()
+    {
+        fixture_->platform.eventTaps->refuses = true;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("FAILED to create")));
+        fixture_->makeService();
+        QVERIFY(!service().hotkeyRegistered());
+        QCOMPARE(
+            service().lastError(),
+            std::optional(QStringLiteral("Failed to register shortcuts. Check Accessibility permission.")));
+        fixture_->platform.eventTaps->refuses = false;
+        service().checkAndSetupAccessibility(false);
+        QVERIFY(!service().hotkeyRegistered());
+        service().checkAndSetupAccessibility(true);
+        QVERIFY(service().hotkeyRegistered());
+        QVERIFY(!service().lastError());
+    }
+
+    void requestingAccess()
+    {
+        fixture_->platform.accessibility->trusted = false;
+        fixture_->makeService();
+        service().requestAccessibility();
+        QVERIFY(service().isWaitingForAccessibility());
+        QCOMPARE(fixture_->platform.accessibility->requests, 1);
+        QCOMPARE(fixture_->platform.accessibility->settingsOpened, 1);
+        fixture_->platform.accessibility->trusted = true;
+        service().checkAndSetupAccessibility(false);
+        QVERIFY(!service().isWaitingForAccessibility());
+        service().requestAccessibility();
+        QCOMPARE(fixture_->platform.accessibility->requests, 1);
+        QCOMPARE(fixture_->platform.accessibility->settingsOpened, 2);
+    }
+
+    void withoutShortcutsTheTapStops()
+    {
+        fixture_->makeService();
+        fixture_->settings.setInstructionShortcuts({});
+        service().restartHotkeys();
+        QVERIFY(!service().hotkeyRegistered());
+        QVERIFY(!service().lastError());
+        QVERIFY(tap().invalidated);
+    }
+
+    void aKeyCodeOutOfRangeIsIgnored()
+    {
+        fixture_->settings.addShortcut({QUuid::createUuid(), "Wide", "x", "plus", 70'000, 0x120000});
+        fixture_->settings.addShortcut({QUuid::createUuid(), "Negative", "x", "plus", -1, 0x120000});
+        fixture_->settings.addShortcut({QUuid::createUuid(), "Half", "x", "plus", 3, std::nullopt});
+        const QRegularExpression ignoring(QStringLiteral("Ignoring a writing action's shortcut"));
+        QTest::ignoreMessage(QtWarningMsg, ignoring);
+        QTest::ignoreMessage(QtWarningMsg, ignoring);
+        fixture_->makeService();
+        QCOMPARE(tap().interest, std::vector<KeyCombination>({{15, 0x120000}}));
+    }
+
+    void aTakenShortcutIsReported()
+    {
+        fixture_->settings.addShortcut({QUuid::createUuid(), "Other", "x", "plus", 16, 0x120000});
+        fixture_->platform.eventTaps->refusedCombinations = {{15, 0x120000}};
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Another program owns")));
+        fixture_->makeService();
+        QVERIFY(service().hotkeyRegistered());
+        QCOMPARE(service().refusedShortcuts(), std::vector<KeyCombination>({{15, 0x120000}}));
+    }
+
+    void theLastExternalApplicationIsNeverThisOne()
+    {
+        fixture_->makeService();
+        QCOMPARE(service().lastExternalApplication()->processIdentifier, fixture_->editor.processIdentifier);
+        RunningApplication self;
+        self.processIdentifier = QCoreApplication::applicationPid();
+        fixture_->platform.workspace->bringToFront(self);
+        QCOMPARE(service().lastExternalApplication()->processIdentifier, fixture_->editor.processIdentifier);
+        fixture_->platform.workspace->bringToFront(fixture_->browser);
+        QCOMPARE(service().lastExternalApplication()->processIdentifier, fixture_->browser.processIdentifier);
+    }
+
+    void withoutSettingsNothingIsRegistered()
+    {
+        auto hotkeys =
+            std::make_unique<HotkeyService>(*fixture_->platform.eventTaps, *fixture_->platform.accessibility);
+        RewriteService bare(true, fixture_->environment(), std::move(hotkeys));
+        QVERIFY(bare.hasAccessibility());
+        QVERIFY(!bare.hotkeyRegistered());
+        test::runTask(bare.performRewrite(std::nullopt, QStringLiteral("x")));
+        QCOMPARE(fixture_->shownTitle(), QStringLiteral("Connect your AI"));
+    }
+
+    void destructionStopsTheTap()
+    {
+        fixture_->makeService();
+        const auto record = fixture_->platform.eventTaps->taps.back();
+        fixture_->service.reset();
+        QVERIFY(record->invalidated);
+    }
+
+private:
+    RewriteService& service() { return *fixture_->service; }
+    test::FakeTapRecord& tap() { return *fixture_->platform.eventTaps->taps.back(); }
+
+    std::unique_ptr<RewriteFixture> fixture_;
+};
+
+QTEST_MAIN(tst_RewriteServiceState)
+#include "tst_RewriteServiceState.moc"
