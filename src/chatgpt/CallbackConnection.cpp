@@ -1,0 +1,81 @@
+#include "chatgpt/CallbackConnection.h"
+
+#include <QStringDecoder>
+#include <QTcpSocket>
+
+namespace quillmarsh {
+
+CallbackRequestBuffer::State CallbackRequestBuffer::append(const QByteArray& chunk)
+{
+    const qsizetype searchFrom = qMax<qsizetype>(0, bytes_.size() - 3);
+    bytes_ += chunk;
+    if (bytes_.size() > limit_)
+        return State::tooLarge;
+    hasEmptyLine_ = hasEmptyLine_ || bytes_.indexOf("\r\n\r\n", searchFrom) >= 0;
+    if (!hasEmptyLine_)
+        return State::incomplete;
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    text_ = decoder(bytes_);
+    return decoder.hasError() ? State::incomplete : State::complete;
+}
+
+CallbackConnection::CallbackConnection(QTcpSocket* socket, qsizetype requestLimit,
+                                       std::chrono::milliseconds timeLimit, QObject* parent)
+    : QObject(parent), socket_(socket), chunkSize_(requestLimit), buffer_(requestLimit)
+{
+    socket_->setParent(this);
+    socket_->setReadBufferSize(chunkSize_);
+    connect(socket_, &QTcpSocket::readyRead, this, &CallbackConnection::read);
+    connect(socket_, &QTcpSocket::disconnected, this, &CallbackConnection::end);
+    connect(socket_, &QTcpSocket::errorOccurred, this, &CallbackConnection::end);
+    guard_.setSingleShot(true);
+    connect(&guard_, &QTimer::timeout, this, &CallbackConnection::cancel);
+    guard_.start(timeLimit);
+    if (socket_->bytesAvailable() > 0)
+        read();
+}
+
+void CallbackConnection::read()
+{
+    while (!answered_ && !ended_ && socket_->bytesAvailable() > 0) {
+        switch (buffer_.append(socket_->read(chunkSize_))) {
+        case CallbackRequestBuffer::State::incomplete:
+            break;
+        case CallbackRequestBuffer::State::tooLarge:
+            cancel();
+            return;
+        case CallbackRequestBuffer::State::complete:
+            answered_ = true;
+            emit requested(buffer_.text());
+            return;
+        }
+    }
+}
+
+void CallbackConnection::respond(const QByteArray& response)
+{
+    if (ended_)
+        return;
+    // Unread bytes would turn the close into a reset, which may overtake the response.
+    socket_->skip(socket_->bytesAvailable());
+    socket_->write(response);
+    socket_->flush(); // now: a peer that has finished sending closes the socket with its next event
+    socket_->disconnectFromHost();
+}
+
+void CallbackConnection::cancel()
+{
+    socket_->abort();
+    end();
+}
+
+void CallbackConnection::end()
+{
+    if (ended_)
+        return;
+    ended_ = true;
+    guard_.stop();
+    emit ended();
+}
+
+} // namespace quillmarsh
