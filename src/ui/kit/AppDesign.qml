@@ -1,0 +1,37 @@
+pragma Singleton
+import QtQuick
+import Quillmarsh.Kit 1.0
+
+// The palette, the type and the wishes of the desktop, as every view reads them.
+QtObject {
+    readonly property color page: Design.page
+    readonly property color surface: Design.surface
+    readonly property color muted: Design.muted
+    readonly property color ink: Design.ink
+    readonly property color secondary: Design.secondary
+    readonly property color border: Design.border
+    readonly property color accent: Design.accent
+    readonly property color accentSoft: Design.accentSoft
+    readonly property color success: Design.success
+
+    readonly property bool reduceMotion: Design.reduceMotion
+    readonly property bool increaseContrast: Design.increaseContrast
+    // The outline of fields and cards; stronger where the desktop asks for contrast.
+    readonly property color outline: increaseContrast ? secondary : border
+
+    readonly property int pressDuration: reduceMotion ? 0 : 120
+    readonly property int appearDuration: reduceMotion ? 0 : 180
+    readonly property var pressCurve: [0.23, 1.0, 0.32, 1.0, 1, 1]
+
+    function font(size, weight) {
+        return Design.font(size, weight === undefined ? Font.Normal : weight)
+    }
+
+    function monospaced(size) {
+        return Design.monospaced(size)
+    }
+
+    function tint(color, opacity) {
+        return Qt.rgba(color.r, color.g, color.b, opacity)
+    }
+}

@@ -1,0 +1,74 @@
+import QtQuick
+import Quillmarsh.Kit 1.0
+
+// A framed button as wide as its place: a symbol, one or two lines, and what stands at its end.
+Pressable {
+    id: button
+
+    property string text
+    property string subtitle
+    property string icon
+    default property alias trailing: end.data
+
+    readonly property real padding: 9
+
+    implicitWidth: 240
+    implicitHeight: Math.max(lines.implicitHeight, end.implicitHeight, 22) + 2 * padding
+    opacity: enabled ? 1 : 0.45
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Accessible.description: subtitle
+    Accessible.focusable: true
+    Accessible.onPressAction: click()
+
+    Rectangle {
+        anchors.fill: parent
+        radius: 10
+        color: button.pressed ? AppDesign.accentSoft : button.hovered ? AppDesign.muted : AppDesign.surface
+        border.width: 0.5
+        border.color: AppDesign.outline
+
+        FocusRing { shown: button.visualFocus }
+    }
+    AppIcon {
+        id: symbol
+        name: button.icon
+        visible: button.icon !== ""
+        color: AppDesign.accent
+        anchors { left: parent.left; leftMargin: button.padding + 2; verticalCenter: parent.verticalCenter }
+    }
+    Column {
+        id: lines
+        anchors {
+            left: parent.left
+            leftMargin: symbol.visible ? button.padding + 2 + symbol.size + 10 : button.padding + 2
+            right: end.left
+            rightMargin: 10
+            verticalCenter: parent.verticalCenter
+        }
+        spacing: 1
+
+        AppText {
+            width: parent.width
+            text: button.text
+            weight: Font.Medium
+            wrapMode: Text.NoWrap
+            elide: Text.ElideRight
+            Accessible.ignored: true
+        }
+        AppText {
+            width: parent.width
+            text: button.subtitle
+            visible: text !== ""
+            size: 11
+            color: AppDesign.secondary
+            Accessible.ignored: true
+        }
+    }
+    Row {
+        id: end
+        spacing: 8
+        anchors { right: parent.right; rightMargin: button.padding + 2; verticalCenter: parent.verticalCenter }
+    }
+}

@@ -1,0 +1,63 @@
+import QtQuick
+import QtQuick.Window
+
+// A column that scrolls when it is too long for its place, and follows the keyboard focus.
+Flickable {
+    id: view
+
+    default property alias content: column.data
+    property alias spacing: column.spacing
+    property real padding: 0
+
+    function reveal(item) {
+        const top = item.mapToItem(column, 0, 0).y + padding
+        const margin = 12
+        if (top - margin < contentY)
+            contentY = Math.max(0, top - margin)
+        else if (top + item.height + margin > contentY + height)
+            contentY = Math.min(contentHeight - height, top + item.height + margin - height)
+    }
+
+    function isInside(item) {
+        for (let ancestor = item; ancestor; ancestor = ancestor.parent) {
+            if (ancestor === column)
+                return true
+        }
+        return false
+    }
+
+    contentWidth: width
+    contentHeight: column.implicitHeight + 2 * padding
+    clip: true
+    boundsBehavior: Flickable.StopAtBounds
+    interactive: contentHeight > height
+
+    Connections {
+        target: view.Window.window
+        function onActiveFocusItemChanged() {
+            const item = view.Window.window ? view.Window.window.activeFocusItem : null
+            if (item && view.interactive && view.isInside(item))
+                view.reveal(item)
+        }
+    }
+
+    Column {
+        id: column
+        x: view.padding
+        y: view.padding
+        width: view.width - 2 * view.padding
+        spacing: 12
+    }
+
+    Rectangle {
+        parent: view
+        anchors { right: parent.right; rightMargin: 2 }
+        visible: view.interactive
+        width: 5
+        radius: 2.5
+        color: AppDesign.tint(AppDesign.secondary, 0.35)
+        height: Math.max(28, view.height * view.visibleArea.heightRatio)
+        y: view.visibleArea.heightRatio < 1
+           ? (view.height - height) * view.visibleArea.yPosition / (1 - view.visibleArea.heightRatio) : 0
+    }
+}

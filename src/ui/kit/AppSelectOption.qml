@@ -1,0 +1,97 @@
+import QtQuick
+import Quillmarsh.Kit 1.0
+
+// One of several that the user chooses from, with a name, a line about it and a symbol.
+Pressable {
+    id: option
+
+    property string title
+    property string subtitle
+    property string symbol
+    property bool selected: false
+
+    implicitWidth: 300
+    implicitHeight: Math.max(Math.ceil(texts.implicitHeight), 32) + 22
+    opacity: enabled ? 1 : 0.45
+
+    Accessible.role: Accessible.RadioButton
+    Accessible.name: title
+    Accessible.description: subtitle
+    Accessible.focusable: true
+    Accessible.checkable: true
+    Accessible.checked: selected
+    Accessible.onPressAction: click()
+    Accessible.onToggleAction: click()
+
+    Rectangle {
+        anchors.fill: parent
+        radius: 12
+        color: option.selected ? AppDesign.accentSoft
+             : option.pressed ? AppDesign.muted : option.hovered ? AppDesign.page : AppDesign.surface
+        border.width: 1
+        border.color: option.selected ? AppDesign.accent : AppDesign.outline
+
+        FocusRing { shown: option.visualFocus; cornerRadius: 12 }
+    }
+    Rectangle {
+        id: plate
+        width: 32
+        height: 32
+        radius: 9
+        visible: option.symbol !== ""
+        color: option.selected ? AppDesign.surface : AppDesign.muted
+        anchors { left: parent.left; leftMargin: 12; verticalCenter: parent.verticalCenter }
+
+        AppIcon {
+            anchors.centerIn: parent
+            name: option.symbol
+            color: option.selected ? AppDesign.accent : AppDesign.secondary
+        }
+    }
+    Column {
+        id: texts
+        anchors {
+            left: parent.left
+            leftMargin: plate.visible ? 56 : 14
+            right: dot.left
+            rightMargin: 10
+            verticalCenter: parent.verticalCenter
+        }
+        spacing: 1
+
+        AppText {
+            width: parent.width
+            text: option.title
+            weight: Font.Medium
+            wrapMode: Text.NoWrap
+            elide: Text.ElideRight
+            Accessible.ignored: true
+        }
+        AppText {
+            width: parent.width
+            text: option.subtitle
+            visible: text !== ""
+            size: 11
+            color: AppDesign.secondary
+            Accessible.ignored: true
+        }
+    }
+    Rectangle {
+        id: dot
+        width: 18
+        height: 18
+        radius: 9
+        color: option.selected ? AppDesign.accent : "transparent"
+        border.width: option.selected ? 0 : 1.5
+        border.color: AppDesign.tint(AppDesign.secondary, 0.5)
+        anchors { right: parent.right; rightMargin: 14; verticalCenter: parent.verticalCenter }
+
+        AppIcon {
+            anchors.centerIn: parent
+            visible: option.selected
+            name: "checkmark"
+            size: 12
+            color: "white"
+        }
+    }
+}

@@ -1,0 +1,60 @@
+import QtQuick
+
+// A choice of one among a few, each as a card. The arrows walk through it; Space, Return or a click chooses.
+// `options` holds objects {title, subtitle, symbol}; the owner sets `currentIndex` after `activated`.
+FocusScope {
+    id: selector
+
+    property string title
+    property var options: []
+    property int currentIndex: -1
+    property alias spacing: column.spacing
+
+    signal activated(int index)
+
+    function walk(from, step) {
+        const next = cards.itemAt((from + step + cards.count) % cards.count)
+        if (next)
+            next.forceActiveFocus(Qt.TabFocusReason)
+    }
+
+    implicitWidth: 300
+    implicitHeight: column.implicitHeight
+
+    Accessible.role: Accessible.Grouping
+    Accessible.name: title
+
+    Column {
+        id: column
+        width: parent.width
+        spacing: 8
+
+        AppText {
+            text: selector.title
+            visible: text !== ""
+            size: 11
+            weight: Font.Medium
+            color: AppDesign.secondary
+        }
+        Repeater {
+            id: cards
+            model: selector.options
+
+            AppSelectOption {
+                required property var modelData
+                required property int index
+
+                width: column.width
+                title: modelData.title
+                subtitle: modelData.subtitle || ""
+                symbol: modelData.symbol || ""
+                selected: index === selector.currentIndex
+                // One stop for Tab: the chosen one, or the first where none is.
+                tabStop: selected || (index === 0 && selector.currentIndex < 0)
+                onClicked: selector.activated(index)
+                Keys.onUpPressed: selector.walk(index, -1)
+                Keys.onDownPressed: selector.walk(index, 1)
+            }
+        }
+    }
+}

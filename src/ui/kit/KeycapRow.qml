@@ -1,0 +1,35 @@
+import QtQuick
+
+// A shortcut as keys: each modifier sign on a cap of its own, then the key with its whole name.
+Row {
+    id: row
+
+    property string text
+    readonly property var keys: split(text)
+
+    function split(shortcut) {
+        const keys = []
+        let rest = shortcut
+        while (rest.length > 1 && "⌃⌥⇧⌘".indexOf(rest[0]) >= 0) {
+            keys.push(rest[0])
+            rest = rest.substring(1)
+        }
+        if (rest !== "")
+            keys.push(rest)
+        return keys
+    }
+
+    spacing: 4
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
+
+    Repeater {
+        model: row.keys
+
+        Keycap {
+            required property string modelData
+            text: modelData
+            Accessible.ignored: true
+        }
+    }
+}

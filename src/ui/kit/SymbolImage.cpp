@@ -1,0 +1,116 @@
+#include "ui/kit/SymbolImage.h"
+
+#include "ui/kit/SymbolMap.h"
+
+#include <QCache>
+#include <QFile>
+#include <QPainter>
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <QSvgRenderer>
+
+#include <cmath>
+#include <memory>
+
+namespace quillmarsh {
+
+namespace {
+
+/// The drawing with its strokes in `color`. The files leave the colour open with the word currentColor, which
+/// the renderer does not know.
+QByteArray coloredDrawing(const QString& symbol, const QColor& color)
+{
+    QFile file(SymbolMap::drawing(symbol));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray name = color.name(QColor::HexRgb).toLatin1();
+    QByteArray svg = file.readAll().replace("currentColor", name);
+    if (symbol.endsWith(QLatin1String(".fill")))
+        svg.replace("fill=\"none\"", "fill=\"" + name + "\" fill-opacity=\"0.18\"");
+    return svg;
+}
+
+QImage draw(const QString& symbol, const QColor& color, int pixels)
+{
+    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(color.alphaF());
+    QSvgRenderer(coloredDrawing(symbol, color)).render(&painter, QRectF(0, 0, pixels, pixels));
+    return image;
+}
+
+} // namespace
+
+QImage symbolImage(const QString& symbol, const QColor& color, int pixels)
+{
+    if (symbol.isEmpty() || pixels <= 0)
+        return {};
+    static QCache<QString, QImage> cache(1024); // KiB
+    const QString key = QStringLiteral("%1 %2 %3").arg(symbol, color.name(QColor::HexArgb)).arg(pixels);
+    if (const QImage* known = cache.object(key))
+        return *known;
+    const QImage image = draw(symbol, color, pixels);
+    cache.insert(key, new QImage(image), std::max(1, static_cast<int>(image.sizeInBytes() / 1024)));
+    return image;
+}
+
+SymbolImage::SymbolImage(QQuickItem* parent) : QQuickItem(parent)
+{
+    setFlag(ItemHasContents);
+}
+
+void SymbolImage::setName(const QString& name)
+{
+    if (name_ == name)
+        return;
+    name_ = name;
+    emit nameChanged();
+    update();
+}
+
+void SymbolImage::setColor(const QColor& color)
+{
+    if (color_ == color)
+        return;
+    color_ = color;
+    emit colorChanged();
+    update();
+}
+
+QSGNode* SymbolImage::updatePaintNode(QSGNode* old, UpdatePaintNodeData*)
+{
+    const qreal side = std::min(width(), height());
+    const int pixels = static_cast<int>(std::ceil(side * window()->effectiveDevicePixelRatio()));
+    const QImage image = symbolImage(name_, color_, pixels);
+    if (image.isNull()) {
+        delete old;
+        return nullptr;
+    }
+    auto* node = static_cast<QSGImageNode*>(old);
+    if (!node) {
+        node = window()->createImageNode();
+        node->setOwnsTexture(true);
+        node->setFiltering(QSGTexture::Linear);
+    }
+    node->setTexture(window()->createTextureFromImage(image));
+    node->setRect(QRectF((width() - side) / 2, (height() - side) / 2, side, side));
+    return node;
+}
+
+void SymbolImage::itemChange(ItemChange change, const ItemChangeData& value)
+{
+    if (change == ItemDevicePixelRatioHasChanged)
+        update();
+    QQuickItem::itemChange(change, value);
+}
+
+void SymbolImage::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry)
+{
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    if (newGeometry.size() != oldGeometry.size())
+        update();
+}
+
+} // namespace quillmarsh
