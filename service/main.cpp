@@ -1,0 +1,82 @@
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <malloc.h>
+#include <optional>
+#include <thread>
+
+#include "Application.h"
+#include "CommandLine.h"
+#include "base/Log.h"
+
+using namespace quillmarsh::service;
+
+namespace {
+
+Config configure(const CommandLine& line)
+{
+    std::optional<IniFile> file;
+    if (line.configFile) {
+        file = IniFile::load(*line.configFile);
+    }
+    Config config = readConfig(std::move(file), processEnvironment());
+    config.address = line.address.value_or(config.address);
+    config.port = line.port.value_or(config.port);
+    return config;
+}
+
+/// Blocks the signals that end the service in every thread that is started from here on.
+sigset_t blockEndSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+    return signals;
+}
+
+void serve(const Config& config, sigset_t signals)
+{
+    Application application(config);
+    std::printf("listening on %s\n", application.origin().c_str());
+    std::fflush(stdout);
+    std::thread ender([&] {
+        int signal = 0;
+        sigwait(&signals, &signal);
+        logInfo("ending: running requests are finished first");
+        application.stop();
+    });
+    application.run();
+    ender.join();
+}
+
+int run(const std::vector<std::string>& arguments)
+{
+    const CommandLine line = parseCommandLine(arguments);
+    if (line.help) {
+        std::fputs(CommandLine::usage, stdout);
+        return 0;
+    }
+    const Config config = configure(line);
+    if (line.checkOnly) {
+        std::puts("the configuration is valid");
+        return 0;
+    }
+    serve(config, blockEndSignals());
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    mallopt(M_ARENA_MAX, 2); // many threads, little memory each
+    try {
+        return run({argv + 1, argv + argc});
+    } catch (const std::exception& error) {
+        logWarning(error.what());
+        return 2;
+    }
+}

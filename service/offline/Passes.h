@@ -1,0 +1,32 @@
+#pragma once
+
+#include "offline/Speller.h"
+#include "offline/Token.h"
+
+namespace quillmarsh::service {
+
+/// Blanks between words and around marks, and marks given twice by mistake. Leaves indentation, tables,
+/// ellipses and the two blanks that some people write behind a full stop.
+void fixSpacing(Tokens& tokens, const Lexicon& lexicon);
+/// A word written twice, where English never has it twice.
+void fixRepetitions(Tokens& tokens);
+/// "a" before a vowel that is heard, "an" before a consonant.
+void fixArticles(Tokens& tokens, const Lexicon& lexicon);
+/// Misspelt words, and words that are always written with a capital ("monday").
+void fixSpelling(Tokens& tokens, const Speller& speller, const Lexicon& lexicon);
+/// "I", and the first letter of what is a sentence.
+void fixCapitals(Tokens& tokens, const Lexicon& lexicon);
+/// The full stop or question mark at the end of a paragraph whose last words are a sentence.
+void fixSentenceEnds(Tokens& tokens);
+
+/// Whether the words from `first` (which begins the sentence) on are a whole sentence and not a heading, a
+/// label or a part of one; and whether it is a question.
+enum class SentenceKind { None, Statement, Question };
+[[nodiscard]] SentenceKind sentenceKind(const Tokens& tokens, size_t first);
+
+/// Takes the sentences that are not English out of the reach of every pass. Returns whether there is English
+/// in it.
+enum class Language { English, Unsure, Other };
+[[nodiscard]] Language protectOtherLanguages(Tokens& tokens, const Speller& speller, const Lexicon& lexicon);
+
+} // namespace quillmarsh::service

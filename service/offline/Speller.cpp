@@ -1,0 +1,167 @@
+#include "offline/Speller.h"
+
+#include <algorithm>
+#include <map>
+
+#include "offline/Misspellings.h"
+#include "offline/Token.h"
+#include "offline/WordClasses.h"
+
+namespace quillmarsh::service {
+
+namespace {
+
+constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz";
+constexpr std::string_view vowels = "aeiou";
+/// The highest price at which a correction is still believable, and the distance that the second best must
+/// keep.
+constexpr double acceptable = 1.25;
+constexpr double acceptableStrict = 0.6;
+constexpr double margin = 0.25;
+/// How much less a word costs that people use all the time.
+constexpr double commonDiscount = 0.45;
+constexpr double firstLetterPrice = 0.5;
+
+bool isVowel(char c)
+{
+    return vowels.find(c) != std::string_view::npos;
+}
+
+bool areNeighbours(char a, char b)
+{
+    constexpr std::string_view rows[] = {"qwertyuiop", "asdfghjkl", "zxcvbnm"};
+    for (const std::string_view row : rows) {
+        const size_t x = row.find(a);
+        const size_t y = row.find(b);
+        if (x != std::string_view::npos && y != std::string_view::npos) {
+            return x + 1 == y || y + 1 == x;
+        }
+    }
+    return false;
+}
+
+/// Collects every dictionary word that one slip of the pen or the keyboard away, with the price of that slip.
+class Candidates final
+{
+public:
+    Candidates(const Lexicon& lexicon, const std::string& word) : lexicon_(lexicon), word_(word) {}
+
+    std::string best(bool strict)
+    {
+        transpositions();
+        deletions();
+        substitutions();
+        insertions();
+        soundAlikes();
+        return choose(strict);
+    }
+
+private:
+    void offer(const std::string& candidate, double price, size_t at)
+    {
+        if (!lexicon_.hasForm(candidate)) {
+            return;
+        }
+        const double whole =
+            price + (at == 0 ? firstLetterPrice : 0) - (isCommonWord(candidate) ? commonDiscount : 0);
+        const auto [entry, isNew] = prices_.emplace(candidate, whole);
+        if (!isNew) {
+            entry->second = std::min(entry->second, whole);
+        }
+    }
+
+    void transpositions()
+    {
+        for (size_t i = 0; i + 1 < word_.size(); ++i) {
+            std::string candidate = word_;
+            std::swap(candidate[i], candidate[i + 1]);
+            offer(candidate, 0.7, i);
+        }
+    }
+
+    void deletions()
+    {
+        for (size_t i = 0; i < word_.size(); ++i) {
+            const bool doubled = i > 0 && word_[i] == word_[i - 1];
+            offer(word_.substr(0, i) + word_.substr(i + 1), doubled ? 0.6 : 1.1, i);
+        }
+    }
+
+    void substitutions()
+    {
+        for (size_t i = 0; i < word_.size(); ++i) {
+            std::string candidate = word_;
+            for (const char c : letters) {
+                candidate[i] = c;
+                const bool bothVowels = isVowel(c) && isVowel(word_[i]);
+                offer(candidate, bothVowels ? 0.8 : areNeighbours(c, word_[i]) ? 1.1 : 1.35, i);
+            }
+        }
+    }
+
+    void insertions()
+    {
+        for (size_t i = 0; i <= word_.size(); ++i) {
+            for (const char c : letters) {
+                const bool doubled = (i > 0 && word_[i - 1] == c) || (i < word_.size() && word_[i] == c);
+                offer(word_.substr(0, i) + c + word_.substr(i), doubled ? 0.6 : 1.0, i);
+            }
+        }
+    }
+
+    void soundAlikes()
+    {
+        for (const auto& [from, to] : lexicon_.soundAlikes()) {
+            for (size_t at = word_.find(from); at != std::string::npos; at = word_.find(from, at + 1)) {
+                offer(word_.substr(0, at) + to + word_.substr(at + from.size()), 1.0, at);
+            }
+        }
+    }
+
+    [[nodiscard]] std::string choose(bool strict) const
+    {
+        std::string best;
+        double bestPrice = 100;
+        double secondPrice = 100;
+        for (const auto& [candidate, price] : prices_) {
+            if (price < bestPrice) {
+                secondPrice = bestPrice;
+                bestPrice = price;
+                best = candidate;
+            } else {
+                secondPrice = std::min(secondPrice, price);
+            }
+        }
+        const bool common = isCommonWord(best);
+        // a short word is near to many others, and a rare word is seldom what was meant
+        const double limit = strict ? (common ? acceptableStrict : 0.0)
+                                    : acceptable - (word_.size() < 5 ? 0.6 : 0.0) - (common ? 0.0 : 0.25);
+        return bestPrice <= limit && secondPrice - bestPrice >= margin ? best : std::string();
+    }
+
+    const Lexicon& lexicon_;
+    const std::string& word_;
+    std::map<std::string, double> prices_;
+};
+
+} // namespace
+
+bool Speller::isRight(const std::string& word) const
+{
+    Token token = makeWord(word);
+    return isJargon(token.lower) || lexicon_.knows(word) || isAllCapitals(word);
+}
+
+std::string Speller::correction(const std::string& lower, bool strict) const
+{
+    if (std::string known = wellKnownCorrection(lower); !known.empty()) {
+        return known;
+    }
+    const bool plain = std::all_of(lower.begin(), lower.end(), isLower);
+    if (lower.size() < 4 || lower.size() > 24 || !plain) {
+        return {};
+    }
+    return Candidates(lexicon_, lower).best(strict);
+}
+
+} // namespace quillmarsh::service
