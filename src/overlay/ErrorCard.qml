@@ -29,44 +29,36 @@ Item {
 
         readonly property real room: card.height - (card.overlay.hasActionTitle ? 36 : 0)
 
-        x: 44
+        x: 42
         y: Math.max(8, Math.round((room - height) / 2))
-        width: card.width - x - 40
+        width: card.width - x - 20
         spacing: 2
 
-        Text {
-            id: title
-            width: parent.width
+        OverlayText {
+            width: parent.width - 16
+            surroundings: card.surroundings
             text: card.overlay.title
-            textFormat: Text.PlainText
-            font: card.surroundings.font(12.5, Font.DemiBold)
-            color: OverlayPalette.ink
-            elide: Text.ElideRight
-            maximumLineCount: 1
-            Accessible.role: Accessible.StaticText
-            Accessible.name: card.overlay.title
+            size: 12.5
+            weight: Font.DemiBold
         }
 
-        Text {
+        OverlayText {
             width: parent.width
             visible: text.length > 0
+            surroundings: card.surroundings
             text: card.overlay.detail
-            textFormat: Text.PlainText
-            font: card.surroundings.font(11.5, Font.Normal)
             color: card.surroundings.increaseContrast ? OverlayPalette.ink : OverlayPalette.secondary
             wrapMode: Text.Wrap
-            elide: Text.ElideRight
             maximumLineCount: card.overlay.hasActionTitle ? 2 : 3
             Accessible.role: Accessible.AlertMessage
-            Accessible.name: card.overlay.detail
         }
     }
 
     OverlayControlStyle {
         x: parent.width - width - 8
         y: 8
-        width: 24
-        height: 24
+        width: 22
+        height: 22
         label: "Dismiss"
         reduceMotion: card.surroundings.reduceMotion
         onClicked: card.overlay.dismiss()
@@ -82,7 +74,7 @@ Item {
 
     OverlayControlStyle {
         id: action
-        x: 44
+        x: 42
         y: parent.height - height - 12
         width: Math.min(actionLabel.implicitWidth + 24, parent.width - x - 14)
         height: 24
@@ -102,16 +94,15 @@ Item {
             border.color: OverlayPalette.accent
         }
 
-        Text {
+        OverlayText {
             id: actionLabel
             anchors.centerIn: parent
             width: Math.min(implicitWidth, parent.width - 16)
+            surroundings: card.surroundings
             text: card.overlay.actionTitle
-            textFormat: Text.PlainText
-            font: card.surroundings.font(11.5, Font.Medium)
+            weight: Font.Medium
             color: OverlayPalette.accent
-            elide: Text.ElideRight
-            maximumLineCount: 1
+            Accessible.ignored: true
         }
     }
 }

@@ -26,7 +26,7 @@ public:
     [[nodiscard]] bool increaseContrast() const { return increaseContrast_; }
     [[nodiscard]] bool isOnScreen() const { return isOnScreen_; }
     [[nodiscard]] bool isHovering() const { return isHovering_; }
-    /// A face of the panel: `size` in device-independent pixels, `weight` as QFont counts it.
+    /// A face of the panel at twice `size` device-independent pixels; `weight` as QFont counts it.
     Q_INVOKABLE [[nodiscard]] QFont font(qreal size, int weight) const;
 
     void setIsComposited(bool on) { set(isComposited_, on); }

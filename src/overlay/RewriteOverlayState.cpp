@@ -2,8 +2,6 @@
 
 #include "overlay/OverlayFont.h"
 
-#include <QFontMetricsF>
-
 #include <algorithm>
 #include <cmath>
 
@@ -29,7 +27,7 @@ qreal RewriteOverlayState::surfaceWidth() const
         return 56;
     case Phase::Success:
         // 50 is what surrounds the title: the check mark and the paddings.
-        return std::clamp(std::ceil(QFontMetricsF(titleFont()).horizontalAdvance(title_)) + 50, 100.0, 240.0);
+        return std::clamp(std::ceil(overlayTextWidth(title_, 11.5, QFont::Medium)) + 50, 100.0, 240.0);
     case Phase::Error:
         break;
     }
@@ -39,11 +37,6 @@ qreal RewriteOverlayState::surfaceWidth() const
 QSizeF RewriteOverlayState::windowSize() const
 {
     return {surfaceWidth() + 2 * margin, surfaceHeight() + 2 * margin};
-}
-
-QFont RewriteOverlayState::titleFont()
-{
-    return overlayFont(11.5, QFont::Medium);
 }
 
 void RewriteOverlayState::setPhase(Phase phase)

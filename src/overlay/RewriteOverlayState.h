@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QFont>
 #include <QObject>
 #include <QSizeF>
 #include <QString>
@@ -49,8 +48,6 @@ public:
     [[nodiscard]] qreal surfaceHeight() const;
     /// The panel's size: the surface of the phase and the margin around it.
     [[nodiscard]] QSizeF windowSize() const;
-    /// The face of the success title, which decides how wide the confirmation is.
-    [[nodiscard]] static QFont titleFont();
 
     void setPhase(Phase phase);
     void setTitle(const QString& title);

@@ -31,18 +31,13 @@ OverlayControlStyle {
     }
 
     // 50 pixels surround the title: the badge with its gaps at one side, the padding at the other.
-    Text {
+    OverlayText {
         x: 35
-        width: parent.width - 48
+        width: parent.width - 49
         anchors.verticalCenter: parent.verticalCenter
+        surroundings: pill.surroundings
         text: pill.overlay.title
-        textFormat: Text.PlainText
-        font: pill.surroundings.font(11.5, Font.Medium)
-        color: OverlayPalette.ink
-        elide: Text.ElideRight
-        maximumLineCount: 1
-        Accessible.role: Accessible.StaticText
-        Accessible.name: pill.overlay.title
+        weight: Font.Medium
         Accessible.description: pill.overlay.detail
     }
 }

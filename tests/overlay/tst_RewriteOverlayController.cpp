@@ -71,7 +71,7 @@ class tst_RewriteOverlayController final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { test::failOnWarnings(); }
+    void init() { test::failOnWarnings(); }
 
     void showStartsAWorkingPresentation()
     {

@@ -1,0 +1,435 @@
+#include "overlay/QuickRewritePanel.h"
+#include "overlay/RewriteOverlayController.h"
+#include "overlay/ThinkingOrb.h"
+#include "support/FakePlatform.h"
+
+#include <QAccessible>
+#include <QDir>
+#include <QGuiApplication>
+#include <QImage>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace quillmarsh;
+
+namespace {
+
+const QColor desk(0xc9, 0xd3, 0xdc);
+
+/// A controller that shows the real panel on Qt's offscreen platform.
+struct Stage
+{
+    test::FakePanelWindow panelWindow;
+    test::FakeDesktopAppearance appearance;
+    QuickRewritePanel* panel = nullptr;
+    std::unique_ptr<RewriteOverlayController> controller;
+    int cancels = 0;
+    int actions = 0;
+
+    Stage()
+    {
+        panelWindow.mouse = {-5000, -5000};
+        RewriteOverlayOptions options;
+        options.panels = [this](RewriteOverlayState& state) {
+            auto made = std::make_unique<QuickRewritePanel>(state, panelWindow, appearance);
+            panel = made.get();
+            return made;
+        };
+        controller = std::make_unique<RewriteOverlayController>(panelWindow, appearance, std::move(options));
+    }
+
+    RewriteOverlayController& operator()() { return *controller; }
+    QQuickView& window() { return panel->window(); }
+    void show(const QString& title = QStringLiteral("Make formal"))
+    {
+        controller->show({}, title, false, [this] { ++cancels; });
+        QVERIFY(QTest::qWaitForWindowExposed(&window()));
+    }
+    void succeed(const QString& title = QStringLiteral("Text rewritten"))
+    {
+        controller->finish(title, QStringLiteral("Editor"), false);
+        settle();
+    }
+    void fail(const QString& title, const QString& detail, std::optional<QString> action = {})
+    {
+        controller->finish(title, detail, true, action, [this] { ++actions; });
+        settle();
+    }
+    /// Waits until the panel has its size and the layouts have changed places.
+    void settle() { QTest::qWait(450); }
+    /// A picture of the panel on a grey desk: the offscreen platform keeps no transparency.
+    QImage grab(const QString& name)
+    {
+        const QColor own = window().color();
+        if (panelWindow.isCompositing())
+            window().setColor(desk);
+        const QImage image = window().grabWindow();
+        window().setColor(own);
+        QDir().mkpath(QStringLiteral(PICTURES));
+        image.save(QStringLiteral(PICTURES "/%1@%2x.png").arg(name).arg(window().devicePixelRatio()));
+        return image;
+    }
+    void click(QPoint position) { QTest::mouseClick(&window(), Qt::LeftButton, {}, position); }
+    /// The first visible item of a class, or with a text.
+    QQuickItem* find(const std::function<bool(QQuickItem&)>& matches)
+    {
+        return find(*window().rootObject(), matches);
+    }
+    static QQuickItem* find(QQuickItem& root, const std::function<bool(QQuickItem&)>& matches)
+    {
+        if (!root.isVisible())
+            return nullptr;
+        if (matches(root))
+            return &root;
+        for (QQuickItem* child : root.childItems()) {
+            if (QQuickItem* found = find(*child, matches))
+                return found;
+        }
+        return nullptr;
+    }
+    QQuickItem* text(const QString& content)
+    {
+        return find([&](QQuickItem& item) {
+            return item.property("truncated").isValid() && item.property("text").toString() == content;
+        });
+    }
+    QQuickItem* control(const QString& label)
+    {
+        return find([&](QQuickItem& item) { return item.property("label").toString() == label; });
+    }
+    QPoint centreOf(QQuickItem* item)
+    {
+        return item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
+    }
+    ThinkingOrb* orb() { return window().rootObject()->findChild<ThinkingOrb*>(); }
+};
+
+QString longWord()
+{
+    return QString(400, QLatin1Char('m'));
+}
+
+} // namespace
+
+class tst_RewriteOverlayView final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // The offscreen platform has neither opacity nor masks, and says so; everything else fails the test.
+    void init()
+    {
+        QTest::failOnWarning(
+            QRegularExpression(QStringLiteral("^(?!This plugin does not support setting window).*")));
+    }
+
+    void theWindowIsAPanelWithItsTitle()
+    {
+        Stage stage;
+        stage().prepare();
+        QCOMPARE(stage.window().title(), QStringLiteral("Quillmarsh panel"));
+        QCOMPARE(stage.panelWindow.configured.size(), std::size_t(1));
+        QVERIFY(!stage.window().isVisible());
+        QVERIFY(!stage.orb()->isAnimating());
+        QCOMPARE(stage.window().status(), QQuickView::Ready);
+    }
+
+    void working()
+    {
+        Stage stage;
+        stage.show();
+        QCOMPARE(stage.window().size(), QSize(80, 60));
+        QTest::qWait(400);
+        const QImage image = stage.grab(QStringLiteral("working"));
+        QCOMPARE(stage.window().color(), QColor(Qt::transparent));
+        QCOMPARE(image.pixelColor(0, 0), desk);
+        QVERIFY(stage.orb()->isAnimating());
+        const QImage later = stage.window().grabWindow();
+        QTRY_VERIFY(stage.window().grabWindow() != later);
+    }
+
+    void theWholePillCancels()
+    {
+        Stage stage;
+        stage.show();
+        QVERIFY(stage.control(QStringLiteral("Cancel rewrite · press your shortcut again")));
+        stage.click({40, 30});
+        QCOMPARE(stage.cancels, 1);
+        stage.click({3, 3});
+        QCOMPARE(stage.cancels, 1);
+    }
+
+    void hoveringShowsThatAClickCancels()
+    {
+        Stage stage;
+        stage.show();
+        QTest::mouseMove(&stage.window(), {40, 30});
+        QTest::qWait(250);
+        stage.grab(QStringLiteral("working-hovered"));
+        QVERIFY(stage.orb()->opacity() < 0.5);
+    }
+
+    void success()
+    {
+        Stage stage;
+        stage.show();
+        stage.succeed();
+        QCOMPARE(stage.window().size(), stage().state().windowSize().toSize());
+        QVERIFY(!stage.orb()->isAnimating());
+        stage.grab(QStringLiteral("success"));
+        QQuickItem* text = stage.text(QStringLiteral("Text rewritten"));
+        QVERIFY(text);
+        QVERIFY(!text->property("truncated").toBool());
+        stage.click({60, 28});
+        QVERIFY(!stage().state().isVisible());
+    }
+
+    void success_fits_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<bool>("truncated");
+        QTest::newRow("short") << QStringLiteral("Done") << false;
+        QTest::newRow("copied") << QStringLiteral("Copied to clipboard") << false;
+        QTest::newRow("rtl") << QStringLiteral("הטקסט נכתב מחדש") << false;
+        QTest::newRow("long-word") << longWord() << true;
+        QTest::newRow("markup") << QStringLiteral("<b>bold</b> & <i>plain</i>") << false;
+    }
+    void success_fits()
+    {
+        QFETCH(QString, title);
+        QFETCH(bool, truncated);
+        Stage stage;
+        stage.show();
+        stage.succeed(title);
+        stage.grab(QStringLiteral("success-%1").arg(QString::fromUtf8(QTest::currentDataTag())));
+        QQuickItem* text = stage.text(title);
+        QVERIFY(text);
+        QCOMPARE(text->property("truncated").toBool(), truncated);
+    }
+
+    void error_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("detail");
+        QTest::addColumn<bool>("button");
+        const auto row = [](const char* name, const QString& title, const QString& detail, bool button) {
+            QTest::newRow(name) << title << detail << button;
+        };
+        row("short", QStringLiteral("Select some text first"),
+            QStringLiteral("Then press your shortcut again."), false);
+        row("long", QStringLiteral("Couldn’t rewrite"),
+            QStringLiteral(
+                "The service is overloaded at the moment. Rate limits apply to your organisation; the "
+                "next request is accepted in 20 seconds. See the status page for what happens."),
+            false);
+        row("button", QStringLiteral("Connect your AI"),
+            QStringLiteral("Connect ChatGPT or add your own API key."), true);
+        row("button-long", QStringLiteral("Allow Accessibility"),
+            QStringLiteral("Enable Quillmarsh in System Settings → Privacy & Security → Accessibility."),
+            true);
+        row("rtl", QStringLiteral("לא ניתן לשכתב"),
+            QStringLiteral("השירות אינו זמין כרגע. נסה שוב מאוחר יותר, או בדוק את החיבור שלך לרשת."), true);
+        row("long-word", longWord(), longWord(), true);
+        row("markup", QStringLiteral("<h1>Title</h1>"),
+            QStringLiteral("<script>x</script> <img src='a'> &amp;"), false);
+        row("lines", QStringLiteral("Two\nlines"), QStringLiteral("One\nTwo\nThree\nFour\nFive"), true);
+        row("empty", QStringLiteral("Couldn’t rewrite"), QString(), false);
+    }
+    void error()
+    {
+        QFETCH(QString, title);
+        QFETCH(QString, detail);
+        QFETCH(bool, button);
+        Stage stage;
+        stage.show();
+        stage.fail(title, detail, button ? std::optional(QStringLiteral("Settings")) : std::nullopt);
+        QCOMPARE(stage.window().size(), QSize(344, button ? 128 : 104));
+        stage.grab(QStringLiteral("error-%1").arg(QString::fromUtf8(QTest::currentDataTag())));
+        const QRectF surface(12, 12, 320, button ? 104 : 80);
+        QQuickItem* settings = stage.control(QStringLiteral("Settings"));
+        QCOMPARE(settings != nullptr, button);
+        for (QQuickItem* item : {stage.text(title), stage.text(detail), settings}) {
+            if (item)
+                QVERIFY(surface.contains(item->mapRectToScene(item->boundingRect())));
+        }
+        if (button && stage.text(detail))
+            QVERIFY(!stage.text(detail)
+                         ->mapRectToScene(stage.text(detail)->boundingRect())
+                         .intersects(settings->mapRectToScene(settings->boundingRect())));
+    }
+
+    void theCardsControls()
+    {
+        Stage stage;
+        stage.show();
+        stage.fail(QStringLiteral("Connect your AI"), QStringLiteral("Add a key."),
+                   QStringLiteral("Settings"));
+        stage.click({100, 30});
+        QVERIFY(stage().state().isVisible());
+        stage.click(stage.centreOf(stage.control(QStringLiteral("Settings"))));
+        QCOMPARE(stage.actions, 1);
+        QQuickItem* dismiss = stage.control(QStringLiteral("Dismiss"));
+        QVERIFY(dismiss);
+        stage.appearance.setReduceMotion(true);
+        stage.click(stage.centreOf(dismiss));
+        QVERIFY(!stage().state().isVisible());
+        QVERIFY(!stage.window().isVisible());
+        QCOMPARE(stage.cancels, 0);
+    }
+
+    void enteringAndLeavingTheWindowIsTold()
+    {
+        Stage stage;
+        stage.show();
+        QEnterEvent enter({40, 30}, {40, 30}, {40, 30});
+        QCoreApplication::sendEvent(&stage.window(), &enter);
+        QVERIFY(stage().isHovered());
+        QEvent leave(QEvent::Leave);
+        QCoreApplication::sendEvent(&stage.window(), &leave);
+        QVERIFY(!stage().isHovered());
+    }
+
+    void nothingMovesWhileHidden()
+    {
+        Stage stage;
+        stage.show();
+        QVERIFY(stage.orb()->isAnimating());
+        stage().hide(false);
+        QVERIFY(!stage.orb()->isAnimating());
+        QVERIFY(!stage.window().isVisible());
+        stage.show();
+        QVERIFY(stage.orb()->isAnimating());
+        stage.fail({}, {});
+        QVERIFY(!stage.orb()->isAnimating());
+    }
+
+    void reducedMotionShowsAStillOrb()
+    {
+        Stage stage;
+        stage.appearance.setReduceMotion(true);
+        stage.show();
+        QVERIFY(!stage.orb()->isAnimating());
+        const QImage image = stage.grab(QStringLiteral("working-still"));
+        QTest::qWait(100);
+        QCOMPARE(stage.grab(QStringLiteral("working-still")), image);
+        stage.appearance.setReduceMotion(false);
+        QVERIFY(stage.orb()->isAnimating());
+    }
+
+    void reducedMotionChangesThePhaseAtOnce()
+    {
+        Stage stage;
+        stage.appearance.setReduceMotion(true);
+        stage.show();
+        stage().finish(QStringLiteral("Text rewritten"), {}, false);
+        QCOMPARE(stage.window().size(), stage().state().windowSize().toSize());
+        QCOMPARE(stage.text(QStringLiteral("Text rewritten"))->parentItem()->opacity(), 1.0);
+        QVERIFY(!stage.control(QStringLiteral("Cancel rewrite · press your shortcut again")));
+    }
+
+    void increasedContrastDrawsAStrongerOutline()
+    {
+        Stage stage;
+        stage.show();
+        stage.fail(QStringLiteral("Couldn’t rewrite"), QStringLiteral("No answer."),
+                   QStringLiteral("Settings"));
+        const QImage plain = stage.window().grabWindow();
+        stage.appearance.setIncreaseContrast(true);
+        const QImage contrast = stage.grab(QStringLiteral("error-contrast"));
+        const int middle = contrast.height() / 2;
+        const int edge = qRound(12 * stage.window().devicePixelRatio());
+        QVERIFY(contrast.pixelColor(edge, middle).lightness() <
+                plain.pixelColor(edge, middle).lightness() - 40);
+    }
+
+    void withoutACompositorTheWindowIsCutToItsSurface()
+    {
+        Stage stage;
+        stage.panelWindow.setCompositing(false);
+        stage.show();
+        const QRegion mask = stage.window().mask();
+        QCOMPARE(mask.boundingRect(), QRect(12, 12, 56, 36));
+        QVERIFY(!mask.contains(QPoint(13, 13)));
+        QVERIFY(mask.contains(QPoint(40, 12)));
+        const QImage image = stage.grab(QStringLiteral("working-uncomposited"));
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                QCOMPARE(image.pixelColor(x, y).alpha(), 255);
+        }
+        // A pointer in the margin is in the panel's frame, but no leave event will ever come from there.
+        stage().hide(false);
+        stage.panelWindow.mouse = stage.window().position() + QPoint(2, 2);
+        stage.show();
+        QVERIFY(!stage().isHovered());
+        stage.panelWindow.mouse = stage.window().position() + QPoint(40, 30);
+        stage.show();
+        QVERIFY(stage().isHovered());
+        stage.panelWindow.setCompositing(true);
+        QVERIFY(stage.window().mask().isEmpty());
+    }
+
+    void withoutACompositorThereIsNoFade()
+    {
+        Stage stage;
+        stage.panelWindow.setCompositing(false);
+        stage().show({}, QStringLiteral("Fix"), true, {});
+        QCOMPARE(stage.window().opacity(), 1.0);
+        stage().hide(true);
+        QTRY_VERIFY_WITH_TIMEOUT(!stage.window().isVisible(), 60);
+        QCOMPARE(stage.window().opacity(), 1.0);
+    }
+
+    void aPresentationThatBeginsInTheFadeKeepsTheWindow()
+    {
+        Stage stage;
+        stage.show();
+        stage().hide(true);
+        QTRY_VERIFY(stage.window().opacity() < 0.9);
+        stage.show();
+        QTest::qWait(200);
+        QVERIFY(stage.window().isVisible());
+        QCOMPARE(stage.window().opacity(), 1.0);
+    }
+
+    void theWindowFollowsItsAnchorInWholePixels()
+    {
+        Stage stage;
+        stage.show();
+        stage.fail({}, {});
+        const QRect frame = stage.window().geometry();
+        QCOMPARE(frame.y() + frame.height(), qRound(stage().anchor().y()));
+        QVERIFY(std::abs(frame.x() + frame.width() / 2.0 - stage().anchor().x()) <= 0.5);
+    }
+
+    void everyControlHasItsAccessibleName()
+    {
+        Stage stage;
+        stage.show(QStringLiteral("Make formal"));
+        QAccessibleInterface* cancel = QAccessible::queryAccessibleInterface(
+            stage.control(QStringLiteral("Cancel rewrite · press your shortcut again")));
+        QVERIFY(cancel);
+        QCOMPARE(cancel->text(QAccessible::Name),
+                 QStringLiteral("Cancel rewrite · press your shortcut again"));
+        QCOMPARE(cancel->text(QAccessible::Description),
+                 QStringLiteral("Make formal · Click to cancel, or press your shortcut again"));
+        QCOMPARE(cancel->role(), QAccessible::Button);
+        const QString detail = QString(50, QLatin1Char('x')).append(longWord());
+        stage.fail(QStringLiteral("Couldn’t rewrite"), detail);
+        QAccessibleInterface* alert = QAccessible::queryAccessibleInterface(stage.text(detail));
+        QVERIFY(alert);
+        QCOMPARE(alert->role(), QAccessible::AlertMessage);
+        QCOMPARE(alert->text(QAccessible::Name), detail);
+    }
+};
+
+int main(int argc, char** argv)
+{
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QGuiApplication application(argc, argv);
+    tst_RewriteOverlayView test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_RewriteOverlayView.moc"
