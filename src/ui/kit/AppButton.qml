@@ -15,8 +15,10 @@ Pressable {
     readonly property real horizontalPadding: isQuiet ? 0 : 17
     readonly property real verticalPadding: isQuiet ? 7 : 11
 
-    implicitWidth: Math.ceil(label.implicitWidth) + 2 * horizontalPadding
-    implicitHeight: Math.ceil(label.implicitHeight) + 2 * verticalPadding
+    readonly property real iconSpace: icon !== "" ? 14 + (text !== "" ? label.spacing : 0) : 0
+
+    implicitWidth: Math.ceil(title.implicitWidth) + iconSpace + 2 * horizontalPadding
+    implicitHeight: Math.ceil(title.implicitHeight) + 2 * verticalPadding
     opacity: !enabled ? 0.45 : pressed ? 0.8 : 1
     scale: pressed && !AppDesign.reduceMotion ? 0.98 : 1
 
@@ -32,7 +34,7 @@ Pressable {
     Accessible.focusable: true
     Accessible.onPressAction: click()
 
-    Rectangle {
+    RoundedBox {
         id: fill
         anchors.fill: parent
         // A quiet button has no padding at its sides; its highlight reaches a little beyond the label.
@@ -42,10 +44,10 @@ Pressable {
         color: button.isPrimary ? AppDesign.accent
              : button.isQuiet ? AppDesign.tint(AppDesign.accent, button.hovered ? 0.08 : 0)
              : AppDesign.surface
-        border.width: button.isQuiet ? 0 : 1
-        border.color: button.isPrimary ? Qt.rgba(1, 1, 1, 0.2) : AppDesign.outline
+        lineWidth: button.isQuiet ? 0 : 1
+        lineColor: button.isPrimary ? Qt.rgba(1, 1, 1, 0.2) : AppDesign.outline
 
-        Rectangle {
+        RoundedBox {
             anchors.fill: parent
             radius: parent.radius
             visible: button.hovered && !button.isQuiet
@@ -60,7 +62,6 @@ Pressable {
         id: label
         anchors.centerIn: parent
         spacing: 7
-        width: Math.min(implicitWidth, button.width - 2 * button.horizontalPadding)
 
         AppIcon {
             visible: button.icon !== ""
@@ -72,13 +73,12 @@ Pressable {
         AppText {
             id: title
             text: button.text
-            visible: text !== ""
             size: 12
             weight: Font.Medium
             color: button.labelColor
             wrapMode: Text.NoWrap
             elide: Text.ElideRight
-            width: Math.min(implicitWidth, Math.max(0, button.width - 2 * button.horizontalPadding - (button.icon !== "" ? 21 : 0)))
+            width: Math.min(Math.ceil(implicitWidth), button.width - 2 * button.horizontalPadding - button.iconSpace)
             anchors.verticalCenter: parent.verticalCenter
             Accessible.ignored: true
         }

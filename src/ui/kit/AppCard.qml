@@ -1,7 +1,8 @@
 import QtQuick
+import Quillmarsh.Kit 1.0
 
 // A white card. What is put into it stands in a column as wide as the card's inside.
-Rectangle {
+RoundedBox {
     id: card
 
     property real padding: 18
@@ -11,9 +12,10 @@ Rectangle {
     implicitWidth: 320
     implicitHeight: column.implicitHeight + 2 * padding
     radius: 16
+    continuous: true
     color: AppDesign.surface
-    border.width: 1
-    border.color: AppDesign.increaseContrast ? AppDesign.secondary : AppDesign.tint(AppDesign.border, 0.7)
+    lineWidth: 1
+    lineColor: AppDesign.increaseContrast ? AppDesign.secondary : AppDesign.tint(AppDesign.border, 0.7)
 
     Column {
         id: column

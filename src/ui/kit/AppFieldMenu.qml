@@ -46,15 +46,15 @@ Pressable {
         color: AppDesign.secondary
         Accessible.ignored: true
     }
-    Rectangle {
+    RoundedBox {
         id: frame
         y: caption.visible ? Math.ceil(caption.height) + 5 : 0
         width: parent.width
         height: Math.ceil(value.implicitHeight) + 20
         radius: 10
         color: field.pressed || field.opened ? AppDesign.muted : field.hovered ? AppDesign.page : AppDesign.surface
-        border.width: 1
-        border.color: field.opened ? AppDesign.accent : AppDesign.outline
+        lineWidth: 1
+        lineColor: field.opened ? AppDesign.accent : AppDesign.outline
 
         AppText {
             id: value

@@ -19,7 +19,7 @@ Pressable {
     Accessible.focusable: true
     Accessible.onPressAction: click()
 
-    Rectangle {
+    RoundedBox {
         anchors.fill: parent
         radius: 8
         color: AppDesign.tint(AppDesign.accent, button.pressed ? 0.12 : button.hovered ? 0.06 : 0)

@@ -78,7 +78,7 @@ FocusTrap {
         onWheel: (wheel) => wheel.accepted = true
     }
 
-    Rectangle {
+    RoundedBox {
         id: panel
 
         property rect controlRect
@@ -94,11 +94,11 @@ FocusTrap {
         y: above ? controlRect.y - height - 6 : controlRect.y + controlRect.height + 6
         radius: 12
         color: AppDesign.surface
-        border.width: 1
-        border.color: AppDesign.outline
+        lineWidth: 1
+        lineColor: AppDesign.outline
 
         // The cheapest shadow that still lifts the list from the page.
-        Rectangle {
+        RoundedBox {
             z: -1
             anchors { fill: parent; margins: -1; topMargin: 1; bottomMargin: -3 }
             radius: 13
@@ -158,7 +158,7 @@ FocusTrap {
                 Accessible.selected: chosen
                 Accessible.onPressAction: popup.choose(index)
 
-                Rectangle {
+                RoundedBox {
                     anchors.fill: parent
                     radius: 8
                     color: row.ListView.isCurrentItem ? AppDesign.tint(AppDesign.accent, 0.08) : "transparent"

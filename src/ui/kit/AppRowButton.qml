@@ -22,12 +22,12 @@ Pressable {
     Accessible.focusable: true
     Accessible.onPressAction: click()
 
-    Rectangle {
+    RoundedBox {
         anchors.fill: parent
         radius: 10
         color: button.pressed ? AppDesign.accentSoft : button.hovered ? AppDesign.muted : AppDesign.surface
-        border.width: 0.5
-        border.color: AppDesign.outline
+        lineWidth: 0.5
+        lineColor: AppDesign.outline
 
         FocusRing { shown: button.visualFocus }
     }

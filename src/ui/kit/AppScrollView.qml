@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmarsh.Kit 1.0
 import QtQuick.Window
 
 // A column that scrolls when it is too long for its place, and follows the keyboard focus.
@@ -49,7 +50,7 @@ Flickable {
         spacing: 12
     }
 
-    Rectangle {
+    RoundedBox {
         parent: view
         anchors { right: parent.right; rightMargin: 2 }
         visible: view.interactive

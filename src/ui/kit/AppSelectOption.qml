@@ -23,17 +23,17 @@ Pressable {
     Accessible.onPressAction: click()
     Accessible.onToggleAction: click()
 
-    Rectangle {
+    RoundedBox {
         anchors.fill: parent
         radius: 12
         color: option.selected ? AppDesign.accentSoft
              : option.pressed ? AppDesign.muted : option.hovered ? AppDesign.page : AppDesign.surface
-        border.width: 1
-        border.color: option.selected ? AppDesign.accent : AppDesign.outline
+        lineWidth: 1
+        lineColor: option.selected ? AppDesign.accent : AppDesign.outline
 
         FocusRing { shown: option.visualFocus; cornerRadius: 12 }
     }
-    Rectangle {
+    RoundedBox {
         id: plate
         width: 32
         height: 32
@@ -76,14 +76,14 @@ Pressable {
             Accessible.ignored: true
         }
     }
-    Rectangle {
+    RoundedBox {
         id: dot
         width: 18
         height: 18
         radius: 9
         color: option.selected ? AppDesign.accent : "transparent"
-        border.width: option.selected ? 0 : 1.5
-        border.color: AppDesign.tint(AppDesign.secondary, 0.5)
+        lineWidth: option.selected ? 0 : 1.5
+        lineColor: AppDesign.tint(AppDesign.secondary, 0.5)
         anchors { right: parent.right; rightMargin: 14; verticalCenter: parent.verticalCenter }
 
         AppIcon {

@@ -54,15 +54,16 @@ FocusTrap {
         color: AppDesign.ink
         opacity: card.opacity * 0.28
     }
-    Rectangle {
+    RoundedBox {
         id: card
         anchors.centerIn: parent
         width: Math.min(sheet.sheetWidth, sheet.width - 32)
         height: Math.min(scroll.contentHeight, sheet.height - 32)
         radius: 16
+        continuous: true
         color: AppDesign.page
-        border.width: 1
-        border.color: AppDesign.outline
+        lineWidth: 1
+        lineColor: AppDesign.outline
         opacity: sheet.open ? 1 : 0
         scale: sheet.open || AppDesign.reduceMotion ? 1 : 0.98
 

@@ -1,7 +1,8 @@
 import QtQuick
+import Quillmarsh.Kit 1.0
 
 // A badge that tells a state in a word or two.
-Rectangle {
+RoundedBox {
     id: badge
 
     property string text
@@ -11,6 +12,7 @@ Rectangle {
     implicitWidth: Math.ceil(row.implicitWidth) + 18
     implicitHeight: Math.ceil(row.implicitHeight) + 10
     radius: 6
+    continuous: true
     color: AppDesign.tint(tone, 0.07)
 
     Accessible.role: Accessible.StaticText
@@ -21,7 +23,7 @@ Rectangle {
         anchors.centerIn: parent
         spacing: 6
 
-        Rectangle {
+        RoundedBox {
             width: 5
             height: 5
             radius: 2.5

@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmarsh.Kit 1.0
 
 // Several lines of text. Tab leaves it.
 FocusScope {
@@ -26,15 +27,15 @@ FocusScope {
         weight: Font.Medium
         Accessible.ignored: true
     }
-    Rectangle {
+    RoundedBox {
         id: frame
         y: caption.visible ? Math.ceil(caption.height) + 6 : 0
         width: parent.width
         height: area.minimumHeight
         radius: 10
         color: AppDesign.surface
-        border.width: edit.activeFocus ? 1.5 : 1
-        border.color: edit.activeFocus ? AppDesign.accent : hover.hovered ? AppDesign.tint(AppDesign.secondary, 0.6) : AppDesign.outline
+        lineWidth: edit.activeFocus ? 1.5 : 1
+        lineColor: edit.activeFocus ? AppDesign.accent : hover.hovered ? AppDesign.tint(AppDesign.secondary, 0.6) : AppDesign.outline
 
         HoverHandler { id: hover; cursorShape: Qt.IBeamCursor }
 

@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmarsh.Kit 1.0
 
 // One line of text. `secret` hides what is typed until the user asks to see it; hidden text is not told to a screen
 // reader.
@@ -34,15 +35,15 @@ FocusScope {
         weight: Font.Medium
         Accessible.ignored: true
     }
-    Rectangle {
+    RoundedBox {
         id: frame
         y: caption.visible ? Math.ceil(caption.height) + 6 : 0
         width: parent.width
         height: Math.ceil(input.implicitHeight) + 20
         radius: 10
         color: AppDesign.surface
-        border.width: input.activeFocus ? 1.5 : 1
-        border.color: input.activeFocus ? AppDesign.accent : hover.hovered ? AppDesign.tint(AppDesign.secondary, 0.6) : AppDesign.outline
+        lineWidth: input.activeFocus ? 1.5 : 1
+        lineColor: input.activeFocus ? AppDesign.accent : hover.hovered ? AppDesign.tint(AppDesign.secondary, 0.6) : AppDesign.outline
 
         HoverHandler { id: hover; cursorShape: Qt.IBeamCursor }
 

@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmarsh.Kit 1.0
 
 // A line at the bottom that tells what was done and offers to undo it, for a few seconds. It waits while the pointer
 // or the keyboard is on it.
@@ -49,7 +50,7 @@ FocusScope {
     }
     HoverHandler { id: hover }
 
-    Rectangle {
+    RoundedBox {
         anchors.fill: parent
         radius: 12
         color: AppDesign.ink

@@ -15,12 +15,12 @@ Pressable {
     Accessible.focusable: true
     Accessible.onPressAction: click()
 
-    Rectangle {
+    RoundedBox {
         anchors.fill: parent
         radius: 8
         color: Qt.rgba(1, 1, 1, button.pressed ? 0.2 : button.hovered ? 0.14 : 0.08)
-        border.width: button.visualFocus ? 2 : 0
-        border.color: "white"
+        lineWidth: button.visualFocus ? 2 : 0
+        lineColor: "white"
     }
     AppText {
         id: label

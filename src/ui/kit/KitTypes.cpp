@@ -3,6 +3,7 @@
 #include "ui/kit/AppDesign.h"
 #include "ui/kit/FocusTrap.h"
 #include "ui/kit/Pressable.h"
+#include "ui/kit/RoundedBox.h"
 #include "ui/kit/SymbolImage.h"
 
 #include <QQmlEngine>
@@ -19,6 +20,7 @@ void registerKitTypes()
             [](QQmlEngine* engine, QJSEngine*) -> QObject* { return AppDesign::forEngine(engine); });
         qmlRegisterType<FocusTrap>(uri, 1, 0, "FocusTrap");
         qmlRegisterType<Pressable>(uri, 1, 0, "Pressable");
+        qmlRegisterType<RoundedBox>(uri, 1, 0, "RoundedBox");
         qmlRegisterType<SymbolImage>(uri, 1, 0, "SymbolImage");
         return true;
     }();

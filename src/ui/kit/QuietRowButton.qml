@@ -21,7 +21,7 @@ Pressable {
     Accessible.focusable: true
     Accessible.onPressAction: click()
 
-    Rectangle {
+    RoundedBox {
         anchors.fill: parent
         radius: 8
         color: button.pressed ? AppDesign.tint(AppDesign.accent, 0.1)

@@ -21,7 +21,7 @@ Pressable {
     Accessible.selected: selected
     Accessible.onPressAction: click()
 
-    Rectangle {
+    RoundedBox {
         anchors.fill: parent
         radius: 10
         color: AppDesign.tint(AppDesign.accent, button.selected ? 0.06 : button.hovered || button.pressed ? 0.035 : 0)

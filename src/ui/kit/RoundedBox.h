@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QColor>
+#include <QQuickItem>
+
+namespace quillmarsh {
+
+/// A filled rounded rectangle with an outline of any width, fractions included, exact at every scale factor.
+/// It costs one small picture that equal boxes share, however large they are.
+class RoundedBox : public QQuickItem
+{
+    Q_OBJECT
+    Q_PROPERTY(QColor color MEMBER color_ NOTIFY colorChanged)
+    Q_PROPERTY(qreal radius MEMBER radius_ NOTIFY radiusChanged)
+    /// Corners that bend gently into the sides instead of circles.
+    Q_PROPERTY(bool continuous MEMBER continuous_ NOTIFY continuousChanged)
+    Q_PROPERTY(QColor lineColor MEMBER lineColor_ NOTIFY lineColorChanged)
+    /// Device-independent pixels; the line lies wholly inside the box.
+    Q_PROPERTY(qreal lineWidth MEMBER lineWidth_ NOTIFY lineWidthChanged)
+    /// How far the line's outer edge lies inside the box.
+    Q_PROPERTY(qreal lineInset MEMBER lineInset_ NOTIFY lineInsetChanged)
+
+public:
+    explicit RoundedBox(QQuickItem* parent = nullptr);
+
+signals:
+    void colorChanged();
+    void radiusChanged();
+    void continuousChanged();
+    void lineColorChanged();
+    void lineWidthChanged();
+    void lineInsetChanged();
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
+    void itemChange(ItemChange change, const ItemChangeData& value) override;
+    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+
+private:
+    [[nodiscard]] QImage picture(int corner, qreal ratio) const;
+    [[nodiscard]] QImage draw(int corner, qreal ratio) const;
+
+    QColor color_ = Qt::transparent;
+    QColor lineColor_ = Qt::transparent;
+    qreal radius_ = 0;
+    qreal lineWidth_ = 0;
+    qreal lineInset_ = 0;
+    bool continuous_ = false;
+};
+
+} // namespace quillmarsh
