@@ -150,6 +150,14 @@ std::optional<QString> FakeKeyboardLayout::character(quint16 keyCode) const
     return found->second;
 }
 
+std::optional<quint16> FakeKeyboardLayout::keyCode(quint32 nativeScanCode) const
+{
+    const auto found = keyCodes.find(nativeScanCode);
+    if (found == keyCodes.end())
+        return std::nullopt;
+    return found->second;
+}
+
 void FakePanelWindow::orderFrontRegardless(QWindow& window)
 {
     ordered.push_back(&window);

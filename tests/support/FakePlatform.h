@@ -129,6 +129,9 @@ public:
 
     FakeKeyboardLayout();
     [[nodiscard]] std::optional<QString> character(quint16 keyCode) const override;
+    /// The kernel's numbering, as X11 has it, for letters only: the scan code is what maps to the key code.
+    std::map<quint32, quint16> keyCodes;
+    [[nodiscard]] std::optional<quint16> keyCode(quint32 nativeScanCode) const override;
 };
 
 class FakePanelWindow final : public PanelWindow

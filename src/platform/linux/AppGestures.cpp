@@ -1,0 +1,136 @@
+#include "platform/linux/AppGestures.h"
+
+#include "platform/ModifierFlags.h"
+
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+#include <algorithm>
+#include <array>
+
+namespace quillmarsh {
+
+namespace {
+
+using namespace ModifierFlags;
+
+enum class Habit {
+    Ordinary,    ///< Control-C and Control-V
+    Terminal,    ///< Control-Shift-C and -V: Control-C alone interrupts the program in it
+    AltTerminal, ///< Control-Alt-C and -V, for the same reason
+    InsertKeys,  ///< Control-Insert and Shift-Insert: Control-C is a prefix key
+    Unsupported, ///< no key copies to the clipboard, or the key goes to another machine
+};
+
+struct Entry
+{
+    const char* windowClass;
+    Habit habit;
+};
+
+// Compared with both names of WM_CLASS, whole and without regard to case: a match of parts would take every
+// class with "st" in it for a terminal.
+constexpr auto table = std::to_array<Entry>({
+    {"alacritty", Habit::Terminal},
+    {"com.mitchellh.ghostty", Habit::Terminal},
+    {"cool-retro-term", Habit::Terminal},
+    {"foot", Habit::Terminal},
+    {"guake", Habit::Terminal},
+    {"hyper", Habit::Terminal},
+    {"kgx", Habit::Terminal},
+    {"kitty", Habit::Terminal},
+    {"konsole", Habit::Terminal},
+    {"org.gnome.console", Habit::Terminal},
+    {"org.gnome.ptyxis", Habit::Terminal},
+    {"org.kde.konsole", Habit::Terminal},
+    {"org.wezfurlong.wezterm", Habit::Terminal},
+    {"qterminal", Habit::Terminal},
+    {"roxterm", Habit::Terminal},
+    {"sakura", Habit::Terminal},
+    {"st", Habit::Terminal},
+    {"st-256color", Habit::Terminal},
+    {"stterm", Habit::Terminal},
+    {"tabby", Habit::Terminal},
+    {"terminator", Habit::Terminal},
+    {"terminology", Habit::Terminal},
+    {"termite", Habit::Terminal},
+    {"tilda", Habit::Terminal},
+    {"tilix", Habit::Terminal},
+    {"wezterm", Habit::Terminal},
+    {"yakuake", Habit::Terminal},
+    {"rxvt-unicode", Habit::AltTerminal},
+    {"urxvt", Habit::AltTerminal},
+    {"emacs", Habit::InsertKeys},
+    // Terminals that copy to the primary selection only.
+    {"aterm", Habit::Unsupported},
+    {"eterm", Habit::Unsupported},
+    {"mlterm", Habit::Unsupported},
+    {"rxvt", Habit::Unsupported},
+    {"uxterm", Habit::Unsupported},
+    {"xterm", Habit::Unsupported},
+    // The keys go to a guest or a remote machine, whose clipboard arrives late or never.
+    {"anydesk", Habit::Unsupported},
+    {"org.remmina.remmina", Habit::Unsupported},
+    {"qemu", Habit::Unsupported},
+    {"qemu-system-x86_64", Habit::Unsupported},
+    {"remmina", Habit::Unsupported},
+    {"remote-viewer", Habit::Unsupported},
+    {"rustdesk", Habit::Unsupported},
+    {"spicy", Habit::Unsupported},
+    {"teamviewer", Habit::Unsupported},
+    {"virt-manager", Habit::Unsupported},
+    {"virt-viewer", Habit::Unsupported},
+    {"virtualbox machine", Habit::Unsupported},
+    {"virtualboxvm", Habit::Unsupported},
+    {"vmplayer", Habit::Unsupported},
+    {"vmware", Habit::Unsupported},
+    {"vncviewer", Habit::Unsupported},
+    {"xfreerdp", Habit::Unsupported},
+});
+
+Habit habitOf(const WindowClass& windowClass)
+{
+    for (const QString& name : {windowClass.instance, windowClass.name}) {
+        const QByteArray lower = name.toLower().toUtf8();
+        const auto found = std::find_if(table.begin(), table.end(),
+                                        [&lower](const Entry& entry) { return lower == entry.windowClass; });
+        if (found != table.end())
+            return found->habit;
+        // gnome-terminal-server, xfce4-terminal, mate-terminal, deepin-terminal, lxterminal and their kin.
+        if (lower.contains("terminal"))
+            return Habit::Terminal;
+    }
+    return Habit::Ordinary;
+}
+
+KeyStroke letter(Gesture gesture, quint64 flags)
+{
+    return {gesture == Gesture::Copy ? uint32_t{XKB_KEY_c} : uint32_t{XKB_KEY_v}, flags};
+}
+
+KeyStroke insertKey(Gesture gesture)
+{
+    return {XKB_KEY_Insert, gesture == Gesture::Copy ? control : shift};
+}
+
+} // namespace
+
+std::vector<KeyStroke> strokesFor(Gesture gesture, const WindowClass& windowClass)
+{
+    switch (habitOf(windowClass)) {
+    case Habit::Ordinary:
+        // A Cyrillic or Greek layout alone has no C; there the Insert keys work where the position of C on
+        // another layout does not (measured with GTK and Qt).
+        return {letter(gesture, control), insertKey(gesture)};
+    case Habit::Terminal:
+        return {letter(gesture, control | shift)};
+    case Habit::AltTerminal:
+        return {letter(gesture, control | option)};
+    case Habit::InsertKeys:
+        return {insertKey(gesture)};
+    case Habit::Unsupported:
+        break;
+    }
+    return {};
+}
+
+} // namespace quillmarsh

@@ -1,0 +1,135 @@
+#include "platform/linux/DesktopEntries.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QStandardPaths>
+#include <QThreadPool>
+
+#include <clocale>
+
+namespace quillmarsh {
+
+namespace {
+
+constexpr qint64 largestEntry = 256 * 1024; // bytes; real ones have a few thousand
+
+QString messagesLocale()
+{
+    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const QString value = qEnvironmentVariable(variable);
+        if (!value.isEmpty())
+            return value;
+    }
+    return {};
+}
+
+/// The keys that hold a name, best first: lang_COUNTRY@MODIFIER, lang_COUNTRY, lang@MODIFIER, lang, plain.
+QStringList nameKeys(const QString& locale)
+{
+    const QString modifier =
+        locale.contains(QLatin1Char('@')) ? locale.mid(locale.indexOf(QLatin1Char('@'))) : QString();
+    const QString country = locale.section(QLatin1Char('@'), 0, 0).section(QLatin1Char('.'), 0, 0);
+    const QString language = country.section(QLatin1Char('_'), 0, 0);
+    QStringList keys;
+    for (const QString& tag : {country + modifier, country, language + modifier, language}) {
+        if (!tag.isEmpty())
+            keys << QStringLiteral("Name[%1]").arg(tag);
+    }
+    return keys << QStringLiteral("Name");
+}
+
+QString unescaped(QString value)
+{
+    return value.replace(QLatin1String("\\s"), QLatin1String(" "))
+        .replace(QLatin1String("\\\\"), QLatin1String("\\"));
+}
+
+QHash<QString, QString> mainGroup(const QByteArray& content)
+{
+    QHash<QString, QString> values;
+    bool inGroup = false;
+    for (const QByteArray& raw : content.split('\n')) {
+        const QByteArray line = raw.trimmed();
+        if (line.startsWith('[')) {
+            inGroup = line == "[Desktop Entry]";
+            continue;
+        }
+        const qsizetype equals = line.indexOf('=');
+        if (inGroup && equals > 0 && !line.startsWith('#'))
+            values.insert(QString::fromUtf8(line.left(equals).trimmed()),
+                          QString::fromUtf8(line.mid(equals + 1).trimmed()));
+    }
+    return values;
+}
+
+} // namespace
+
+std::optional<DesktopEntry> parseDesktopEntry(const QByteArray& content, const QString& locale)
+{
+    const auto values = mainGroup(content);
+    for (const QString& key : nameKeys(locale)) {
+        const QString name = values.value(key);
+        if (!name.isEmpty())
+            return DesktopEntry{unescaped(name), values.value(QStringLiteral("StartupWMClass"))};
+    }
+    return std::nullopt;
+}
+
+DesktopEntries::DesktopEntries(QStringList folders)
+{
+    QThreadPool::globalInstance()->start([target = std::weak_ptr(index_), folders = std::move(folders),
+                                          locale = messagesLocale()] { read(target, folders, locale); });
+}
+
+QStringList DesktopEntries::standardFolders()
+{
+    return QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
+}
+
+void DesktopEntries::read(const std::weak_ptr<Index>& target, const QStringList& folders,
+                          const QString& locale)
+{
+    for (const QString& folder : folders) {
+        QDirIterator files(folder, {QStringLiteral("*.desktop")}, QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            QFile file(files.next());
+            if (file.size() > largestEntry || !file.open(QIODevice::ReadOnly))
+                continue;
+            const auto entry = parseDesktopEntry(file.readAll(), locale);
+            const auto index = target.lock();
+            if (!index)
+                return;
+            if (!entry)
+                continue;
+            // An id is the path below the folder with dashes for slashes; the first folder that has it wins.
+            QString id =
+                QDir(folder).relativeFilePath(file.fileName()).replace(QLatin1Char('/'), QLatin1Char('-'));
+            id.chop(static_cast<int>(qstrlen(".desktop")));
+            const std::lock_guard lock(index->mutex);
+            if (!index->byId.contains(id.toLower()))
+                index->byId.insert(id.toLower(), entry->name);
+            const QString windowClass = entry->startupWindowClass.toLower();
+            if (!windowClass.isEmpty() && !index->byWindowClass.contains(windowClass))
+                index->byWindowClass.insert(windowClass, entry->name);
+        }
+    }
+}
+
+QString DesktopEntries::name(const QStringList& keys) const
+{
+    const std::lock_guard lock(index_->mutex);
+    for (const QString& key : keys) {
+        const QString lower = key.toLower();
+        if (lower.isEmpty())
+            continue;
+        if (const auto entry = index_->byId.constFind(lower); entry != index_->byId.constEnd())
+            return *entry;
+        if (const auto entry = index_->byWindowClass.constFind(lower);
+            entry != index_->byWindowClass.constEnd())
+            return *entry;
+    }
+    return {};
+}
+
+} // namespace quillmarsh

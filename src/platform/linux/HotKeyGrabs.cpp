@@ -1,0 +1,312 @@
+#include "platform/linux/HotKeyGrabs.h"
+
+#include "base/Log.h"
+#include "platform/ModifierFlags.h"
+#include "platform/linux/EvdevKeys.h"
+#include "platform/linux/XConnection.h"
+#include "platform/linux/XcbXkb.h"
+
+#include <xcb/xinput.h>
+#include <xcb/xtest.h>
+
+#include <algorithm>
+
+namespace quillmarsh {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A keyboard map change comes as a burst of notices, and every switch between the real keyboard and XTEST
+// sends two although nothing changed (measured).
+constexpr auto keyboardSettles = 50ms;
+// A held key repeats far faster than this, so a press after such a pause is a new one even when its release
+// was never seen (a switch to a text console swallows it).
+constexpr qint64 repeatPauseMs = 2000;
+
+constexpr uint16_t coreModifiers = 0xFF;
+constexpr quint64 alphaShift = 0x10000; // the event-flag word's bit for Caps Lock
+
+} // namespace
+
+HotKeyGrabs::HotKeyGrabs(XConnection& connection) : connection_(connection)
+{
+    refresh_.setSingleShot(true);
+    refresh_.setInterval(keyboardSettles);
+    connect(&refresh_, &QTimer::timeout, this, &HotKeyGrabs::refreshKeyboard);
+    connect(&connection_, &XConnection::received, this, &HotKeyGrabs::handle);
+    modifiers_ = XModifiers::fetch(connection_.get());
+    watchKeyboard();
+    findXTestKeyboard();
+}
+
+HotKeyGrabs::~HotKeyGrabs()
+{
+    for (const Grab& grab : held_)
+        giveBack(grab);
+    xcb_flush(connection_.get());
+}
+
+void HotKeyGrabs::watchKeyboard()
+{
+    constexpr uint16_t events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+    constexpr uint16_t parts = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP;
+    xcb_xkb_select_events(connection_.get(), XCB_XKB_ID_USE_CORE_KBD, events, 0, events, parts, parts,
+                          nullptr);
+    // Without it a held key looks like a series of releases and presses.
+    constexpr uint32_t detectable = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
+    xcb_discard_reply(connection_.get(), xcb_xkb_per_client_flags(connection_.get(), XCB_XKB_ID_USE_CORE_KBD,
+                                                                  detectable, detectable, 0, 0, 0)
+                                             .sequence);
+}
+
+void HotKeyGrabs::findXTestKeyboard()
+{
+    const auto reply = replyOf<xcb_input_xi_query_device_reply>(
+        connection_.get(), xcb_input_xi_query_device(connection_.get(), XCB_INPUT_DEVICE_ALL));
+    if (!reply)
+        return;
+    auto device = xcb_input_xi_query_device_infos_iterator(reply.get());
+    for (; device.rem > 0; xcb_input_xi_device_info_next(&device)) {
+        const QByteArray name(xcb_input_xi_device_info_name(device.data),
+                              xcb_input_xi_device_info_name_length(device.data));
+        if (device.data->type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD && name.endsWith("XTEST keyboard"))
+            xtestKeyboard_ = device.data->deviceid;
+    }
+}
+
+void HotKeyGrabs::watchReleases(bool on)
+{
+    if (std::exchange(watchingReleases_, on) == on)
+        return;
+    const struct
+    {
+        xcb_input_event_mask_t head;
+        uint32_t mask;
+    } selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+                on ? uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE} : 0U};
+    xcb_input_xi_select_events(connection_.get(), connection_.root(), 1, &selection.head);
+    down_.clear();
+}
+
+void HotKeyGrabs::setInterest(TapId tap, std::vector<KeyCombination> combinations, Notify notify)
+{
+    if (combinations.empty())
+        taps_.erase(tap);
+    else
+        taps_[tap] = {std::move(combinations), std::move(notify)};
+    watchReleases(!taps_.empty());
+    apply();
+}
+
+std::vector<KeyCombination> HotKeyGrabs::refused(TapId tap) const
+{
+    std::vector<KeyCombination> refused;
+    const auto found = taps_.find(tap);
+    if (found == taps_.end())
+        return refused;
+    for (const KeyCombination& combination : found->second.combinations) {
+        const auto grab = resolve(combination);
+        if (!grab || !held_.contains(*grab))
+            refused.push_back(combination);
+    }
+    return refused;
+}
+
+std::optional<HotKeyGrabs::Grab> HotKeyGrabs::resolve(const KeyCombination& combination) const
+{
+    const auto keycode = EvdevKeys::xKeycode(combination.keyCode);
+    const auto mask = modifiers_.mask(combination.modifiers);
+    if (!keycode || !mask)
+        return std::nullopt;
+    return Grab{*keycode, *mask};
+}
+
+void HotKeyGrabs::apply()
+{
+    std::set<Grab> wanted;
+    for (const auto& [id, tap] : taps_) {
+        for (const KeyCombination& combination : tap.combinations) {
+            if (const auto grab = resolve(combination))
+                wanted.insert(*grab);
+        }
+    }
+    for (const Grab& grab : held_) {
+        if (!wanted.contains(grab))
+            giveBack(grab);
+    }
+    std::set<Grab> now;
+    for (const Grab& grab : wanted) {
+        if (held_.contains(grab) || take(grab))
+            now.insert(grab);
+    }
+    held_ = std::move(now);
+    xcb_flush(connection_.get());
+}
+
+bool HotKeyGrabs::isOwnedByInput2Client(const Grab& grab) const
+{
+    // Core grabs and XInput 2 grabs never refuse each other; the newest silently wins (measured). A grab of
+    // the other kind, given back at once, tells whether such a client is there.
+    xcb_connection_t* const connection = connection_.get();
+    std::vector<uint32_t> variants;
+    for (const uint16_t locks : modifiers_.lockVariants())
+        variants.push_back(uint32_t{grab.modifiers} | locks);
+    const auto count = static_cast<uint16_t>(variants.size());
+    constexpr uint32_t mask = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS;
+    const auto cookie = xcb_input_xi_passive_grab_device(
+        connection, XCB_CURRENT_TIME, connection_.root(), XCB_NONE, grab.keycode, XCB_INPUT_DEVICE_ALL_MASTER,
+        count, 1, XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
+        XCB_INPUT_GRAB_OWNER_NO_OWNER, &mask, variants.data());
+    xcb_input_xi_passive_ungrab_device(connection, connection_.root(), grab.keycode,
+                                       XCB_INPUT_DEVICE_ALL_MASTER, count, XCB_INPUT_GRAB_TYPE_KEYCODE,
+                                       variants.data());
+    const auto reply = replyOf<xcb_input_xi_passive_grab_device_reply>(connection, cookie);
+    return reply && reply->num_modifiers > 0;
+}
+
+bool HotKeyGrabs::take(const Grab& grab)
+{
+    if (isOwnedByInput2Client(grab))
+        return false;
+    xcb_connection_t* const connection = connection_.get();
+    std::vector<xcb_void_cookie_t> cookies;
+    for (const uint16_t locks : modifiers_.lockVariants())
+        cookies.push_back(xcb_grab_key_checked(connection, 0, connection_.root(),
+                                               static_cast<uint16_t>(grab.modifiers | locks), grab.keycode,
+                                               XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    bool all = true;
+    for (const xcb_void_cookie_t cookie : cookies)
+        all = succeeded(connection, cookie) && all;
+    if (!all)
+        giveBack(grab); // a shortcut that works only while Caps Lock is off is worse than none
+    return all;
+}
+
+void HotKeyGrabs::giveBack(const Grab& grab)
+{
+    for (const uint16_t locks : modifiers_.lockVariants())
+        xcb_ungrab_key(connection_.get(), grab.keycode, connection_.root(),
+                       static_cast<uint16_t>(grab.modifiers | locks));
+}
+
+void HotKeyGrabs::refreshKeyboard()
+{
+    const XModifiers fresh = XModifiers::fetch(connection_.get());
+    const bool sameBits = fresh.hasSameBits(modifiers_);
+    if (!sameBits) {
+        for (const Grab& grab : held_)
+            giveBack(grab);
+        held_.clear();
+    }
+    modifiers_ = fresh;
+    if (!sameBits) {
+        qCInfo(lcQuillmarsh, "The keyboard's modifiers changed; taking the shortcuts anew");
+        apply();
+    }
+}
+
+void HotKeyGrabs::handle(const xcb_generic_event_t& event)
+{
+    const uint8_t type = eventType(event);
+    if (type == XCB_KEY_PRESS) {
+        handlePress(eventAs<xcb_key_press_event_t>(event));
+    } else if (type == XCB_KEY_RELEASE && !injecting_) {
+        // While the caught press still grabs the keyboard, the server spares its owner the raw notice.
+        down_.erase(eventAs<xcb_key_release_event_t>(event).detail);
+    } else if (type == XCB_GE_GENERIC) {
+        handleRawRelease(event);
+    } else if (type == XCB_MAPPING_NOTIFY ||
+               (connection_.extensions().xkb && type == connection_.extensions().xkbEvent)) {
+        refresh_.start();
+    }
+}
+
+void HotKeyGrabs::handlePress(const xcb_key_press_event_t& press)
+{
+    const Grab grab{press.detail, static_cast<uint16_t>(press.state & coreModifiers & ~modifiers_.locks())};
+    const bool repeat = isRepeat(press.detail);
+    report(grab, (press.state & XCB_MOD_MASK_LOCK) != 0, repeat);
+    releaseKeyboard();
+    if (repeat)
+        stopRepeat(press.detail);
+}
+
+bool HotKeyGrabs::isRepeat(xcb_keycode_t keycode)
+{
+    QElapsedTimer& lastSign = down_[keycode];
+    const bool repeat = lastSign.isValid() && lastSign.elapsed() < repeatPauseMs;
+    lastSign.start();
+    return repeat;
+}
+
+void HotKeyGrabs::stopRepeat(xcb_keycode_t keycode)
+{
+    // Each repeat would start the grab anew and flicker the focus of the application; a release by XTEST ends
+    // the repeating and leaves the user's own release to be seen.
+    const Injection injection(*this);
+    xcb_test_fake_input(connection_.get(), XCB_KEY_RELEASE, keycode, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+}
+
+void HotKeyGrabs::report(const Grab& grab, bool capsLock, bool isAutorepeat)
+{
+    for (const auto& [id, tap] : taps_) {
+        for (const KeyCombination& combination : tap.combinations) {
+            if (resolve(combination) != grab)
+                continue;
+            const quint64 flags = combination.modifiers | (capsLock ? alphaShift : 0);
+            tap.notify({KeyEvent::Type::KeyDown, combination.keyCode, flags, isAutorepeat});
+            return;
+        }
+    }
+}
+
+void HotKeyGrabs::handleRawRelease(const xcb_generic_event_t& event)
+{
+    const auto& generic = eventAs<xcb_ge_generic_event_t>(event);
+    if (generic.extension != connection_.extensions().inputOpcode ||
+        generic.event_type != XCB_INPUT_RAW_KEY_RELEASE)
+        return;
+    const auto& raw = eventAs<xcb_input_raw_key_release_event_t>(event);
+    const bool isOurs = injecting_ && raw.sourceid == xtestKeyboard_;
+    if (!isOurs)
+        down_.erase(static_cast<xcb_keycode_t>(raw.detail));
+}
+
+void HotKeyGrabs::releaseKeyboard()
+{
+    // Unchecked it may come too late: the server must have carried it out before a key is injected
+    // (measured).
+    const auto cookie = xcb_ungrab_keyboard_checked(connection_.get(), XCB_CURRENT_TIME);
+    if (!succeeded(connection_.get(), cookie))
+        qCWarning(lcQuillmarsh, "The keyboard could not be released");
+}
+
+std::vector<xcb_keycode_t> HotKeyGrabs::heldKeys() const
+{
+    std::vector<xcb_keycode_t> keys;
+    for (const auto& [keycode, lastSign] : down_)
+        keys.push_back(keycode);
+    return keys;
+}
+
+HotKeyGrabs::Injection::~Injection()
+{
+    if (lifted_ && !grabs_.take({lifted_->first, lifted_->second})) {
+        grabs_.held_.erase({lifted_->first, lifted_->second});
+        qCWarning(lcQuillmarsh, "A shortcut was taken by another program");
+    }
+    grabs_.connection_.synchronize(); // the notices of our own releases are in the queue now
+    grabs_.injecting_ = false;
+}
+
+void HotKeyGrabs::Injection::allow(xcb_keycode_t keycode, uint16_t modifiers)
+{
+    const Grab grab{keycode, modifiers};
+    if (!grabs_.held_.contains(grab) || lifted_)
+        return;
+    grabs_.giveBack(grab);
+    lifted_ = {keycode, modifiers};
+}
+
+} // namespace quillmarsh

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "platform/EventTap.h"
+#include "platform/linux/XKeyboard.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+
+#include <functional>
+#include <map>
+#include <set>
+
+namespace quillmarsh {
+
+class XConnection;
+
+/// The passive grabs behind every tap of the process, and what becomes of the presses they catch. Grabs are
+/// asynchronous: a synchronous one whose owner is busy freezes the keyboard of the whole session (measured).
+/// Lives in the worker's thread.
+class HotKeyGrabs final : public QObject
+{
+    Q_OBJECT
+
+public:
+    using TapId = quint64;
+    /// Called in the worker's thread.
+    using Notify = std::function<void(const KeyEvent&)>;
+
+    explicit HotKeyGrabs(XConnection& connection);
+    ~HotKeyGrabs() override;
+
+    /// Sets what a tap wants; an empty list gives everything of it back.
+    void setInterest(TapId tap, std::vector<KeyCombination> combinations, Notify notify);
+    /// What of it could not be had: another program owns it, or the keyboard lacks a key for it.
+    [[nodiscard]] std::vector<KeyCombination> refused(TapId tap) const;
+
+    /// Ends the active grab that a caught press starts: while it lasts every key goes to us, injected ones
+    /// too.
+    void releaseKeyboard();
+    /// Keys whose press was caught and whose release by the user has not been seen.
+    [[nodiscard]] std::vector<xcb_keycode_t> heldKeys() const;
+    [[nodiscard]] const XModifiers& modifiers() const { return modifiers_; }
+
+    /// While it lives, releases that XTEST reports are our own, and our own grab of one key is not held, so
+    /// that an injected gesture cannot trigger a shortcut of the same keys.
+    class Injection final
+    {
+    public:
+        explicit Injection(HotKeyGrabs& grabs) : grabs_(grabs) { grabs_.injecting_ = true; }
+        ~Injection();
+        Injection(const Injection&) = delete;
+        Injection& operator=(const Injection&) = delete;
+
+        void allow(xcb_keycode_t keycode, uint16_t modifiers);
+
+    private:
+        HotKeyGrabs& grabs_;
+        std::optional<std::pair<xcb_keycode_t, uint16_t>> lifted_;
+    };
+
+private:
+    struct Tap
+    {
+        std::vector<KeyCombination> combinations;
+        Notify notify;
+    };
+    struct Grab ///< one combination as the server knows it, without lock bits
+    {
+        xcb_keycode_t keycode = 0;
+        uint16_t modifiers = 0;
+
+        auto operator<=>(const Grab&) const = default;
+    };
+
+    void handle(const xcb_generic_event_t& event);
+    void handlePress(const xcb_key_press_event_t& press);
+    void handleRawRelease(const xcb_generic_event_t& event);
+    void report(const Grab& grab, bool capsLock, bool isAutorepeat);
+    [[nodiscard]] bool isRepeat(xcb_keycode_t keycode);
+    void stopRepeat(xcb_keycode_t keycode);
+
+    [[nodiscard]] std::optional<Grab> resolve(const KeyCombination& combination) const;
+    void apply();
+    void refreshKeyboard();
+    [[nodiscard]] bool take(const Grab& grab);
+    void giveBack(const Grab& grab);
+    [[nodiscard]] bool isOwnedByInput2Client(const Grab& grab) const;
+    void watchKeyboard();
+    void watchReleases(bool on);
+    void findXTestKeyboard();
+
+    XConnection& connection_;
+    XModifiers modifiers_;
+    std::map<TapId, Tap> taps_;
+    std::set<Grab> held_;
+    std::map<xcb_keycode_t, QElapsedTimer> down_; ///< latch per caught key, with the time of its last sign
+    QTimer refresh_;
+    uint16_t xtestKeyboard_ = 0;
+    bool injecting_ = false;
+    bool watchingReleases_ = false;
+};
+
+} // namespace quillmarsh

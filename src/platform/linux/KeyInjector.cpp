@@ -1,0 +1,176 @@
+#include "platform/linux/KeyInjector.h"
+
+#include "base/Log.h"
+#include "platform/ModifierFlags.h"
+#include "platform/linux/EvdevKeys.h"
+#include "platform/linux/SelectionOwner.h"
+#include "platform/linux/XConnection.h"
+
+#include <xcb/xtest.h>
+
+namespace quillmarsh {
+
+namespace {
+
+// The user may press or let go of a modifier in the middle of a burst; the next burst then meets a state that
+// holds still. A program that keeps a modifier down would disturb every one of them.
+constexpr int attempts = 3;
+
+/// Keys pressed by XTEST. On every path out they come up again, and nothing is ever pressed to restore what
+/// was lifted: a restored modifier stays down on the XTEST keyboard when the user lets go of the real one,
+/// and the next Control is then dropped silently, so that a bare letter replaces the selection (measured).
+class PressedKeys final
+{
+public:
+    PressedKeys(xcb_connection_t* connection, std::vector<xcb_keycode_t> keys)
+        : connection_(connection), keys_(std::move(keys))
+    {
+        for (const xcb_keycode_t key : keys_)
+            xcb_test_fake_input(connection_, XCB_KEY_PRESS, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    }
+    ~PressedKeys()
+    {
+        for (auto key = keys_.rbegin(); key != keys_.rend(); ++key)
+            xcb_test_fake_input(connection_, XCB_KEY_RELEASE, *key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+        xcb_flush(connection_);
+    }
+    PressedKeys(const PressedKeys&) = delete;
+    PressedKeys& operator=(const PressedKeys&) = delete;
+
+private:
+    xcb_connection_t* connection_;
+    std::vector<xcb_keycode_t> keys_;
+};
+
+std::optional<Gesture> gestureOf(quint16 keyCode, quint64 flags)
+{
+    if (flags != ModifierFlags::command)
+        return std::nullopt;
+    if (keyCode == VirtualKey::c)
+        return Gesture::Copy;
+    if (keyCode == VirtualKey::v)
+        return Gesture::Paste;
+    return std::nullopt;
+}
+
+} // namespace
+
+KeyInjector::KeyInjector(XConnection& connection, HotKeyGrabs& hotKeys, SelectionOwner& owner)
+    : connection_(connection), hotKeys_(hotKeys), owner_(owner)
+{
+    // Injected keys go through although another program holds the server.
+    if (connection_.extensions().xtest)
+        xcb_test_grab_control(connection_.get(), 1);
+}
+
+bool KeyInjector::post(quint16 keyCode, quint64 flags)
+{
+    if (const auto gesture = gestureOf(keyCode, flags & ModifierFlags::shortcutMask))
+        return perform(*gesture);
+    return pressPosition(keyCode, flags & ModifierFlags::shortcutMask);
+}
+
+bool KeyInjector::perform(Gesture gesture)
+{
+    const XWindows windows(connection_);
+    const WindowClass target = windows.classOf(windows.active());
+    const auto strokes = strokesFor(gesture, target);
+    if (strokes.empty()) {
+        qCInfo(lcQuillmarsh, "No safe key to %s is known for the application \"%s\"",
+               gesture == Gesture::Copy ? "copy" : "paste", qUtf8Printable(target.name));
+        return false;
+    }
+    if (gesture == Gesture::Paste && !owner_.secureForPaste()) {
+        qCWarning(lcQuillmarsh, "Not pasting: another program took the clipboard");
+        return false;
+    }
+    return press(strokes);
+}
+
+bool KeyInjector::press(const std::vector<KeyStroke>& strokes)
+{
+    HotKeyGrabs::Injection injection(hotKeys_);
+    for (int round = 0; round < attempts; ++round) {
+        for (const KeyStroke& stroke : strokes) {
+            const Outcome outcome =
+                attempt(injection, stroke.flags, [&](const XKeySymbols& symbols, unsigned group) {
+                    return symbols.keyInAnyGroup(stroke.symbol, group);
+                });
+            if (outcome == Outcome::Tapped)
+                return true;
+            if (outcome == Outcome::Disturbed)
+                break;
+            if (&stroke == &strokes.back()) {
+                qCWarning(lcQuillmarsh, "The keyboard layout has no key to copy or paste with");
+                return false;
+            }
+        }
+    }
+    qCWarning(lcQuillmarsh, "Not copying or pasting: other modifier keys stayed down");
+    return false;
+}
+
+bool KeyInjector::pressPosition(quint16 keyCode, quint64 flags)
+{
+    const auto keycode = EvdevKeys::xKeycode(keyCode);
+    if (!keycode || !hotKeys_.modifiers().mask(flags)) {
+        qCWarning(lcQuillmarsh, "The keyboard lacks the key %d or a modifier for it", keyCode);
+        return false;
+    }
+    HotKeyGrabs::Injection injection(hotKeys_);
+    for (int round = 0; round < attempts; ++round) {
+        if (attempt(injection, flags, [&](const XKeySymbols&, unsigned) { return *keycode; }) ==
+            Outcome::Tapped)
+            return true;
+    }
+    qCWarning(lcQuillmarsh, "Not pressing a key: other modifier keys stayed down");
+    return false;
+}
+
+template <typename FindKey>
+KeyInjector::Outcome KeyInjector::attempt(HotKeyGrabs::Injection& injection, quint64 flags, FindKey findKey)
+{
+    const auto mask = hotKeys_.modifiers().mask(flags);
+    if (!mask)
+        return Outcome::NoSuchKey;
+    hotKeys_.releaseKeyboard();
+    lift();
+    const PressedKeys modifiers(connection_.get(), hotKeys_.modifiers().keysFor(flags));
+    // Asked only now: the first XTEST key brings the map of the XTEST keyboard into force, which may be
+    // another than the real keyboard's (measured).
+    const XKeySymbols symbols = XKeySymbols::fetch(connection_.get());
+    const auto state = XKeyState::fetch(connection_.get());
+    const xcb_keycode_t key = state ? findKey(symbols, state->group) : xcb_keycode_t{0};
+    if (key == 0)
+        return Outcome::NoSuchKey;
+    fake(XCB_KEY_RELEASE, key); // the server drops a press of a key that is down
+    injection.allow(key, *mask);
+    if (!isExactly(*mask))
+        return Outcome::Disturbed;
+    fake(XCB_KEY_PRESS, key);
+    fake(XCB_KEY_RELEASE, key);
+    return Outcome::Tapped;
+}
+
+bool KeyInjector::isExactly(uint16_t modifiers) const
+{
+    const auto state = XKeyState::fetch(connection_.get());
+    return state && (state->modifiers & ~hotKeys_.modifiers().locks()) == modifiers;
+}
+
+void KeyInjector::lift() const
+{
+    // Also when they seem to be up: a key may be stuck on the XTEST keyboard alone. A release of a key that
+    // is up reaches no application.
+    for (const xcb_keycode_t key : hotKeys_.modifiers().heldKeys())
+        fake(XCB_KEY_RELEASE, key);
+    for (const xcb_keycode_t key : hotKeys_.heldKeys())
+        fake(XCB_KEY_RELEASE, key);
+}
+
+void KeyInjector::fake(uint8_t type, xcb_keycode_t keycode) const
+{
+    xcb_test_fake_input(connection_.get(), type, keycode, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+}
+
+} // namespace quillmarsh

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/linux/Xcb.h"
+
+#include <QObject>
+
+namespace quillmarsh {
+
+class XConnection;
+
+/// Counts the owners of the clipboard. The server tells of every claim, also of a second one by the same
+/// program for the same text, and of none when a program copied nothing (measured). Lives in the worker's
+/// thread.
+class SelectionCounter final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SelectionCounter(XConnection& connection);
+
+    /// Current as of this call.
+    [[nodiscard]] qint64 count();
+    /// Server time of the last claim; XCB_CURRENT_TIME when none has been seen yet. Owners refuse requests
+    /// that are older than their claim.
+    [[nodiscard]] xcb_timestamp_t lastClaim() const { return lastClaim_; }
+
+signals:
+    /// A new claim, or none any more (XCB_NONE).
+    void ownerChanged(quint32 owner);
+
+private:
+    void handle(const xcb_generic_event_t& event);
+
+    XConnection& connection_;
+    qint64 count_ = 0;
+    xcb_timestamp_t lastClaim_ = XCB_CURRENT_TIME;
+};
+
+} // namespace quillmarsh

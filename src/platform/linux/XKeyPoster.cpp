@@ -1,0 +1,20 @@
+#include "platform/linux/XKeyPoster.h"
+
+#include "base/Log.h"
+#include "platform/linux/KeyInjector.h"
+#include "platform/linux/XWorker.h"
+
+namespace quillmarsh {
+
+Task<bool> XKeyPoster::post(quint16 keyCode, quint64 flags)
+{
+    if (!worker_ || !worker_->isCapable()) {
+        qCWarning(lcQuillmarsh, "Keys cannot be pressed for the user in this session");
+        co_return false;
+    }
+    co_return co_await WorkerAnswer<bool>(worker_, [keyCode, flags](XWorker::Parts& parts, auto reply) {
+        reply(parts.injector->post(keyCode, flags));
+    });
+}
+
+} // namespace quillmarsh

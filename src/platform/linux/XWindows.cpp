@@ -1,0 +1,133 @@
+#include "platform/linux/XWindows.h"
+
+#include <QSysInfo>
+
+#include <xcb/res.h>
+
+namespace quillmarsh {
+
+namespace {
+
+constexpr uint32_t longestText = 1024; // in units of four bytes; names are short
+
+} // namespace
+
+xcb_window_t XWindows::active() const
+{
+    const auto windows = numbers(connection_.root(), "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW);
+    if (!windows.empty() && windows.front() != XCB_NONE)
+        return windows.front();
+    return aroundFocus();
+}
+
+xcb_window_t XWindows::aroundFocus() const
+{
+    xcb_connection_t* const connection = connection_.get();
+    const auto focus = replyOf<xcb_get_input_focus_reply>(connection, xcb_get_input_focus(connection));
+    if (!focus || focus->focus <= XCB_INPUT_FOCUS_POINTER_ROOT || focus->focus == connection_.root())
+        return XCB_NONE;
+    const xcb_atom_t managed = connection_.atom("WM_STATE");
+    xcb_window_t window = focus->focus;
+    while (!hasProperty(window, managed)) {
+        const auto tree = replyOf<xcb_query_tree_reply>(connection, xcb_query_tree(connection, window));
+        if (!tree)
+            return XCB_NONE;
+        if (tree->parent == connection_.root() || tree->parent == XCB_NONE)
+            return window; // no window manager: the outermost window is the application's
+        window = tree->parent;
+    }
+    return window;
+}
+
+bool XWindows::hasProperty(xcb_window_t window, xcb_atom_t property) const
+{
+    xcb_connection_t* const connection = connection_.get();
+    const auto reply = replyOf<xcb_get_property_reply>(
+        connection, xcb_get_property(connection, 0, window, property, XCB_ATOM_ANY, 0, 0));
+    return reply && reply->type != XCB_ATOM_NONE;
+}
+
+QByteArray XWindows::bytes(xcb_window_t window, xcb_atom_t property) const
+{
+    xcb_connection_t* const connection = connection_.get();
+    const auto reply = replyOf<xcb_get_property_reply>(
+        connection, xcb_get_property(connection, 0, window, property, XCB_ATOM_ANY, 0, longestText));
+    if (!reply || reply->format != 8)
+        return {};
+    return QByteArray(static_cast<const char*>(xcb_get_property_value(reply.get())),
+                      xcb_get_property_value_length(reply.get()));
+}
+
+QString XWindows::text(xcb_window_t window, const QByteArray& property) const
+{
+    QByteArray value = bytes(window, connection_.atom(property));
+    return QString::fromUtf8(value.left(value.indexOf('\0')));
+}
+
+WindowClass XWindows::classOf(xcb_window_t window) const
+{
+    const auto parts = bytes(window, XCB_ATOM_WM_CLASS).split('\0');
+    WindowClass result;
+    if (!parts.isEmpty())
+        result.instance = QString::fromLatin1(parts[0]);
+    if (parts.size() > 1)
+        result.name = QString::fromLatin1(parts[1]);
+    return result;
+}
+
+std::vector<uint32_t> XWindows::numbers(xcb_window_t window, const QByteArray& property,
+                                        xcb_atom_t type) const
+{
+    xcb_connection_t* const connection = connection_.get();
+    const auto reply = replyOf<xcb_get_property_reply>(
+        connection,
+        xcb_get_property(connection, 0, window, connection_.atom(property), type, 0, longestText));
+    if (!reply || reply->format != 32)
+        return {};
+    const auto* const first = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
+    return {first, first + reply->value_len};
+}
+
+qint64 XWindows::processOf(xcb_window_t window) const
+{
+    // The property is the program's own word and wrong inside a process namespace; the server knows better.
+    if (const qint64 process = processByResources(window))
+        return process;
+    if (text(window, "WM_CLIENT_MACHINE") != QSysInfo::machineHostName())
+        return 0;
+    const auto claimed = numbers(window, "_NET_WM_PID", XCB_ATOM_CARDINAL);
+    return claimed.empty() ? 0 : claimed.front();
+}
+
+qint64 XWindows::processByResources(xcb_window_t window) const
+{
+    if (!connection_.extensions().resources)
+        return 0;
+    xcb_connection_t* const connection = connection_.get();
+    const xcb_res_client_id_spec_t wanted{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    const auto reply =
+        replyOf<xcb_res_query_client_ids_reply>(connection, xcb_res_query_client_ids(connection, 1, &wanted));
+    if (!reply)
+        return 0;
+    auto id = xcb_res_query_client_ids_ids_iterator(reply.get());
+    for (; id.rem > 0; xcb_res_client_id_value_next(&id)) {
+        const bool isProcess = (id.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0;
+        if (isProcess && xcb_res_client_id_value_value_length(id.data) > 0)
+            return *xcb_res_client_id_value_value(id.data);
+    }
+    return 0;
+}
+
+uint32_t XWindows::clientOf(xcb_window_t window) const
+{
+    return window & ~xcb_get_setup(connection_.get())->resource_id_mask;
+}
+
+bool XWindows::exists(xcb_window_t window) const
+{
+    xcb_connection_t* const connection = connection_.get();
+    return replyOf<xcb_get_window_attributes_reply>(connection,
+                                                    xcb_get_window_attributes(connection, window)) != nullptr;
+}
+
+} // namespace quillmarsh

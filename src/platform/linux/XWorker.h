@@ -1,0 +1,120 @@
+#pragma once
+
+#include "platform/linux/Xcb.h"
+
+#include <QCoreApplication>
+#include <QObject>
+#include <QThread>
+
+#include <coroutine>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <semaphore>
+
+namespace quillmarsh {
+
+class XConnection;
+class HotKeyGrabs;
+class KeyInjector;
+class SelectionCounter;
+class SelectionReader;
+class SelectionOwner;
+
+/// The thread that takes hot keys, injects keys and moves the clipboard, on a connection of its own. Nothing
+/// the main thread does can delay it: it answers a clipboard requestor or a grab while a window is being
+/// drawn.
+class XWorker final
+{
+public:
+    /// What lives in the thread; touch it only there.
+    struct Parts
+    {
+        std::unique_ptr<XConnection> connection;
+        std::unique_ptr<HotKeyGrabs> hotKeys;
+        std::unique_ptr<SelectionCounter> counter;
+        std::unique_ptr<SelectionReader> reader;
+        std::unique_ptr<SelectionOwner> owner;
+        std::unique_ptr<KeyInjector> injector;
+
+        Parts();
+        ~Parts();
+    };
+
+    /// Null when no X server answers.
+    [[nodiscard]] static std::shared_ptr<XWorker> start();
+    ~XWorker();
+
+    /// Runs `job` in the thread, soon.
+    void post(std::function<void(Parts&)> job);
+
+    /// Runs `job` in the thread and waits for its value. For a few short round trips to the server only; the
+    /// thread itself never waits for the main thread.
+    template <typename Job>
+    auto run(Job job)
+    {
+        std::optional<std::invoke_result_t<Job, Parts&>> value;
+        std::binary_semaphore done(0);
+        post([&](Parts& parts) {
+            value.emplace(job(parts));
+            done.release();
+        });
+        done.acquire();
+        return std::move(*value);
+    }
+
+    /// Whether the connection has what hot keys, injection and clipboard watching need; fixed at start.
+    [[nodiscard]] bool isCapable() const { return capable_; }
+
+private:
+    XWorker() = default;
+    void makeParts();
+
+    QThread thread_;
+    std::unique_ptr<QObject> context_; ///< lives in thread_
+    std::unique_ptr<Parts> parts_;
+    bool capable_ = false;
+};
+
+/// Awaits a job of the worker that answers through a callback, once, from the worker's thread; the flow goes
+/// on in the main thread.
+template <typename Value>
+class WorkerAnswer final
+{
+public:
+    using Reply = std::function<void(Value)>;
+    using Job = std::function<void(XWorker::Parts&, Reply)>;
+
+    WorkerAnswer(std::shared_ptr<XWorker> worker, Job job) : worker_(std::move(worker)), job_(std::move(job))
+    {}
+
+    [[nodiscard]] bool await_ready() const noexcept { return false; }
+
+    void await_suspend(std::coroutine_handle<> flow)
+    {
+        // The worker's own copy of the job: the flow may be resumed before post() has returned.
+        worker_->post([this, flow, job = job_](XWorker::Parts& parts) {
+            job(parts, [this, flow](Value value) {
+                auto* const application = QCoreApplication::instance();
+                if (!application) // the process is ending and nobody waits any more
+                    return;
+                QMetaObject::invokeMethod(
+                    application,
+                    [this, flow, answer = std::move(value)]() mutable {
+                        value_.emplace(std::move(answer));
+                        flow.resume();
+                    },
+                    Qt::QueuedConnection);
+            });
+        });
+    }
+
+    Value await_resume() { return std::move(*value_); }
+
+private:
+    std::shared_ptr<XWorker> worker_;
+    Job job_;
+    std::optional<Value> value_;
+};
+
+} // namespace quillmarsh

@@ -1,0 +1,199 @@
+#include "platform/linux/XWorkspace.h"
+
+#include "base/Log.h"
+#include "platform/linux/BundleFolder.h"
+#include "platform/linux/XConnection.h"
+#include "platform/linux/XWindows.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingReply>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <qcoro/qcorodbuspendingcall.h>
+#include <qcoro/qcorosignal.h>
+
+namespace quillmarsh {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A missing handler is reported within a fraction of this; a browser that the opener itself turned into runs
+// on for hours.
+constexpr auto openerFailsWithin = 3s;
+
+struct DeleteLater
+{
+    void operator()(QObject* object) const { object->deleteLater(); }
+};
+
+/// Runs the opener until it ended or has outlived `openerFailsWithin`; then it belongs to the desktop.
+Task<bool> runOpener(QString program, QStringList arguments)
+{
+    auto* const process = new QProcess; // never destroyed while it runs: that would end the browser with it
+    process->setProgram(program);
+    process->setArguments(arguments); // a list, never a shell's line
+    process->setStandardInputFile(QProcess::nullDevice());
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(QProcess::nullDevice());
+    QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    QObject::connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            process->deleteLater();
+    });
+    const QPointer<QProcess> guard(process);
+    process->start();
+    if (process->state() != QProcess::NotRunning)
+        co_await qCoro(process, &QProcess::stateChanged, 1s); // started, or not
+    if (!guard || process->error() == QProcess::FailedToStart)
+        co_return false;
+    if (process->state() == QProcess::Running)
+        co_await qCoro(process, &QProcess::finished, openerFailsWithin);
+    if (!guard || process->state() == QProcess::Running)
+        co_return guard != nullptr;
+    co_return process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0;
+}
+
+QDBusMessage showItems(const QString& path)
+{
+    const QString address = QString::fromLatin1(QUrl::fromLocalFile(path).toEncoded());
+    auto call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    call << QStringList(address) << QString(); // the second is a startup id
+    return call;
+}
+
+} // namespace
+
+XWorkspace::XWorkspace(std::shared_ptr<XConnection> connection) : connection_(std::move(connection))
+{
+    if (connection_)
+        watchActiveWindow();
+}
+
+XWorkspace::~XWorkspace() = default;
+
+void XWorkspace::watchActiveWindow()
+{
+    constexpr uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_change_window_attributes(connection_->get(), connection_->root(), XCB_CW_EVENT_MASK, &events);
+    announced_ = XWindows(*connection_).active();
+    connect(connection_.get(), &XConnection::received, this, [this](const xcb_generic_event_t& event) {
+        if (eventType(event) != XCB_PROPERTY_NOTIFY)
+            return;
+        const auto& change = eventAs<xcb_property_notify_event_t>(event);
+        if (change.window == connection_->root() && change.atom == connection_->atom("_NET_ACTIVE_WINDOW"))
+            announceActiveWindow();
+    });
+}
+
+void XWorkspace::announceActiveWindow()
+{
+    const xcb_window_t window = XWindows(*connection_).active();
+    if (window == XCB_NONE || std::exchange(announced_, window) == window)
+        return;
+    emit didActivateApplication(describe(window));
+}
+
+std::optional<RunningApplication> XWorkspace::frontmostApplication() const
+{
+    if (!connection_)
+        return std::nullopt;
+    const xcb_window_t window = XWindows(*connection_).active();
+    if (window == XCB_NONE)
+        return std::nullopt;
+    return describe(window);
+}
+
+RunningApplication XWorkspace::describe(quint32 window) const
+{
+    const XWindows windows(*connection_);
+    const WindowClass windowClass = windows.classOf(window);
+    const QString desktopId = windows.text(window, "_GTK_APPLICATION_ID");
+    const QString desktopFile = QFileInfo(windows.text(window, "_KDE_NET_WM_DESKTOP_FILE")).fileName();
+    RunningApplication application;
+    application.processIdentifier = windows.processOf(window);
+    application.window = window;
+    application.client = windows.clientOf(window);
+    for (const QString& identifier : {desktopId, windowClass.name, windowClass.instance}) {
+        if (application.identifier.isEmpty())
+            application.identifier = identifier;
+    }
+    application.localizedName =
+        entries_.name({desktopId, desktopFile, windowClass.name, windowClass.instance});
+    if (application.localizedName.isEmpty())
+        application.localizedName = windowClass.name;
+    if (application.localizedName.isEmpty())
+        application.localizedName = windows.text(window, "_NET_WM_NAME");
+    return application;
+}
+
+quint32 XWorkspace::windowOf(const RunningApplication& application) const
+{
+    const XWindows windows(*connection_);
+    const auto window = static_cast<xcb_window_t>(application.window);
+    if (windows.exists(window))
+        return window;
+    // That window is closed; the topmost other one of the same program will do.
+    const auto stack = windows.numbers(connection_->root(), "_NET_CLIENT_LIST_STACKING", XCB_ATOM_WINDOW);
+    for (auto other = stack.rbegin(); other != stack.rend(); ++other) {
+        if (isSameApplication(describe(*other), application))
+            return *other;
+    }
+    return XCB_NONE;
+}
+
+void XWorkspace::activate(const RunningApplication& application)
+{
+    const xcb_window_t window = connection_ ? windowOf(application) : xcb_window_t{XCB_NONE};
+    if (window == XCB_NONE)
+        return;
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = connection_->atom("_NET_ACTIVE_WINDOW");
+    message.data.data32[0] = 2; // "a pager": the user asked for it, so focus stealing prevention has no say
+    message.data.data32[1] = XCB_CURRENT_TIME;
+    xcb_send_event(connection_->get(), 0, connection_->root(),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   static_cast<const char*>(static_cast<const void*>(&message)));
+    xcb_flush(connection_->get());
+}
+
+Task<bool> XWorkspace::open(QUrl url)
+{
+    if (!url.isValid() || url.scheme().isEmpty())
+        co_return false;
+    const QStringList arguments(QString::fromLatin1(url.toEncoded(QUrl::FullyEncoded)));
+    const bool opened = co_await runOpener(QStringLiteral("xdg-open"), arguments);
+    if (!opened)
+        qCWarning(lcQuillmarsh, "The default application for an address could not be started");
+    co_return opened;
+}
+
+Task<bool> XWorkspace::openApplication(QString path, QStringList arguments)
+{
+    const QString executable = BundleFolder(path).executable();
+    const bool started = !executable.isEmpty() && QProcess::startDetached(executable, arguments);
+    if (!started)
+        qCWarning(lcQuillmarsh, "An application could not be started");
+    co_return started;
+}
+
+Task<bool> XWorkspace::reveal(QString path)
+{
+    const QDBusMessage call = showItems(path);
+    const QPointer<XWorkspace> self(this);
+    const QDBusPendingReply<> reply = co_await QDBusConnection::sessionBus().asyncCall(call);
+    if (!reply.isError())
+        co_return true;
+    if (!self)
+        co_return false;
+    co_return co_await open(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
+}
+
+} // namespace quillmarsh
