@@ -1,0 +1,272 @@
+#include "platform/ModifierFlags.h"
+#include "platform/XTestSession.h"
+#include "platform/linux/XEventTap.h"
+#include "platform/linux/XWorker.h"
+
+#include <QTest>
+
+#include <xcb/xinput.h>
+#include <xcb/xtest.h>
+
+using namespace quillmarsh;
+using namespace quillmarsh::test;
+
+namespace {
+
+constexpr quint64 shiftCommand = ModifierFlags::shift | ModifierFlags::command;
+const KeyCombination shiftCommandR{VirtualKey::r, shiftCommand};
+constexpr uint16_t shiftSuperMask = XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_4;
+
+} // namespace
+
+class tst_XEventTap final : public QObject
+{
+    Q_OBJECT
+
+private:
+    XEventTapSource source_{XWorker::start()};
+    std::vector<KeyEvent> events_;
+    std::unique_ptr<EventTap> tap_;
+
+    void enable(std::vector<KeyCombination> interest)
+    {
+        tap_ = source_.create([this](const KeyEvent& event) {
+            events_.push_back(event);
+            return TapVerdict::Swallow;
+        });
+        QVERIFY(tap_);
+        tap_->setInterest(std::move(interest));
+        tap_->setEnabled(true);
+    }
+
+    [[nodiscard]] int freshPresses() const
+    {
+        return static_cast<int>(std::count_if(events_.begin(), events_.end(),
+                                              [](const KeyEvent& event) { return !event.isAutorepeat; }));
+    }
+
+    static void pressShortcut(PhysicalKeyboard& keyboard)
+    {
+        keyboard.press(Key::shiftL);
+        keyboard.press(Key::superL);
+        keyboard.press(Key::r);
+    }
+    static void releaseShortcut(PhysicalKeyboard& keyboard)
+    {
+        keyboard.release(Key::r);
+        keyboard.release(Key::superL);
+        keyboard.release(Key::shiftL);
+    }
+
+private slots:
+    void init() { events_.clear(); }
+    void cleanup() { tap_.reset(); }
+
+    void aMatchingPressIsReportedAndSwallowed()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        QVERIFY(tap_->refused().empty());
+        pressShortcut(keyboard);
+        QTRY_COMPARE(events_.size(), 1U);
+        QCOMPARE(events_[0].keyCode, VirtualKey::r);
+        QCOMPARE(events_[0].flags & ModifierFlags::shortcutMask, shiftCommand);
+        QVERIFY(!events_[0].isAutorepeat);
+        releaseShortcut(keyboard);
+        target.catchUp();
+        for (const auto& press : target.presses)
+            QVERIFY(press.keycode != Key::r);
+    }
+
+    void anUnregisteredShortcutReachesTheApplication()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        keyboard.press(Key::shiftL);
+        keyboard.press(Key::controlL);
+        keyboard.press(Key::superL);
+        keyboard.tap(Key::r); // one modifier too many
+        keyboard.release(Key::controlL);
+        keyboard.tap(Key::t); // another key
+        target.catchUp();
+        QTest::qWait(50);
+        QVERIFY(events_.empty());
+        QCOMPARE(target.presses.size(), 5U);
+    }
+
+    void lockKeysDoNotMatter_data()
+    {
+        QTest::addColumn<int>("locks");
+        for (int caps : {0, int{XCB_MOD_MASK_LOCK}}) {
+            for (int num : {0, int{XCB_MOD_MASK_2}})
+                QTest::addRow("%d", caps | num) << (caps | num);
+        }
+    }
+    void lockKeysDoNotMatter()
+    {
+        QFETCH(int, locks);
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        keyboard.lockModifiers(static_cast<uint16_t>(locks));
+        pressShortcut(keyboard);
+        QTRY_COMPARE(events_.size(), 1U);
+        releaseShortcut(keyboard);
+    }
+
+    void aHeldShortcutFiresOnceAndSoonStopsRepeating()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        pressShortcut(keyboard);
+        QTest::qWait(2000); // the server repeats after 660 ms, every 40 ms
+        QCOMPARE(freshPresses(), 1);
+        QVERIFY2(target.focusLosses <= 2, qPrintable(QString::number(target.focusLosses)));
+        target.catchUp();
+        releaseShortcut(keyboard);
+        pressShortcut(keyboard);
+        QTRY_COMPARE(freshPresses(), 2);
+        releaseShortcut(keyboard);
+    }
+
+    void quickPressesInARowAreAllFresh()
+    {
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        keyboard.press(Key::shiftL);
+        keyboard.press(Key::superL);
+        for (int round = 1; round <= 20; ++round) {
+            keyboard.tap(Key::r);
+            QTRY_COMPARE(freshPresses(), round);
+        }
+    }
+
+    void aDisabledTapHoldsNothing()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        tap_->setEnabled(false);
+        pressShortcut(keyboard);
+        releaseShortcut(keyboard);
+        target.catchUp();
+        QCOMPARE(target.presses.back().keycode, Key::r);
+        QVERIFY(events_.empty());
+        tap_->setEnabled(true);
+        pressShortcut(keyboard);
+        QTRY_COMPARE(events_.size(), 1U);
+    }
+
+    void interestChangesTakeEffectAtOnce()
+    {
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        tap_->setInterest({{17, shiftCommand}}); // T
+        pressShortcut(keyboard);
+        releaseShortcut(keyboard);
+        keyboard.press(Key::shiftL);
+        keyboard.press(Key::superL);
+        keyboard.tap(Key::t);
+        QTRY_COMPARE(events_.size(), 1U);
+        QCOMPARE(events_[0].keyCode, quint16{17});
+    }
+
+    void noCallbackRunsAfterInvalidate()
+    {
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        pressShortcut(keyboard);
+        tap_->invalidate(); // the press may be on its way
+        QTest::qWait(50);
+        QVERIFY(events_.empty());
+    }
+
+    void aGrabOfAnotherCoreClientIsReported_data()
+    {
+        QTest::addColumn<int>("modifiers");
+        QTest::newRow("the same") << int{shiftSuperMask};
+        QTest::newRow("only with Caps Lock") << int{shiftSuperMask | XCB_MOD_MASK_LOCK};
+        QTest::newRow("any modifier") << int{XCB_MOD_MASK_ANY};
+    }
+    void aGrabOfAnotherCoreClientIsReported()
+    {
+        QFETCH(int, modifiers);
+        TargetWindow other;
+        xcb_grab_key(other.connection().get(), 0, other.connection().root(), static_cast<uint16_t>(modifiers),
+                     Key::r, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+        other.catchUp();
+        enable({shiftCommandR, {17, shiftCommand}});
+        QCOMPARE(tap_->refused(), std::vector{shiftCommandR});
+        // Nothing of the refused one is kept: the other program's variants work.
+        PhysicalKeyboard keyboard;
+        keyboard.press(Key::shiftL);
+        keyboard.press(Key::superL);
+        keyboard.tap(Key::r);
+        other.catchUp();
+        QTest::qWait(50);
+        QVERIFY(events_.empty());
+        keyboard.tap(Key::t);
+        QTRY_COMPARE(events_.size(), 1U);
+    }
+
+    void aGrabOfAnInput2ClientIsReported()
+    {
+        TargetWindow other;
+        constexpr uint32_t mask = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS;
+        constexpr uint32_t modifiers = shiftSuperMask;
+        xcb_connection_t* const connection = other.connection().get();
+        const auto grabbed = replyOf<xcb_input_xi_passive_grab_device_reply>(
+            connection,
+            xcb_input_xi_passive_grab_device(
+                connection, XCB_CURRENT_TIME, other.connection().root(), XCB_NONE, Key::r,
+                XCB_INPUT_DEVICE_ALL_MASTER, 1, 1, XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC,
+                XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_OWNER_NO_OWNER, &mask, &modifiers));
+        QVERIFY(grabbed && grabbed->num_modifiers == 0);
+        enable({shiftCommandR});
+        QCOMPARE(tap_->refused(), std::vector{shiftCommandR});
+    }
+
+    void shortcutsSurviveALayoutChange()
+    {
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        PhysicalKeyboard::setLayout({QStringLiteral("us,ru")});
+        keyboard.lockGroup(1);
+        pressShortcut(keyboard);
+        QTRY_COMPARE(events_.size(), 1U);
+        releaseShortcut(keyboard);
+        PhysicalKeyboard::setLayout(
+            {QStringLiteral("us"), QStringLiteral("-option"), QStringLiteral("altwin:swap_alt_win")});
+        QTest::qWait(200);
+        keyboard.press(Key::shiftL);
+        keyboard.press(Key::altL); // is Super now
+        keyboard.tap(Key::r);
+        QTRY_COMPARE(events_.size(), 2U);
+        keyboard.release(Key::altL);
+        keyboard.release(Key::shiftL);
+        PhysicalKeyboard::setLayout({QStringLiteral("us"), QStringLiteral("-option"), QString()});
+    }
+
+    void aPressThroughXTestIsFreshEachTime()
+    {
+        TargetWindow other;
+        enable({shiftCommandR});
+        const auto fake = [&other](uint8_t type, xcb_keycode_t key) {
+            xcb_test_fake_input(other.connection().get(), type, key, 0, XCB_NONE, 0, 0, 0);
+        };
+        for (int round = 1; round <= 3; ++round) {
+            for (const xcb_keycode_t key : {Key::shiftL, Key::superL, Key::r})
+                fake(XCB_KEY_PRESS, key);
+            other.catchUp();
+            QTRY_COMPARE(freshPresses(), round);
+            for (const xcb_keycode_t key : {Key::r, Key::superL, Key::shiftL})
+                fake(XCB_KEY_RELEASE, key);
+            other.catchUp();
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_XEventTap)
+#include "tst_XEventTap.moc"
