@@ -1,13 +1,13 @@
 #pragma once
 
 #include <QColor>
-#include <QQuickItem>
+#include <QQuickPaintedItem>
 
 namespace quillmarsh {
 
 /// A filled rounded rectangle with an outline of any width, fractions included, exact at every scale factor.
-/// It costs one small picture that equal boxes share, however large they are.
-class RoundedBox : public QQuickItem
+/// The scene graph's own rectangle knows only whole line widths when it draws in software.
+class RoundedBox : public QQuickPaintedItem
 {
     Q_OBJECT
     Q_PROPERTY(QColor color MEMBER color_ NOTIFY colorChanged)
@@ -23,6 +23,8 @@ class RoundedBox : public QQuickItem
 public:
     explicit RoundedBox(QQuickItem* parent = nullptr);
 
+    void paint(QPainter* painter) override;
+
 signals:
     void colorChanged();
     void radiusChanged();
@@ -31,14 +33,8 @@ signals:
     void lineWidthChanged();
     void lineInsetChanged();
 
-protected:
-    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
-    void itemChange(ItemChange change, const ItemChangeData& value) override;
-    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
-
 private:
-    [[nodiscard]] QImage picture(int corner, qreal ratio) const;
-    [[nodiscard]] QImage draw(int corner, qreal ratio) const;
+    [[nodiscard]] qreal deviceRatio() const;
 
     QColor color_ = Qt::transparent;
     QColor lineColor_ = Qt::transparent;
