@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QQuickWindow>
+#include <QSGImageNode>
 
 #include <algorithm>
 #include <cmath>
@@ -49,37 +50,81 @@ QPainterPath boxPath(const QRectF& box, qreal radius, bool continuous)
 
 } // namespace
 
-RoundedBox::RoundedBox(QQuickItem* parent) : QQuickPaintedItem(parent)
+RoundedBox::RoundedBox(QQuickItem* parent) : QQuickItem(parent)
 {
-    setAntialiasing(true);
+    setFlag(ItemHasContents);
     for (const auto changed :
          {&RoundedBox::colorChanged, &RoundedBox::radiusChanged, &RoundedBox::continuousChanged,
           &RoundedBox::lineColorChanged, &RoundedBox::lineWidthChanged, &RoundedBox::lineInsetChanged})
-        connect(this, changed, this, [this] { update(); });
+        connect(this, changed, this, &QQuickItem::update);
 }
 
-qreal RoundedBox::deviceRatio() const
+bool RoundedBox::isInvisible() const
 {
-    return window() ? window()->effectiveDevicePixelRatio() : 1;
+    const bool hasLine = lineWidth_ > 0 && lineColor_.alpha() > 0;
+    return width() <= 0 || height() <= 0 || (color_.alpha() == 0 && !hasLine);
 }
 
-void RoundedBox::paint(QPainter* painter)
+QRect RoundedBox::devicePixels(QPointF origin, qreal ratio) const
 {
-    const QRectF box = boundingRect();
-    const qreal reach = std::min(width(), height()) / 2;
-    const qreal radius = std::min(radius_, continuous_ ? reach / continuousReach : reach);
-    painter->fillPath(boxPath(box, radius, continuous_), color_);
+    const QPointF end = origin + QPointF(width(), height()) * ratio;
+    const QPoint first(qRound(origin.x()), qRound(origin.y()));
+    return {first, QSize(std::max(1, qRound(end.x()) - first.x()), std::max(1, qRound(end.y()) - first.y()))};
+}
+
+void RoundedBox::paint(QPainter& painter, const QRectF& box, qreal ratio) const
+{
+    const qreal reach = std::min(box.width(), box.height()) / 2;
+    const qreal radius = std::min(radius_ * ratio, continuous_ ? reach / continuousReach : reach);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(boxPath(box, radius, continuous_), color_);
     if (lineWidth_ <= 0 || lineColor_.alpha() == 0)
         return;
-    // Whole device pixels stay crisp; a line thinner than one would only be pale, so it becomes a paler one.
-    const qreal ratio = deviceRatio();
-    const qreal line = std::max(1.0, std::round(lineWidth_ * ratio)) / ratio;
+    // Whole device pixels stay crisp; a line thinner than one becomes a paler one.
+    const qreal line = std::max(1.0, std::round(lineWidth_ * ratio));
     QColor color = lineColor_;
     color.setAlphaF(static_cast<float>(color.alphaF() * std::min(1.0, lineWidth_ * ratio)));
-    const qreal edge = std::floor(lineInset_ * ratio) / ratio + line / 2;
-    painter->setPen(QPen(color, line));
-    painter->setBrush(Qt::NoBrush);
-    painter->drawPath(boxPath(box.adjusted(edge, edge, -edge, -edge), radius - edge, continuous_));
+    const qreal edge = std::floor(lineInset_ * ratio) + line / 2;
+    painter.setPen(QPen(color, line));
+    painter.drawPath(boxPath(box.adjusted(edge, edge, -edge, -edge), radius - edge, continuous_));
+}
+
+QSGNode* RoundedBox::updatePaintNode(QSGNode* old, UpdatePaintNodeData*)
+{
+    if (isInvisible()) {
+        delete old;
+        return nullptr;
+    }
+    const qreal ratio = window()->effectiveDevicePixelRatio();
+    const QPointF origin = mapToScene({}) * ratio;
+    const QRect pixels = devicePixels(origin, ratio);
+    QImage image(pixels.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    paint(painter, image.rect(), ratio);
+    painter.end();
+    auto* node = static_cast<QSGImageNode*>(old);
+    if (!node) {
+        node = window()->createImageNode();
+        node->setOwnsTexture(true);
+        node->setFiltering(QSGTexture::Linear);
+    }
+    node->setTexture(window()->createTextureFromImage(image));
+    node->setRect(QRectF((pixels.topLeft() - origin) / ratio, QSizeF(pixels.size()) / ratio));
+    return node;
+}
+
+void RoundedBox::itemChange(ItemChange change, const ItemChangeData& value)
+{
+    if (change == ItemDevicePixelRatioHasChanged)
+        update();
+    QQuickItem::itemChange(change, value);
+}
+
+void RoundedBox::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry)
+{
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    update();
 }
 
 } // namespace quillmarsh

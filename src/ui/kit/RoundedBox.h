@@ -1,13 +1,13 @@
 #pragma once
 
 #include <QColor>
-#include <QQuickPaintedItem>
+#include <QQuickItem>
 
 namespace quillmarsh {
 
 /// A filled rounded rectangle with an outline of any width, fractions included, exact at every scale factor.
 /// The scene graph's own rectangle knows only whole line widths when it draws in software.
-class RoundedBox : public QQuickPaintedItem
+class RoundedBox : public QQuickItem
 {
     Q_OBJECT
     Q_PROPERTY(QColor color MEMBER color_ NOTIFY colorChanged)
@@ -23,8 +23,6 @@ class RoundedBox : public QQuickPaintedItem
 public:
     explicit RoundedBox(QQuickItem* parent = nullptr);
 
-    void paint(QPainter* painter) override;
-
 signals:
     void colorChanged();
     void radiusChanged();
@@ -33,8 +31,16 @@ signals:
     void lineWidthChanged();
     void lineInsetChanged();
 
+protected:
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
+    void itemChange(ItemChange change, const ItemChangeData& value) override;
+    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+
 private:
-    [[nodiscard]] qreal deviceRatio() const;
+    [[nodiscard]] bool isInvisible() const;
+    /// The box in device pixels, its edges moved to the nearest whole ones.
+    [[nodiscard]] QRect devicePixels(QPointF origin, qreal ratio) const;
+    void paint(QPainter& painter, const QRectF& box, qreal ratio) const;
 
     QColor color_ = Qt::transparent;
     QColor lineColor_ = Qt::transparent;
