@@ -1,0 +1,342 @@
+#include "platform/ModifierFlags.h"
+#include "platform/XTestSession.h"
+#include "platform/linux/XEventTap.h"
+#include "platform/linux/XKeyPoster.h"
+#include "platform/linux/XKeyboard.h"
+#include "platform/linux/XWorker.h"
+#include "support/CoroutineTest.h"
+
+#include <QRegularExpression>
+#include <QTest>
+
+#include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+using namespace quillmarsh;
+using namespace quillmarsh::test;
+
+namespace {
+
+using Keys = std::vector<xcb_keycode_t>;
+
+bool isModifier(const TargetWindow::Press& press)
+{
+    return press.symbol >= XKB_KEY_Shift_L && press.symbol <= XKB_KEY_Hyper_R;
+}
+
+} // namespace
+
+class tst_XKeyPoster final : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::shared_ptr<XWorker> worker_ = XWorker::start();
+    XKeyPoster poster_{worker_};
+
+    bool copy() { return runTask(poster_.post(VirtualKey::c, ModifierFlags::command)); }
+    bool paste() { return runTask(poster_.post(VirtualKey::v, ModifierFlags::command)); }
+
+    /// What the window got apart from modifier keys.
+    static std::vector<TargetWindow::Press> typed(TargetWindow& target)
+    {
+        target.catchUp();
+        std::vector<TargetWindow::Press> result;
+        std::copy_if(target.presses.begin(), target.presses.end(), std::back_inserter(result),
+                     [](const auto& press) { return !isModifier(press); });
+        return result;
+    }
+
+    /// Exactly one press of the key that yields `symbol`, with exactly `modifiers`.
+    static bool gotOnly(TargetWindow& target, xcb_keysym_t symbol, uint16_t modifiers)
+    {
+        const auto presses = typed(target);
+        const bool ok =
+            presses.size() == 1 && presses[0].symbol == symbol && presses[0].modifiers == modifiers;
+        for (const auto& press : presses) {
+            if (!ok)
+                qInfo("got key %d symbol %x modifiers %x", press.keycode, press.symbol, press.modifiers);
+        }
+        return ok;
+    }
+
+private slots:
+    void cleanup()
+    {
+        QCOMPARE(PhysicalKeyboard().keysDown(), Keys{});
+        QCOMPARE(PhysicalKeyboard().keysDownOnXTest(), Keys{});
+        PhysicalKeyboard::setLayout({QStringLiteral("us")});
+    }
+
+    void theGestureArrivesWhateverIsHeld_data()
+    {
+        QTest::addColumn<QList<int>>("held");
+        QTest::newRow("nothing") << QList<int>{};
+        QTest::newRow("Shift-Super-R") << QList<int>{Key::shiftL, Key::superL, Key::r};
+        QTest::newRow("Super-R") << QList<int>{Key::superL, Key::r};
+        QTest::newRow("Control-Alt-C") << QList<int>{Key::controlL, Key::altL, Key::c};
+        QTest::newRow("Control-Shift-V") << QList<int>{Key::controlL, Key::shiftL, Key::v};
+        QTest::newRow("Alt-Shift-R") << QList<int>{Key::altL, Key::shiftL, Key::r};
+        QTest::newRow("Control-R") << QList<int>{Key::controlL, Key::r};
+        QTest::newRow("right-hand keys") << QList<int>{105, 62, 134, 108, Key::r};
+        QTest::newRow("all") << QList<int>{Key::controlL, Key::shiftL, Key::altL, Key::superL,
+                                           105,           62,          Key::r};
+    }
+    void theGestureArrivesWhateverIsHeld()
+    {
+        QFETCH(QList<int>, held);
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        for (const int key : held)
+            keyboard.press(static_cast<xcb_keycode_t>(key));
+        target.catchUp();
+        for (const bool isCopy : {true, false}) {
+            target.presses.clear();
+            QVERIFY(isCopy ? copy() : paste());
+            QVERIFY(gotOnly(target, isCopy ? XKB_KEY_c : XKB_KEY_v, XCB_MOD_MASK_CONTROL));
+        }
+        for (const int key : held)
+            keyboard.release(static_cast<xcb_keycode_t>(key));
+        target.presses.clear();
+        keyboard.tap(Key::w); // what the user types next is plain text
+        QVERIFY(gotOnly(target, XKB_KEY_w, 0));
+    }
+
+    void theGestureFollowsItsOwnHotKey_data()
+    {
+        QTest::addColumn<int>("keyCode");
+        QTest::addColumn<int>("keycode");
+        QTest::newRow("R") << int{VirtualKey::r} << int{Key::r};
+        QTest::newRow("C, the copying key itself") << int{VirtualKey::c} << int{Key::c};
+    }
+    void theGestureFollowsItsOwnHotKey()
+    {
+        QFETCH(int, keyCode);
+        QFETCH(int, keycode);
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        int fired = 0;
+        XEventTapSource source(worker_);
+        const auto tap = source.create([&](const KeyEvent& event) {
+            fired += event.isAutorepeat ? 0 : 1;
+            return TapVerdict::Swallow;
+        });
+        tap->setInterest({{static_cast<quint16>(keyCode), ModifierFlags::control | ModifierFlags::option}});
+        tap->setEnabled(true);
+        for (int round = 1; round <= 3; ++round) {
+            keyboard.press(Key::controlL);
+            keyboard.press(Key::altL);
+            keyboard.press(static_cast<xcb_keycode_t>(keycode));
+            QTRY_COMPARE(fired, round);
+            target.presses.clear();
+            QVERIFY(copy());
+            QVERIFY(gotOnly(target, XKB_KEY_c, XCB_MOD_MASK_CONTROL));
+            QTest::qWait(800); // long enough to repeat, if it did
+            QCOMPARE(fired, round);
+            keyboard.release(static_cast<xcb_keycode_t>(keycode));
+            keyboard.release(Key::altL);
+            keyboard.release(Key::controlL);
+        }
+    }
+
+    void aHotKeyThatIsTheGestureItselfDoesNotFire()
+    {
+        TargetWindow target;
+        int fired = 0;
+        XEventTapSource source(worker_);
+        const auto tap = source.create([&](const KeyEvent&) {
+            ++fired;
+            return TapVerdict::Swallow;
+        });
+        tap->setInterest({{VirtualKey::c, ModifierFlags::control}});
+        tap->setEnabled(true);
+        QVERIFY(copy());
+        QVERIFY(gotOnly(target, XKB_KEY_c, XCB_MOD_MASK_CONTROL));
+        QTest::qWait(30);
+        QCOMPARE(fired, 0);
+        PhysicalKeyboard keyboard;
+        keyboard.press(Key::controlL);
+        keyboard.tap(Key::c);
+        QTRY_COMPARE(fired, 1); // and it is held again afterwards
+    }
+
+    void aKeyStuckOnXTestIsRepaired_data()
+    {
+        QTest::addColumn<int>("stuck");
+        QTest::newRow("Control") << int{Key::controlL};
+        QTest::newRow("right Control") << 105;
+        QTest::newRow("Shift") << int{Key::shiftL};
+        QTest::newRow("c") << int{Key::c};
+    }
+    void aKeyStuckOnXTestIsRepaired()
+    {
+        QFETCH(int, stuck);
+        const auto key = static_cast<xcb_keycode_t>(stuck);
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        keyboard.press(key);
+        xcb_test_fake_input(target.connection().get(), XCB_KEY_PRESS, key, 0, XCB_NONE, 0, 0, 0);
+        target.catchUp();
+        keyboard.release(key); // up for everybody but the XTEST keyboard
+        QCOMPARE(keyboard.keysDownOnXTest(), Keys{key});
+        target.presses.clear();
+        QVERIFY(copy());
+        QVERIFY(gotOnly(target, XKB_KEY_c, XCB_MOD_MASK_CONTROL));
+    }
+
+    void lockKeysDoNotMatter()
+    {
+        PhysicalKeyboard keyboard;
+        for (int locks : {int{XCB_MOD_MASK_LOCK}, int{XCB_MOD_MASK_2}, XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2}) {
+            TargetWindow target;
+            keyboard.lockModifiers(static_cast<uint16_t>(locks));
+            QVERIFY(copy());
+            QVERIFY(gotOnly(target, XKB_KEY_c, XCB_MOD_MASK_CONTROL));
+        }
+    }
+
+    void aModifierThatCannotBeLiftedStopsTheGesture()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        keyboard.lockModifiers(XCB_MOD_MASK_SHIFT);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("modifier keys stayed down")));
+        QVERIFY(!copy());
+        QCOMPARE(typed(target).size(), 0U);
+    }
+
+    void layouts_data()
+    {
+        QTest::addColumn<QString>("layout");
+        QTest::addColumn<QString>("variant");
+        QTest::addColumn<int>("group");
+        QTest::addColumn<bool>("latin");
+        const auto add = [](const char* layout, const char* variant, int group, bool latin) {
+            QTest::addRow("%s %s group %d", layout, variant, group)
+                << QString::fromLatin1(layout) << QString::fromLatin1(variant) << group << latin;
+        };
+        for (const char* layout : {"us", "de", "fr", "es", "tr", "pl", "jp"})
+            add(layout, "", 0, true);
+        add("us", "dvorak", 0, true);
+        add("us", "colemak", 0, true);
+        add("fr", "bepo", 0, true);
+        add("us,us", ",dvorak", 0, true);
+        add("us,us", ",dvorak", 1, true);
+        for (const char* layout : {"us,ru", "ru,us", "us,gr", "gr,us"}) {
+            add(layout, "", 0, true);
+            add(layout, "", 1, true);
+        }
+        for (const char* layout : {"ru", "gr", "il", "ara"})
+            add(layout, "", 0, false);
+    }
+    void layouts()
+    {
+        QFETCH(QString, layout);
+        QFETCH(QString, variant);
+        QFETCH(int, group);
+        QFETCH(bool, latin);
+        PhysicalKeyboard::setLayout({layout, QStringLiteral("-variant"), variant});
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        keyboard.lockGroup(static_cast<unsigned>(group));
+        keyboard.press(Key::shiftL);
+        keyboard.press(Key::superL);
+        for (const bool isCopy : {true, false}) {
+            target.presses.clear();
+            QVERIFY(isCopy ? copy() : paste());
+            const auto presses = typed(target);
+            QCOMPARE(presses.size(), 1U);
+            if (latin) {
+                const auto symbols = XKeySymbols::fetch(target.connection().get());
+                const xcb_keysym_t wanted = isCopy ? XKB_KEY_c : XKB_KEY_v;
+                QCOMPARE(presses[0].modifiers, uint16_t{XCB_MOD_MASK_CONTROL});
+                QCOMPARE(presses[0].keycode, symbols.keyInAnyGroup(wanted, static_cast<unsigned>(group)));
+            } else {
+                QCOMPARE(presses[0].symbol, xcb_keysym_t{XKB_KEY_Insert});
+                QCOMPARE(presses[0].modifiers, uint16_t(isCopy ? XCB_MOD_MASK_CONTROL : XCB_MOD_MASK_SHIFT));
+            }
+        }
+    }
+
+    void applicationsGetTheirOwnGesture_data()
+    {
+        QTest::addColumn<QByteArray>("instance");
+        QTest::addColumn<QByteArray>("className");
+        QTest::addColumn<uint>("symbol");
+        QTest::addColumn<uint>("copyModifiers");
+        QTest::addColumn<uint>("pasteModifiers");
+        constexpr uint none = 0, c = XKB_KEY_c, insert = XKB_KEY_Insert, control = XCB_MOD_MASK_CONTROL,
+                       shift = XCB_MOD_MASK_SHIFT, alt = XCB_MOD_MASK_1;
+        using Name = QByteArray;
+        QTest::newRow("editor") << Name("mousepad") << Name("Mousepad") << c << control << control;
+        QTest::newRow("not a terminal") << Name("stellarium") << Name("first") << c << control << control;
+        QTest::newRow("VTE") << Name("gnome-terminal-server") << Name("Gnome-terminal") << c
+                             << (control | shift) << (control | shift);
+        QTest::newRow("by instance") << Name("Alacritty") << Name("other") << c << (control | shift)
+                                     << (control | shift);
+        QTest::newRow("Qt terminal") << Name("qterminal") << Name("qterminal") << c << (control | shift)
+                                     << (control | shift);
+        QTest::newRow("urxvt") << Name("urxvt") << Name("URxvt") << c << (control | alt) << (control | alt);
+        QTest::newRow("Emacs") << Name("emacs") << Name("Emacs") << insert << control << shift;
+        QTest::newRow("xterm") << Name("xterm") << Name("XTerm") << none << none << none;
+        QTest::newRow("virtual machine")
+            << Name("VirtualBox Machine") << Name("VirtualBox Machine") << none << none << none;
+    }
+    void applicationsGetTheirOwnGesture()
+    {
+        QFETCH(QByteArray, instance);
+        QFETCH(QByteArray, className);
+        QFETCH(uint, symbol);
+        QFETCH(uint, copyModifiers);
+        QFETCH(uint, pasteModifiers);
+        TargetWindow target(instance, className);
+        QCOMPARE(copy(), symbol != 0);
+        if (symbol == 0) {
+            QCOMPARE(typed(target).size(), 0U);
+            QVERIFY(!paste());
+            return;
+        }
+        QVERIFY(gotOnly(target, symbol, static_cast<uint16_t>(copyModifiers)));
+        target.presses.clear();
+        QVERIFY(paste());
+        QVERIFY(gotOnly(target, symbol == XKB_KEY_c ? xcb_keysym_t{XKB_KEY_v} : symbol,
+                        static_cast<uint16_t>(pasteModifiers)));
+    }
+
+    void anyKeyCanBePosted()
+    {
+        TargetWindow target;
+        QVERIFY(runTask(poster_.post(VirtualKey::r, ModifierFlags::command | ModifierFlags::shift)));
+        QVERIFY(gotOnly(target, XKB_KEY_r, XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT));
+        target.presses.clear();
+        QVERIFY(runTask(poster_.post(VirtualKey::returnKey, 0)));
+        QVERIFY(gotOnly(target, XKB_KEY_Return, 0));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("lacks the key 200")));
+        QVERIFY(!runTask(poster_.post(200, 0)));
+    }
+
+    void aThousandGesturesLeaveNothingBehind()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        constexpr int rounds = 500;
+        for (int round = 0; round < rounds; ++round) {
+            keyboard.press(Key::shiftL);
+            keyboard.press(Key::superL);
+            QVERIFY(copy());
+            keyboard.release(Key::superL);
+            keyboard.tap(Key::a); // the user types on; Shift is lifted although it is still held
+            QVERIFY(paste());
+            keyboard.release(Key::shiftL);
+        }
+        const auto presses = typed(target);
+        QCOMPARE(presses.size(), size_t{3} * rounds);
+        for (size_t index = 0; index < presses.size(); ++index) {
+            const bool isLetter = index % 3 == 1;
+            QCOMPARE(presses[index].modifiers, uint16_t(isLetter ? 0 : XCB_MOD_MASK_CONTROL));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_XKeyPoster)
+#include "tst_XKeyPoster.moc"
