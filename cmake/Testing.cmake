@@ -1,9 +1,10 @@
-# quillmarsh_add_test(NAME SOURCES file… LIBS target… [LABELS label…] [X11] [SESSION])
-# One QtTest executable per call. X11: runs on an X server of its own; SESSION: on a session bus with a secret
-# service, private HOME and runtime folder. Both come from tests/support/with-session, which ends what it starts.
+# quillmarsh_add_test(NAME SOURCES file… LIBS target… [LABELS label…] [X11] [WM name] [SESSION])
+# One QtTest executable per call. X11: runs on an X server of its own, WM: and with that window manager; SESSION: on
+# a session bus with a secret service, private HOME and runtime folder. All come from tests/support/with-session,
+# which ends what it starts.
 # Without them the test runs on Qt's offscreen platform.
 function(quillmarsh_add_test name)
-    cmake_parse_arguments(TST "X11;SESSION" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+    cmake_parse_arguments(TST "X11;SESSION" "TIMEOUT;WM" "SOURCES;LIBS;LABELS" ${ARGN})
     add_executable(${name} ${TST_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src)
@@ -12,6 +13,9 @@ function(quillmarsh_add_test name)
     set(arguments)
     if(TST_X11)
         list(APPEND arguments --x11)
+    endif()
+    if(TST_WM)
+        list(APPEND arguments --wm ${TST_WM})
     endif()
     if(TST_SESSION)
         list(APPEND arguments --session)
