@@ -2,6 +2,12 @@
 
 #include "platform/ModifierFlags.h"
 
+#include <QAccessible>
+#include <QQuickTextDocument>
+#include <QTextBlockFormat>
+#include <QTextCursor>
+#include <QTextDocument>
+
 namespace quillmarsh {
 
 using namespace Qt::StringLiterals;
@@ -92,6 +98,22 @@ void DemoModel::tryAgain()
     selectionStart_ = selectionEnd_ = 0;
     setText(sample_.original);
     report(Status::ready);
+}
+
+void DemoModel::styleDocument(QQuickTextDocument* document)
+{
+    constexpr qreal lineSpacing = 5;
+    QTextBlockFormat format;
+    format.setLineHeight(lineSpacing, QTextBlockFormat::LineDistanceHeight);
+    QTextCursor cursor(document->textDocument());
+    cursor.select(QTextCursor::Document);
+    cursor.mergeBlockFormat(format);
+}
+
+void DemoModel::announceChange(QObject* view) const
+{
+    QAccessibleValueChangeEvent event(view, text_);
+    QAccessible::updateAccessibility(&event);
 }
 
 bool DemoModel::isWholeSelection() const

@@ -4,6 +4,8 @@
 
 #include <optional>
 
+class QQuickTextDocument;
+
 namespace quillmarsh {
 
 /// A sentence before and after.
@@ -58,6 +60,10 @@ public:
     Q_INVOKABLE void setFocused(bool focused);
     /// Back to the sample sentence; also when the card is shown anew.
     Q_INVOKABLE void tryAgain();
+    /// Gives the view's paragraphs their spacing; a new text has lost it.
+    Q_INVOKABLE static void styleDocument(QQuickTextDocument* document);
+    /// Tells assistive programs that the value of `view` is another.
+    Q_INVOKABLE void announceChange(QObject* view) const;
     void rewriteSelection();
 
 signals:

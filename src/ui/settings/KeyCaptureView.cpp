@@ -16,25 +16,18 @@ KeyCaptureView::~KeyCaptureView()
     releaseKeyboard();
 }
 
-// Accepting the override keeps the application's own key equivalents from taking the press.
-bool KeyCaptureView::event(QEvent* event)
+// The keys are taken at the window, before its key equivalents and the way from field to field have a say.
+bool KeyCaptureView::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() != QEvent::ShortcutOverride)
-        return QQuickItem::event(event);
+    const bool isPress = event->type() == QEvent::KeyPress;
+    if (!isPress && event->type() != QEvent::KeyRelease && event->type() != QEvent::ShortcutOverride)
+        return QQuickItem::eventFilter(watched, event);
+    if (!hasActiveFocus() || !recorder_)
+        return QQuickItem::eventFilter(watched, event);
     event->accept();
+    if (isPress)
+        recorder_->keyDown(*static_cast<QKeyEvent*>(event));
     return true;
-}
-
-void KeyCaptureView::keyPressEvent(QKeyEvent* event)
-{
-    event->accept();
-    if (recorder_)
-        recorder_->keyDown(*event);
-}
-
-void KeyCaptureView::keyReleaseEvent(QKeyEvent* event)
-{
-    event->accept();
 }
 
 void KeyCaptureView::focusOutEvent(QFocusEvent* event)
@@ -59,15 +52,18 @@ void KeyCaptureView::takeKeyboard()
 {
     if (!window())
         return;
-    forceActiveFocus();
-    if (window()->setKeyboardGrabEnabled(true))
-        grabbed_ = window();
+    forceActiveFocus(Qt::OtherFocusReason);
+    grabbed_ = window();
+    grabbed_->installEventFilter(this);
+    grabbed_->setKeyboardGrabEnabled(true);
 }
 
 void KeyCaptureView::releaseKeyboard()
 {
-    if (grabbed_)
-        grabbed_->setKeyboardGrabEnabled(false);
+    if (!grabbed_)
+        return;
+    grabbed_->setKeyboardGrabEnabled(false);
+    grabbed_->removeEventFilter(this);
     grabbed_.clear();
 }
 

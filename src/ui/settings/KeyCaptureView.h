@@ -10,7 +10,7 @@ namespace quillmarsh {
 /// The focus of a recording. As soon as it is in a window it takes the keyboard, so that recording starts
 /// without a click, and it takes it from the window manager too, so that combinations of the desktop reach
 /// the recorder where the window system allows it. Losing the focus cancels the recording.
-class KeyCaptureView final : public QQuickItem
+class KeyCaptureView : public QQuickItem
 {
     Q_OBJECT
     Q_PROPERTY(quillmarsh::ShortcutRecorder* recorder MEMBER recorder_ NOTIFY recorderChanged)
@@ -23,9 +23,7 @@ signals:
     void recorderChanged();
 
 protected:
-    bool event(QEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
-    void keyReleaseEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
     void itemChange(ItemChange change, const ItemChangeData& value) override;
 

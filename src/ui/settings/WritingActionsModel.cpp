@@ -31,9 +31,6 @@ WritingActionsModel::WritingActionsModel(AppSettings& settings, RewriteService& 
     : QAbstractListModel(parent), settings_(settings), rewrites_(rewrites), layout_(layout),
       rows_(settings.instructionShortcuts())
 {
-    undoTimer_.setSingleShot(true);
-    undoTimer_.setInterval(undoTime);
-    connect(&undoTimer_, &QTimer::timeout, this, &WritingActionsModel::forgetDeleted);
     connect(&settings, &AppSettings::instructionShortcutsChanged, this, &WritingActionsModel::listChanged);
     connect(&rewrites, &RewriteService::shortcutsRegistered, this, [this] { announce({RefusalRole}); });
     connect(&layout, &KeyboardLayout::changed, this, [this] { announce({ShortcutRole, RefusalRole}); });
@@ -88,7 +85,6 @@ void WritingActionsModel::remove(int row)
     if (!contains(row))
         return;
     deleted_.push_back({action(row), row});
-    undoTimer_.start();
     settings_.removeShortcut(QUuid(deleted_.back().action.id));
     emit undoChanged();
 }
@@ -107,7 +103,6 @@ void WritingActionsModel::undo()
 
 void WritingActionsModel::forgetDeleted()
 {
-    undoTimer_.stop();
     if (deleted_.empty())
         return;
     deleted_.clear();
@@ -127,7 +122,6 @@ void WritingActionsModel::listChanged()
 {
     synchronize(settings_.instructionShortcuts());
     rewrites_.restartHotkeys();
-    rewrites_.checkAndSetupAccessibility(true);
     announce({RefusalRole});
 }
 

@@ -3,7 +3,6 @@
 #include "rewrite/InstructionShortcut.h"
 
 #include <QAbstractListModel>
-#include <QTimer>
 
 namespace quillmarsh {
 
@@ -18,6 +17,7 @@ class WritingActionsModel final : public QAbstractListModel
     Q_PROPERTY(int count READ count NOTIFY countChanged)
     Q_PROPERTY(QString countText READ countText NOTIFY countChanged)
     Q_PROPERTY(QString undoText READ undoText NOTIFY undoChanged)
+    Q_PROPERTY(int undoMilliseconds READ undoMilliseconds CONSTANT)
 
 public:
     enum Role {
@@ -29,8 +29,6 @@ public:
         IsLastRole,
     };
     Q_ENUM(Role)
-
-    static constexpr std::chrono::milliseconds undoTime{8000};
 
     /// All three outlive the model.
     WritingActionsModel(AppSettings& settings, RewriteService& rewrites, KeyboardLayout& layout,
@@ -44,6 +42,8 @@ public:
     [[nodiscard]] QString countText() const;
     /// What "Undo" would bring back, as a sentence; empty when there is nothing.
     [[nodiscard]] QString undoText() const;
+    /// How long the user is offered to undo.
+    [[nodiscard]] static int undoMilliseconds() { return 8000; }
     [[nodiscard]] const InstructionShortcut& action(int row) const
     {
         return rows_.at(static_cast<size_t>(row));
@@ -82,7 +82,6 @@ private:
     KeyboardLayout& layout_;
     std::vector<InstructionShortcut> rows_;
     std::vector<Deleted> deleted_;
-    QTimer undoTimer_;
 };
 
 } // namespace quillmarsh

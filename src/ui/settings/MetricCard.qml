@@ -1,0 +1,48 @@
+import QtQuick
+import "qrc:/quillmarsh/kit"
+
+// One figure, what it counts, and what that means.
+AppCard {
+    id: card
+
+    property string symbol
+    property string title
+    property var value: 0
+    property string help
+
+    spacing: 10
+    Accessible.role: Accessible.StaticText
+    Accessible.name: title + ": " + figure.text
+    Accessible.description: help
+
+    Row {
+        spacing: 9
+
+        AppIcon {
+            name: card.symbol
+            color: AppDesign.accent
+            anchors.verticalCenter: parent.verticalCenter
+        }
+        AppText {
+            text: card.title
+            weight: Font.Medium
+            color: AppDesign.secondary
+            wrapMode: Text.NoWrap
+            Accessible.ignored: true
+        }
+    }
+    AppText {
+        id: figure
+        text: Number(card.value).toLocaleString(Qt.locale(), "f", 0)
+        size: 32
+        weight: Font.DemiBold
+        Accessible.ignored: true
+    }
+    AppText {
+        width: parent.width
+        text: card.help
+        size: 11
+        color: AppDesign.secondary
+        Accessible.ignored: true
+    }
+}

@@ -1,0 +1,75 @@
+import QtQuick
+import "qrc:/quillmarsh/kit"
+
+// The second step: who rewrites.
+Column {
+    id: step
+
+    property var models
+    readonly property var tutorial: models.tutorial
+
+    spacing: 12
+
+    AppText {
+        width: parent.width
+        text: "Choose who rewrites your words. You can change this at any time."
+        color: AppDesign.secondary
+        bottomPadding: 4
+    }
+    AppRowButton {
+        objectName: "chatGPTCard"
+        width: parent.width
+        padding: 14
+        icon: "bubble.left"
+        text: "ChatGPT by OpenAI"
+        subtitle: "Use your ChatGPT subscription."
+        enabled: !step.tutorial.isWaitingForBrowser
+        onClicked: step.tutorial.isChatGPTConnected ? step.tutorial.showConnections() : step.tutorial.connectChatGPT()
+
+        AppStatus {
+            visible: step.tutorial.isChatGPTConnected
+            positive: true
+            text: "Connected"
+            anchors.verticalCenter: parent.verticalCenter
+        }
+    }
+    AppRowButton {
+        objectName: "claudeCard"
+        width: parent.width
+        padding: 14
+        icon: "key"
+        text: "Claude"
+        subtitle: "by Anthropic · Connect an API key"
+        onClicked: step.tutorial.connectClaude()
+    }
+    AppRowButton {
+        objectName: "otherCard"
+        width: parent.width
+        padding: 14
+        icon: "circle.hexagongrid"
+        text: "Other connections"
+        subtitle: step.tutorial.otherConnectionsText
+        onClicked: step.tutorial.showConnections()
+
+        AppSpinner {
+            running: step.tutorial.isWaitingForBrowser
+            anchors.verticalCenter: parent.verticalCenter
+        }
+    }
+    AppButton {
+        objectName: "tutorialCancelSignIn"
+        visible: step.tutorial.isWaitingForBrowser
+        kind: "quiet"
+        text: "Cancel"
+        x: 8
+        onClicked: step.tutorial.cancelSignIn()
+    }
+    Note {
+        width: parent.width
+        visible: text !== ""
+        symbol: "exclamationmark.circle"
+        tone: AppDesign.ink
+        text: step.tutorial.error
+        Accessible.role: Accessible.AlertMessage
+    }
+}

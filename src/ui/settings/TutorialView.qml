@@ -1,0 +1,100 @@
+import QtQuick
+import "qrc:/quillmarsh/kit"
+
+// The getting-started guide: try it, connect, make it yours.
+Item {
+    id: view
+
+    required property var models
+    readonly property var tutorial: models.tutorial
+
+    AppScrollView {
+        id: page
+        anchors { left: parent.left; right: parent.right; top: parent.top; bottom: bar.top }
+        padding: 32
+
+        Loader {
+            id: content
+
+            readonly property var files: ["TutorialDemo", "TutorialConnect", "TutorialCustomize"]
+            readonly property int step: view.tutorial.step
+
+            function show() {
+                setSource(files[step] + ".qml", { models: view.models })
+                page.contentY = 0
+            }
+
+            width: parent.width
+            onStepChanged: show()
+            Component.onCompleted: show()
+        }
+    }
+    Rectangle {
+        id: bar
+        anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
+        height: next.implicitHeight + 32
+        color: AppDesign.page
+
+        Rectangle {
+            width: parent.width
+            height: 1
+            color: AppDesign.border
+        }
+        Row {
+            anchors { left: parent.left; leftMargin: 33; verticalCenter: parent.verticalCenter }
+            spacing: 7
+
+            Accessible.role: Accessible.StaticText
+            Accessible.name: view.tutorial.progressText
+
+            Repeater {
+                model: 3
+
+                Rectangle {
+                    required property int index
+
+                    width: index === view.tutorial.step ? 20 : 7
+                    height: 7
+                    radius: 3.5
+                    color: index <= view.tutorial.step ? AppDesign.accent : AppDesign.border
+                    anchors.verticalCenter: parent.verticalCenter
+
+                    Behavior on width { NumberAnimation { duration: AppDesign.appearDuration; easing.type: Easing.OutCubic } }
+                }
+            }
+            Item { width: 5; height: 1 }
+            AppText {
+                text: view.tutorial.progressText
+                size: 12
+                color: AppDesign.secondary
+                anchors.verticalCenter: parent.verticalCenter
+                Accessible.ignored: true
+            }
+        }
+        Row {
+            anchors { right: parent.right; rightMargin: 32; verticalCenter: parent.verticalCenter }
+            spacing: 10
+
+            AppButton {
+                objectName: "tutorialBack"
+                visible: view.tutorial.step > 0
+                text: "Back"
+                onClicked: view.tutorial.back()
+            }
+            AppButton {
+                objectName: "tutorialSkip"
+                visible: view.tutorial.canSkip
+                text: "Skip for now"
+                onClicked: view.tutorial.skip()
+            }
+            AppButton {
+                id: next
+                objectName: "tutorialNext"
+                kind: "primary"
+                enabled: view.tutorial.canAdvance
+                text: view.tutorial.nextTitle
+                onClicked: view.tutorial.advance()
+            }
+        }
+    }
+}

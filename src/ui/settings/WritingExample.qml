@@ -1,0 +1,151 @@
+import QtQuick
+import "qrc:/quillmarsh/kit"
+
+// The demo: a sentence to select and to rewrite with Control-R, without any back end.
+AppCard {
+    id: example
+
+    required property var demo
+
+    padding: 24
+    spacing: 16
+    Component.onCompleted: demo.tryAgain()
+
+    Item {
+        width: parent.width
+        height: Math.max(heading.implicitHeight, again.implicitHeight)
+
+        AppIcon {
+            id: mark
+            visible: example.demo.isComplete
+            name: "checkmark.circle.fill"
+            size: 22
+            color: AppDesign.success
+            anchors.verticalCenter: parent.verticalCenter
+        }
+        AppText {
+            id: heading
+            objectName: "demoHeading"
+            x: mark.visible ? 32 : 0
+            width: parent.width - x - (again.visible ? again.width + 12 : 0)
+            text: example.demo.heading
+            size: 17
+            weight: Font.DemiBold
+            color: example.demo.isComplete ? AppDesign.success : AppDesign.ink
+            anchors.verticalCenter: parent.verticalCenter
+            Accessible.role: Accessible.Heading
+        }
+        AppButton {
+            id: again
+            objectName: "tryAgain"
+            visible: example.demo.isComplete
+            icon: "arrow.counterclockwise"
+            text: "Try again"
+            anchors { right: parent.right; verticalCenter: parent.verticalCenter }
+            onClicked: {
+                example.demo.tryAgain()
+                sentence.forceActiveFocus()
+                sentence.deselect()
+            }
+        }
+    }
+    Rectangle {
+        width: parent.width
+        height: sentence.implicitHeight + 16
+        radius: 12
+        color: AppDesign.page
+        border.width: sentence.activeFocus ? 1.5 : 1
+        border.color: sentence.activeFocus ? AppDesign.accent : AppDesign.outline
+
+        TextEdit {
+            id: sentence
+            objectName: "demoText"
+            anchors { left: parent.left; right: parent.right; margins: 18; verticalCenter: parent.verticalCenter }
+            topPadding: 10
+            bottomPadding: 10
+            text: example.demo.text
+            readOnly: true
+            selectByMouse: true
+            selectByKeyboard: true
+            persistentSelection: true
+            activeFocusOnTab: true
+            textFormat: TextEdit.PlainText
+            wrapMode: TextEdit.Wrap
+            font: AppDesign.font(22)
+            color: AppDesign.ink
+            selectionColor: AppDesign.accentSoft
+            selectedTextColor: AppDesign.accent
+            renderType: Text.NativeRendering
+
+            Accessible.role: Accessible.EditableText
+            Accessible.name: "Demo text"
+            Accessible.description: "Select the whole sentence, then press Control R to rewrite it."
+            Accessible.readOnly: true
+
+            onTextChanged: example.demo.styleDocument(textDocument)
+            Component.onCompleted: example.demo.styleDocument(textDocument)
+            onSelectionStartChanged: example.demo.selectionChanged(selectionStart, selectionEnd)
+            onSelectionEndChanged: example.demo.selectionChanged(selectionStart, selectionEnd)
+            onActiveFocusChanged: example.demo.setFocused(activeFocus)
+
+            Keys.onPressed: (event) => event.accepted = example.demo.keyDown(event.nativeScanCode, event.modifiers, event.isAutoRepeat)
+
+            HoverHandler { cursorShape: Qt.IBeamCursor }
+            Connections {
+                target: example.demo
+                function onRewritten() {
+                    sentence.selectAll()
+                    example.demo.announceChange(sentence)
+                }
+            }
+        }
+    }
+    // As high in every state, so that nothing below jumps.
+    Item {
+        width: parent.width
+        height: Math.max(guidance.implicitHeight, rhythm.implicitHeight)
+
+        Keycap {
+            id: rhythm
+            visible: false
+            text: "R"
+        }
+        Flow {
+            id: guidance
+            width: parent.width
+            spacing: 8
+
+            AppText {
+                height: rhythm.implicitHeight
+                visible: text !== ""
+                text: example.demo.instruction
+                weight: Font.Medium
+                verticalAlignment: Text.AlignVCenter
+            }
+            AppText {
+                height: rhythm.implicitHeight
+                visible: text !== ""
+                text: example.demo.hint
+                color: AppDesign.secondary
+                verticalAlignment: Text.AlignVCenter
+            }
+            Row {
+                visible: example.demo.pressText !== ""
+                spacing: 8
+
+                AppText {
+                    height: rhythm.implicitHeight
+                    text: example.demo.pressText
+                    weight: Font.Medium
+                    verticalAlignment: Text.AlignVCenter
+                }
+                Row {
+                    spacing: 4
+
+                    Keycap { text: "Control" }
+                    Keycap { text: "R" }
+                }
+            }
+        }
+    }
+}
