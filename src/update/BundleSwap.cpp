@@ -38,22 +38,27 @@ QString newBackupPath(const QString& installed)
     return QFileInfo(installed).absolutePath() + QLatin1Char('/') + backupPrefix + unique + backupSuffix;
 }
 
-bool isBackup(const QFileInfo& entry)
+bool isWhole(const QString& bundle)
 {
-    const QString name = entry.fileName();
-    const QString unique = name.mid(backupPrefix.size()).chopped(backupSuffix.size());
-    return !entry.isSymLink() && name == backupPrefix + unique + backupSuffix &&
-           QUuid::fromString(unique).toString(QUuid::WithoutBraces) == unique &&
-           BundleInformation::read(entry.absoluteFilePath()).identifier == QLatin1String(bundleIdentifier);
+    return BundleInformation::read(bundle).identifier == QLatin1String(bundleIdentifier);
 }
 
-/// The backups in `folder`, the newest version last.
+bool isBackupName(const QString& name)
+{
+    if (name.size() <= backupPrefix.size() + backupSuffix.size())
+        return false;
+    const QString unique = name.mid(backupPrefix.size()).chopped(backupSuffix.size());
+    return name == backupPrefix + unique + backupSuffix &&
+           QUuid::fromString(unique).toString(QUuid::WithoutBraces) == unique;
+}
+
+/// The backups in `folder`, the newest version last. One whose removal was interrupted has no version.
 QStringList backups(const QString& folder)
 {
     QStringList found;
     for (const QFileInfo& entry :
          QDir(folder).entryInfoList({backupPrefix + u'*'}, QDir::Dirs | QDir::NoDotAndDotDot)) {
-        if (isBackup(entry))
+        if (!entry.isSymLink() && isBackupName(entry.fileName()))
             found.append(entry.absoluteFilePath());
     }
     std::sort(found.begin(), found.end(), [](const QString& a, const QString& b) {
@@ -63,11 +68,6 @@ QStringList backups(const QString& folder)
         return MoveToApplications::numericCompare(version(a), version(b)) < 0;
     });
     return found;
-}
-
-bool isWhole(const QString& installed)
-{
-    return BundleInformation::read(installed).identifier == QLatin1String(bundleIdentifier);
 }
 
 } // namespace
@@ -98,7 +98,7 @@ std::optional<QString> recoverApplicationsFolder(const QString& folder, const QS
     QStringList left = backups(folder);
     const QString installed = folder + QLatin1Char('/') + QLatin1String(bundleName);
     std::optional<QString> moved;
-    if (!left.isEmpty() && !exists(installed)) {
+    if (!left.isEmpty() && isWhole(left.last()) && !exists(installed)) {
         const QString backup = left.takeLast();
         const bool isBack = !move(backup, installed);
         qCWarning(lcQuillmarsh, "An update was interrupted; the previous copy %s",

@@ -7,6 +7,17 @@
 
 namespace quillmarsh {
 
+namespace {
+
+/// QDir answers nothing when the folder that the user chose is not there yet.
+QString standardTemporaryFolder()
+{
+    const QString folder = QDir::tempPath();
+    return folder.isEmpty() ? qEnvironmentVariable("TMPDIR") : folder;
+}
+
+} // namespace
+
 UpdateEnvironment UpdateEnvironment::standard(Bundle& bundle, ProcessRunner& processRunner,
                                               Workspace& workspace)
 {
@@ -16,7 +27,7 @@ UpdateEnvironment UpdateEnvironment::standard(Bundle& bundle, ProcessRunner& pro
     environment.processRunner = &processRunner;
     environment.workspace = &workspace;
     environment.homeFolder = QDir::homePath();
-    environment.temporaryFolder = QDir::tempPath();
+    environment.temporaryFolder = standardTemporaryFolder();
     environment.signatureTool =
         QCoreApplication::applicationDirPath() + QStringLiteral("/quillmarsh-codesign");
     environment.terminate = [] { QCoreApplication::quit(); };

@@ -23,6 +23,8 @@ namespace {
 const auto requirement =
     QStringLiteral("-R=anchor apple generic and certificate leaf[subject.OU] = \"K3T9Z2W7P5\"");
 
+constexpr auto archiveName = "Quillmarsh.zip";
+
 /// Lets files be made with the modes that an archive gives them, whatever the user's own mask: the signature
 /// covers the modes. Nobody else can reach them, the folder around them is closed.
 class OpenMask final
@@ -94,11 +96,12 @@ Task<QString> UpdateInstaller::install()
     const QString installed = installedLocation(environment_);
     progress_(downloadingText(release_));
     const WorkingFolder folder(environment_.temporaryFolder, QLatin1String(workingFolderPrefix));
-    const QString archive = folder.filePath(QStringLiteral("Quillmarsh.zip"));
+    const QString archive = folder.filePath(QLatin1String(archiveName));
     co_await download(archive);
     progress_(QStringLiteral("Preparing the new version…"));
     co_await unpack(archive, folder.path());
     const QString bundle = folder.filePath(QLatin1String(bundleName));
+    checkContent(folder.path());
     checkBundle(bundle);
     progress_(QStringLiteral("Verifying the update…"));
     co_await verify(bundle);
@@ -131,6 +134,14 @@ Task<> UpdateInstaller::unpack(QString archive, QString folder)
     throwIfStopped(stop_);
     if (status != 0)
         throw UpdateError(UpdateError::Kind::UnzipFailed);
+}
+
+void UpdateInstaller::checkContent(const QString& folder) const
+{
+    const auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    const QStringList expected{QLatin1String(bundleName), QLatin1String(archiveName)};
+    if (QDir(folder).entryList(everything, QDir::Name) != expected)
+        throw UpdateError(UpdateError::Kind::AppNotFound);
 }
 
 void UpdateInstaller::checkBundle(const QString& bundle) const

@@ -37,6 +37,8 @@ private:
     [[nodiscard]] Task<QString> install();
     [[nodiscard]] Task<> download(QString archive);
     [[nodiscard]] Task<> unpack(QString archive, QString folder);
+    /// A release archive holds the bundle and nothing else.
+    void checkContent(const QString& folder) const;
     void checkBundle(const QString& bundle) const;
     [[nodiscard]] Task<> verify(QString bundle);
     [[nodiscard]] Task<> moveIntoPlace(QString bundle, QString installed);

@@ -16,7 +16,7 @@ Task<> runAutomaticChecks(QPointer<UpdateService> service, std::stop_token stop)
     while (!stop.stop_requested()) {
         if (service)
             co_await service->checkForUpdates(true);
-        co_await Sleep(automaticInterval, stop);
+        co_await sleepFor(automaticInterval, stop);
     }
 }
 

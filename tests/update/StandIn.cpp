@@ -44,6 +44,8 @@ class Tools final : public ProcessRunner
 public:
     Task<int> run(QString program, QStringList arguments, std::stop_token) override
     {
+        if (!QFileInfo(program).isExecutable())
+            co_return -1;
         QProcess process;
         process.setStandardOutputFile(QProcess::nullDevice());
         process.setStandardErrorFile(QProcess::nullDevice());
