@@ -1,7 +1,10 @@
 #include "Application.h"
 
 #include "base/Log.h"
+#include "engine/AnthropicEngine.h"
+#include "engine/OpenAIEngine.h"
 #include "offline/OfflineEngine.h"
+#include "quota/PostgresQuotaStore.h"
 #include "quota/SqliteQuotaStore.h"
 
 namespace quillmarsh::service {
@@ -10,6 +13,9 @@ namespace {
 
 std::unique_ptr<QuotaStore> makeStore(const Config& config)
 {
+    if (!config.postgres.empty()) {
+        return std::make_unique<PostgresQuotaStore>(config.postgres);
+    }
     return std::make_unique<SqliteQuotaStore>(config.sqliteFile);
 }
 
@@ -18,7 +24,13 @@ std::unique_ptr<Engine> makeEngine(const std::string& name, const Config& config
     if (name == "offline") {
         return std::make_unique<OfflineEngine>(config.dictionary);
     }
-    throw ConfigError("unknown engine " + name);
+    if (name == "openai") {
+        return std::make_unique<OpenAIEngine>(config.openai);
+    }
+    if (config.anthropic.key.empty()) {
+        throw ConfigError("the engine anthropic needs a key in QUILLMARSH_SERVICE_ANTHROPIC_KEY");
+    }
+    return std::make_unique<AnthropicEngine>(config.anthropic);
 }
 
 std::vector<std::unique_ptr<Engine>> makeEngines(const Config& config)

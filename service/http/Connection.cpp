@@ -16,6 +16,8 @@ thread_local Connection* currentConnection = nullptr;
 /// What a refused client may still send before the connection is closed on it: with unread bytes the kernel
 /// would reset the connection and the client might never see the answer.
 constexpr size_t lingerBytes = 1024 * 1024;
+/// A large file may take longer than the limit, as long as it moves at least this fast.
+constexpr std::int64_t slowestBytesPerSecond = 16'384;
 constexpr auto lingerTime = std::chrono::milliseconds(1000);
 
 void addressOf(const sockaddr_storage& address, socklen_t length, std::string& ip, int& port)
@@ -120,7 +122,11 @@ ssize_t Connection::write(const char* bytes, size_t size)
     if (!waitFor(POLLOUT, writeDeadline_)) {
         return -1;
     }
-    return ::send(socket_, bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const ssize_t sent = ::send(socket_, bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent > 0) {
+        writeDeadline_ += std::chrono::microseconds(sent * 1'000'000 / slowestBytesPerSecond);
+    }
+    return sent;
 }
 
 void Connection::linger()

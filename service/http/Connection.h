@@ -11,9 +11,10 @@ namespace quillmarsh::service {
 struct ConnectionLimits
 {
     std::chrono::milliseconds request{10'000}; ///< from the first byte of a request to its last
-    std::chrono::milliseconds answer{30'000};  ///< for the whole answer
-    std::chrono::milliseconds idle{15'000};    ///< between two requests of a kept-alive connection
-    int requests = 1000;                       ///< answered before the connection is closed
+    std::chrono::milliseconds answer{
+        30'000}; ///< for the whole answer; a long one gets a second more per 16 KiB
+    std::chrono::milliseconds idle{15'000}; ///< between two requests of a kept-alive connection
+    int requests = 1000;                    ///< answered before the connection is closed
 };
 
 /// A client's socket with limits on the whole request and the whole answer. A limit per read would let a

@@ -89,7 +89,11 @@ bool OpaqueText::isChunk(std::string_view chunk)
         containsAny(chunk, "\\_={}<>|`~^*+#@[]$%&/") || contains(chunk, "()")) {
         return true;
     }
-    return chunk.starts_with("-") || hasInnerStop(chunk) || hasInnerCapital(chunk) ||
+    const size_t bracket = chunk.find('(');
+    const bool isCall = bracket != std::string_view::npos && bracket > 0 &&
+                        (isLetter(chunk[bracket - 1]) || isDigit(chunk[bracket - 1]));
+    const bool isSuffix = chunk.size() > 1 && chunk[0] == '.' && isLetter(chunk[1]);
+    return isCall || isSuffix || chunk.starts_with("-") || hasInnerStop(chunk) || hasInnerCapital(chunk) ||
            mixesLettersAndDigits(chunk);
 }
 

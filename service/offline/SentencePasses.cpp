@@ -141,24 +141,25 @@ private:
         }
         const Token& first = tokens_[sentence_.words[n]];
         if (isSubjectPronoun(first.lower)) {
-            return first.lower.find('\'') != std::string::npos ? count() > n + 1 : verbWithin(n + 1, n + 5);
+            return first.lower.find('\'') != std::string::npos ? count() > n + 1
+                                                               : verbWithin(n + 1, n + 5, true);
         }
         const bool nounPhrase = isDeterminer(first.lower) || (n == 0 && !isFunctionWord(first.lower));
-        return nounPhrase && verbWithin(n + 1, n + 6);
+        return nounPhrase && verbWithin(n + 1, n + 6, false);
     }
 
-    [[nodiscard]] bool verbWithin(size_t begin, size_t end) const
+    [[nodiscard]] bool verbWithin(size_t begin, size_t end, bool afterPronoun) const
     {
         for (size_t k = begin; k < std::min(end, count()); ++k) {
             const std::string& word = at(k);
-            if (k > begin && (isSubjectPronoun(word) || isOneOf(word, {"who", "which", "that", "where"}))) {
-                return false;
+            const bool next = afterPronoun && k == begin;
+            if (!next && (isSubjectPronoun(word) || isOneOf(word, {"who", "which", "where"}))) {
+                return false; // "things I love", "the house that we were in"
             }
-            if (isFiniteVerb(word) &&
-                (k > begin || isSubjectPronoun(at(begin - 1)) || isAuxiliary(word) || isPast(word))) {
+            if (isFiniteVerb(word) && (k > begin || afterPronoun || isAuxiliary(word) || isPast(word))) {
                 return true;
             }
-            if (k == begin && isSubjectPronoun(at(begin - 1)) && isVerbLike(word)) {
+            if (next && isVerbLike(word)) {
                 return true;
             }
         }
@@ -211,10 +212,29 @@ bool hasEnd(const Tokens& tokens, const Sentence& sentence)
     return tokens[last].is(Kind::Punctuation);
 }
 
+/// A single term in quotation marks or a label in brackets: "\"aud\" must be there", "(b) the list".
+bool isQuotedTerm(const Tokens& tokens, size_t i)
+{
+    const bool before = i > 0 && tokens[i - 1].is(Kind::Punctuation);
+    return before && i + 1 < tokens.size() && tokens[i + 1].is(Kind::Punctuation) &&
+           std::string_view("\"'”’)]*").find(tokens[i + 1].text) != std::string_view::npos;
+}
+
 /// A lower-case first word that shows that the text was cut out of a longer sentence.
 bool continuesSomething(const std::string& first)
 {
     return isOneOf(first, {"which", "than", "of", "nor", "or", "whose", "whom"});
+}
+
+/// Whether a sentence may end with this token: not with "and", and not in the middle of an address in
+/// capitals.
+bool canEnd(const Token& last)
+{
+    const bool word =
+        last.is(Kind::Word) && !isAllCapitals(last.text) &&
+        !isOneOf(last.lower, {"and", "or", "but", "the",  "a",  "an",   "nor", "my",   "your",  "is",
+                              "are", "at", "of",  "from", "as", "than", "by",  "into", "which", "that"});
+    return word || last.is(Kind::Number);
 }
 
 void capitalise(Token& token)
@@ -228,6 +248,18 @@ bool isLoneLetter(const Tokens& tokens, size_t i)
 {
     return i != noToken && tokens[i].is(Kind::Word) && tokens[i].text.size() == 1 && tokens[i].lower != "i" &&
            tokens[i].lower != "a";
+}
+
+/// "Is it true? she wondered.": the words behind the mark tell who asks.
+bool tellsWhoSpeaks(const Tokens& tokens, size_t i)
+{
+    const size_t before = previousInLine(tokens, i);
+    const size_t verb = nextWord(tokens, i);
+    return before != noToken && tokens[before].is(Kind::Punctuation) && tokens[before].text != "." &&
+           verb != noToken &&
+           isOneOf(tokens[verb].lower,
+                   {"asked", "said", "wondered", "thought", "cried", "replied", "shouted", "added",
+                    "whispered", "asks", "says", "answered", "called", "yelled"});
 }
 
 /// "i" as a number ("(i)", "i = 0", "i and j") is not a pronoun.
@@ -265,18 +297,17 @@ void fixCapitals(Tokens& tokens, const Lexicon& lexicon)
             continue;
         }
         const bool first = std::exchange(firstSentence, false);
-        if (!token.is(Kind::Word) || !isLower(token.text[0])) {
+        if (!token.is(Kind::Word) || !isLower(token.text[0]) || isQuotedTerm(tokens, i)) {
             continue;
         }
         const Sentence sentence = sentenceFrom(tokens, i);
         const bool inList = i > 0 && tokens[i - 1].listItem;
         const bool whole = (hasEnd(tokens, sentence) && tokens[sentence.last].text != "," &&
                             tokens[sentence.last].text != ":" && sentence.words.size() > 1) ||
-                           (!first && !inList) ||
-                           SentenceJudge(tokens, sentence).kind() != SentenceKind::None;
+                           !first || SentenceJudge(tokens, sentence).kind() != SentenceKind::None;
         const bool plain = lexicon.hasForm(token.lower) || lexicon.knows(token.text) || isJargon(token.lower);
-        if (whole && plain && !(first && continuesSomething(token.lower)) &&
-            !(inList && !hasEnd(tokens, sentence))) {
+        if (whole && plain && !inList && !tellsWhoSpeaks(tokens, i) &&
+            !(first && continuesSomething(token.lower)) && !(inList && !hasEnd(tokens, sentence))) {
             capitalise(token);
         }
     }
@@ -295,7 +326,7 @@ void fixSentenceEnds(Tokens& tokens)
             const Sentence sentence = sentenceFrom(tokens, i);
             const bool runsOut = sentence.end >= tokens.size() || tokens[sentence.end].is(Kind::LineEnd);
             const Token& last = tokens[sentence.last];
-            if (runsOut && (last.is(Kind::Word) || last.is(Kind::Number)) && sentence.words.size() > 2) {
+            if (runsOut && canEnd(last) && sentence.words.size() > 2) {
                 const SentenceKind kind = SentenceJudge(tokens, sentence).kind();
                 markBehind = kind == SentenceKind::None ? noToken : sentence.last;
                 mark = kind == SentenceKind::Question ? "?" : ".";

@@ -88,12 +88,28 @@ private:
             pending_ = pending_ || isBlankLine(tokens_, i) || isGreetingLine(tokens_, i);
         } else if (token.is(Kind::Indent) && token.listItem) {
             pending_ = true;
+        } else if (pending_ && interrupts(i)) {
+            pending_ = false;
         } else if (endsSentence(tokens_, i)) {
             const size_t next = i + 1;
             pending_ = next >= tokens_.size() || tokens_[next].is(Kind::Blank) ||
                        tokens_[next].is(Kind::LineEnd) ||
                        (tokens_[next].isContent() && tokens_[i].text == ".");
         }
+    }
+
+    /// "done. → next", "(see above. (more))": a mark between two sentences that is no quotation mark.
+    [[nodiscard]] bool interrupts(size_t i) const
+    {
+        const Token& token = tokens_[i];
+        static constexpr std::array quotes{"\"", "'", "“", "”", "‘", "’", "«", "»",
+                                           "„",  ".", "!", "?", "¿", "¡", "*", "**"};
+        if (!token.is(Kind::Punctuation) ||
+            std::find(quotes.begin(), quotes.end(), token.text) != quotes.end()) {
+            return false;
+        }
+        const bool closing = token.text == ")" || token.text == "]";
+        return !(closing && i > 0 && tokens_[i - 1].is(Kind::Punctuation));
     }
 
     Tokens& tokens_;

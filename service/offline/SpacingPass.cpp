@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "offline/Passes.h"
+#include "offline/WordClasses.h"
 
 namespace quillmarsh::service {
 
@@ -8,7 +9,8 @@ namespace {
 
 using Kind = Token::Kind;
 
-constexpr std::string_view closingMarks = ",.;:!?";
+/// Not the colon: "name : text" is how some write lists of terms.
+constexpr std::string_view closingMarks = ",.;!?";
 
 bool isOneOf(const Token& token, std::string_view marks)
 {
@@ -16,18 +18,31 @@ bool isOneOf(const Token& token, std::string_view marks)
            marks.find(token.text[0]) != std::string_view::npos;
 }
 
-/// Columns that somebody aligned by hand: two or more wide gaps in one line, or a tab.
-bool isAligned(const Tokens& tokens, size_t begin, size_t end)
+/// How a text was aligned by hand: a line has a tab, or wide gaps come in more than one line.
+struct Alignment
 {
-    int gaps = 0;
-    for (size_t i = begin; i < end; ++i) {
-        if (tokens[i].is(Kind::Blank)) {
-            gaps += tokens[i].text.size() > 1 && i + 1 < end ? 1 : 0;
-            gaps += tokens[i].text.size() > 3 && i + 1 < end ? 1 : 0;
-            gaps += tokens[i].text.find('\t') != std::string::npos ? 2 : 0;
+    bool tab = false;
+    int wideGaps = 0;
+
+    Alignment(const Tokens& tokens, size_t begin, size_t end)
+    {
+        for (size_t i = begin; i + 1 < end; ++i) {
+            const bool blank = tokens[i].is(Kind::Blank) && i > begin;
+            const bool afterStop = blank && isOneOf(tokens[i - 1], ".!?)\"");
+            tab = tab || (blank && tokens[i].text.find('\t') != std::string::npos);
+            wideGaps += blank && tokens[i].text.size() > 1 && !afterStop ? 1 : 0;
         }
     }
-    return gaps >= 3 || (gaps == 2 && end - begin < 8);
+};
+
+/// A line that is framed by marks, as in "* text      *".
+bool isFramed(const Tokens& tokens, size_t begin, size_t end)
+{
+    if (end - begin < 2) {
+        return false;
+    }
+    const std::string& last = tokens[end - 1].text;
+    return last == "*" || last == "|" || last == "#";
 }
 
 class LineSpacing final
@@ -70,7 +85,7 @@ private:
             return;
         }
         Token single = in_[i];
-        const bool afterStop = isOneOf(before, ".!?:") && single.text == "  ";
+        const bool afterStop = isOneOf(before, ".!?:)\"") && single.text == "  ";
         if (wordsBefore && !afterStop) {
             single.text = " ";
         }
@@ -112,8 +127,11 @@ private:
         if (isOneOf(in_[i], ",;")) {
             return known || behind.lower == "i";
         }
-        return isOneOf(in_[i], ".!?") && known && isLower(before.text[0]) && isCapitalised(behind.text) &&
-               (behind.text.size() > 1 || behind.text == "I");
+        // behind a full stop only a small word: "logging.Handler" is a name
+        const bool starts =
+            isCapitalised(behind.text) && (isOneOf(in_[i], "!?") || isFunctionWord(behind.lower));
+        return isOneOf(in_[i], ".!?") && known && isLower(before.text[0]) && starts &&
+               !isAllCapitals(behind.text);
     }
 
     const Tokens& in_;
@@ -127,23 +145,37 @@ private:
 
 void fixSpacing(Tokens& tokens, const Lexicon& lexicon)
 {
+    struct Line
+    {
+        size_t begin;
+        size_t end;
+        Alignment alignment;
+    };
+    std::vector<Line> lines;
+    for (size_t begin = 0; begin < tokens.size();) {
+        const auto from = tokens.begin() + static_cast<std::ptrdiff_t>(begin);
+        const auto lineEnd =
+            std::find_if(from, tokens.end(), [](const Token& t) { return t.is(Kind::LineEnd); });
+        const auto end = static_cast<size_t>(lineEnd - tokens.begin());
+        lines.push_back({begin, end, Alignment(tokens, begin, end)});
+        begin = end + 1;
+    }
+    const auto gapped =
+        std::count_if(lines.begin(), lines.end(), [](const Line& l) { return l.alignment.wideGaps > 0; });
     Tokens out;
     out.reserve(tokens.size());
-    for (size_t begin = 0; begin < tokens.size();) {
-        size_t end = begin;
-        while (end < tokens.size() && !tokens[end].is(Kind::LineEnd)) {
-            ++end;
-        }
-        if (isAligned(tokens, begin, end)) {
-            out.insert(out.end(), tokens.begin() + static_cast<std::ptrdiff_t>(begin),
-                       tokens.begin() + static_cast<std::ptrdiff_t>(end));
+    for (const Line& line : lines) {
+        const bool aligned = line.alignment.tab || (line.alignment.wideGaps > 0 && gapped > 1) ||
+                             isFramed(tokens, line.begin, line.end);
+        if (aligned) {
+            out.insert(out.end(), tokens.begin() + static_cast<std::ptrdiff_t>(line.begin),
+                       tokens.begin() + static_cast<std::ptrdiff_t>(line.end));
         } else {
-            LineSpacing(tokens, begin, end, out, lexicon).run();
+            LineSpacing(tokens, line.begin, line.end, out, lexicon).run();
         }
-        if (end < tokens.size()) {
-            out.push_back(tokens[end]);
+        if (line.end < tokens.size()) {
+            out.push_back(tokens[line.end]);
         }
-        begin = end + 1;
     }
     tokens = std::move(out);
 }

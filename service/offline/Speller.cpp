@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "offline/BritishSpelling.h"
 #include "offline/Misspellings.h"
 #include "offline/Token.h"
 #include "offline/WordClasses.h"
@@ -15,8 +16,9 @@ constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz";
 constexpr std::string_view vowels = "aeiou";
 /// The highest price at which a correction is still believable, and the distance that the second best must
 /// keep.
-constexpr double acceptable = 1.25;
-constexpr double acceptableStrict = 0.6;
+constexpr double acceptable = 1.0;
+constexpr double acceptableStrict = 0.4;
+constexpr double acceptableRare = 0.55; // two letters swapped, nothing else
 constexpr double margin = 0.25;
 /// How much less a word costs that people use all the time.
 constexpr double commonDiscount = 0.45;
@@ -75,15 +77,17 @@ private:
         for (size_t i = 0; i + 1 < word_.size(); ++i) {
             std::string candidate = word_;
             std::swap(candidate[i], candidate[i + 1]);
-            offer(candidate, 0.7, i);
+            offer(candidate, 0.55, i);
         }
     }
 
     void deletions()
     {
-        for (size_t i = 0; i < word_.size(); ++i) {
-            const bool doubled = i > 0 && word_[i] == word_[i - 1];
-            offer(word_.substr(0, i) + word_.substr(i + 1), doubled ? 0.6 : 1.1, i);
+        // a consonant too many that is no double is rather an unknown word ("readv") than a slip
+        for (size_t i = 1; i < word_.size(); ++i) {
+            const bool doubled = word_[i] == word_[i - 1];
+            const bool likely = isVowel(word_[i]) || areNeighbours(word_[i], word_[i - 1]);
+            offer(word_.substr(0, i) + word_.substr(i + 1), doubled ? 0.6 : likely ? 1.1 : 1.5, i);
         }
     }
 
@@ -101,10 +105,11 @@ private:
 
     void insertions()
     {
-        for (size_t i = 0; i <= word_.size(); ++i) {
+        for (size_t i = 1; i <= word_.size(); ++i) {
             for (const char c : letters) {
-                const bool doubled = (i > 0 && word_[i - 1] == c) || (i < word_.size() && word_[i] == c);
-                offer(word_.substr(0, i) + c + word_.substr(i), doubled ? 0.6 : 1.0, i);
+                const bool doubled = word_[i - 1] == c || (i < word_.size() && word_[i] == c);
+                const bool atEnd = i == word_.size() && c != 'e'; // rather a clipped word ("repl")
+                offer(word_.substr(0, i) + c + word_.substr(i), doubled ? 0.6 : atEnd ? 1.3 : 1.0, i);
             }
         }
     }
@@ -133,9 +138,12 @@ private:
             }
         }
         const bool common = isCommonWord(best);
-        // a short word is near to many others, and a rare word is seldom what was meant
-        const double limit = strict ? (common ? acceptableStrict : 0.0)
-                                    : acceptable - (word_.size() < 5 ? 0.6 : 0.0) - (common ? 0.0 : 0.25);
+        // a short word is near to many others; a rare word is seldom what was meant, and what is near to one
+        // is rather a word that no dictionary has
+        const double limit =
+            !common  ? (word_.size() > 6 && !strict ? acceptableRare : 0.0)
+            : strict ? acceptableStrict
+                     : acceptable - (word_.size() < 5 ? 0.5 : 0.0) - (word_.size() < 6 ? 0.3 : 0.0);
         return bestPrice <= limit && secondPrice - bestPrice >= margin ? best : std::string();
     }
 
@@ -149,7 +157,8 @@ private:
 bool Speller::isRight(const std::string& word) const
 {
     Token token = makeWord(word);
-    return isJargon(token.lower) || lexicon_.knows(word) || isAllCapitals(word);
+    return isJargon(token.lower) || lexicon_.knows(word) || isAllCapitals(word) ||
+           isBritishSpelling(token.lower, lexicon_);
 }
 
 std::string Speller::correction(const std::string& lower, bool strict) const

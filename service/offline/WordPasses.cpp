@@ -115,12 +115,17 @@ namespace {
 class WordSpelling final
 {
 public:
-    WordSpelling(const Speller& speller, const Lexicon& lexicon) : speller_(speller), lexicon_(lexicon) {}
+    WordSpelling(const Speller& speller, const Lexicon& lexicon, bool strict)
+        : speller_(speller), lexicon_(lexicon), strict_(strict)
+    {}
 
     [[nodiscard]] std::string correctionOf(const Token& token) const
     {
         if (token.lower.size() < 3 || isAllCapitals(token.text)) {
             return {};
+        }
+        if (token.text == "english" || token.text == "french" || token.text == "christmas") {
+            return capitalised(token.text); // the dictionary knows them as parts of other terms, too
         }
         const std::string known = wellKnownCorrection(token.lower);
         if (known.empty() && speller_.isRight(token.text)) {
@@ -141,7 +146,7 @@ public:
         if (capital && !token.startsSentence) {
             return {}; // a name
         }
-        return inTheCaseOf(withCapital(speller_.correction(token.lower, capital)), token.text);
+        return inTheCaseOf(withCapital(speller_.correction(token.lower, capital || strict_)), token.text);
     }
 
 private:
@@ -154,7 +159,16 @@ private:
 
     const Speller& speller_;
     const Lexicon& lexicon_;
+    bool strict_;
 };
+
+/// Text about programs is full of words that no dictionary has ("umask", "readv").
+bool isTechnical(const Tokens& tokens)
+{
+    return std::any_of(tokens.begin(), tokens.end(), [](const Token& token) {
+        return token.is(Kind::Opaque) && token.text.find_first_of("_(`{}=<\\") != std::string::npos;
+    });
+}
 
 void appendWords(const std::string& text, bool startsSentence, Tokens& out)
 {
@@ -172,7 +186,7 @@ void appendWords(const std::string& text, bool startsSentence, Tokens& out)
 
 void fixSpelling(Tokens& tokens, const Speller& speller, const Lexicon& lexicon)
 {
-    const WordSpelling spelling(speller, lexicon);
+    const WordSpelling spelling(speller, lexicon, isTechnical(tokens));
     Tokens out;
     out.reserve(tokens.size());
     for (const Token& token : tokens) {
