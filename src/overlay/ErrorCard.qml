@@ -28,6 +28,7 @@ Item {
         id: texts
 
         readonly property real room: card.height - (card.overlay.hasActionTitle ? 36 : 0)
+        readonly property int lines: card.overlay.hasActionTitle ? 2 : 3
 
         x: 42
         y: Math.max(8, Math.round((room - height) / 2))
@@ -42,16 +43,38 @@ Item {
             weight: Font.DemiBold
         }
 
-        OverlayText {
+        // Shortened at rest; under the pointer the whole text is there to be scrolled through.
+        Flickable {
+            id: reading
             width: parent.width
-            visible: text.length > 0
-            surroundings: card.surroundings
-            text: card.overlay.detail
-            color: card.surroundings.increaseContrast ? OverlayPalette.ink : OverlayPalette.secondary
-            wrapMode: Text.Wrap
-            maximumLineCount: card.overlay.hasActionTitle ? 2 : 3
-            Accessible.role: Accessible.AlertMessage
+            height: detail.lineHeight * Math.min(detail.lineCount, texts.lines)
+            visible: detail.text.length > 0
+            contentHeight: detail.implicitHeight
+            boundsBehavior: Flickable.StopAtBounds
+            clip: true
+
+            OverlayText {
+                id: detail
+                width: reading.width
+                surroundings: card.surroundings
+                text: card.overlay.detail
+                color: card.surroundings.increaseContrast ? OverlayPalette.ink : OverlayPalette.secondary
+                wrapMode: Text.Wrap
+                maximumLineCount: card.surroundings.isHovering ? 1000 : texts.lines
+                onMaximumLineCountChanged: reading.contentY = 0
+                Accessible.role: Accessible.AlertMessage
+            }
         }
+    }
+
+    Rectangle {
+        x: texts.x + texts.width + 5
+        y: texts.y + reading.y + reading.visibleArea.yPosition * reading.height
+        width: 2
+        height: reading.visibleArea.heightRatio * reading.height
+        radius: 1
+        color: OverlayPalette.border
+        visible: reading.visible && reading.contentHeight > reading.height + 1
     }
 
     OverlayControlStyle {

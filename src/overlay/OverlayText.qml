@@ -14,6 +14,8 @@ Item {
     property alias wrapMode: label.wrapMode
     property alias maximumLineCount: label.maximumLineCount
     readonly property bool truncated: label.truncated
+    readonly property int lineCount: label.lineCount
+    readonly property real lineHeight: label.lineCount > 0 ? label.contentHeight / label.lineCount / 2 : 0
 
     implicitWidth: Math.ceil(label.implicitWidth / 2)
     implicitHeight: Math.ceil(label.height / 2)

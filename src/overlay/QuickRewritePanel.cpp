@@ -131,7 +131,6 @@ void QuickRewritePanel::makeWindow()
     window_->setInitialProperties({{QStringLiteral("overlay"), QVariant::fromValue(&state_)},
                                    {QStringLiteral("surroundings"), QVariant::fromValue(&surroundings_)}});
     window_->setSource(QUrl(QStringLiteral("qrc:/quillmarsh/overlay/RewriteOverlayView.qml")));
-    window_->create();
 }
 
 bool QuickRewritePanel::isVisible() const

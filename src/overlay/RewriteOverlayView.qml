@@ -14,6 +14,7 @@ Item {
 
     readonly property real inset: 12
     readonly property real surfaceRadius: Math.min(18, surface.height / 2)
+    readonly property bool isSolid: !surroundings.isComposited || surroundings.reduceTransparency || surroundings.increaseContrast
     readonly property color outline: surroundings.increaseContrast ? OverlayPalette.secondary : OverlayPalette.border
 
     function follow() {
@@ -52,7 +53,7 @@ Item {
         anchors.fill: parent
         anchors.margins: view.inset
         radius: view.surfaceRadius
-        color: OverlayPalette.surface
+        color: view.isSolid ? OverlayPalette.surface : Qt.alpha(OverlayPalette.surface, 0.97)
         border.width: view.surroundings.increaseContrast ? 2 : 1
         border.color: view.outline
         clip: true

@@ -6,8 +6,10 @@
 #include "support/FailOnWarnings.h"
 #include "support/FakePlatform.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCursor>
 #include <QDir>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QProcess>
@@ -16,6 +18,7 @@
 #include <QRasterWindow>
 #include <QScreen>
 #include <QTest>
+#include <QTimer>
 
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
@@ -223,7 +226,33 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!controller_->state().isVisible(), 2500);
     }
 
+    void nothingWakesTheProcessWhileItIsHidden()
+    {
+        show();
+        QTest::qWait(300);
+        QVERIFY(wakeUpsInASecond() > 20);
+        controller_->hide(false);
+        QTest::qWait(300);
+        QVERIFY2(wakeUpsInASecond() <= 3, "an animation or a timer goes on");
+        show();
+        fail();
+        QTest::qWait(600);
+        QVERIFY2(wakeUpsInASecond() <= 3, "an animation goes on beside a resting card");
+    }
+
 private:
+    /// How often the event loop comes round, the end of the second included.
+    static int wakeUpsInASecond()
+    {
+        int count = 0;
+        QEventLoop loop;
+        const auto counting = connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake,
+                                      [&count] { ++count; });
+        QTimer::singleShot(1000, &loop, &QEventLoop::quit);
+        loop.exec();
+        disconnect(counting);
+        return count;
+    }
     /// A window manager that has just started may never give the focus to a window that it met at its start.
     bool activateDesk()
     {

@@ -71,6 +71,16 @@ struct Stage
         image.save(QStringLiteral(PICTURES "/%1@%2x.png").arg(name).arg(window().devicePixelRatio()));
         return image;
     }
+    void enter()
+    {
+        QEnterEvent event({40, 30}, {40, 30}, {40, 30});
+        QCoreApplication::sendEvent(&window(), &event);
+    }
+    void leave()
+    {
+        QEvent event(QEvent::Leave);
+        QCoreApplication::sendEvent(&window(), &event);
+    }
     void click(QPoint position) { QTest::mouseClick(&window(), Qt::LeftButton, {}, position); }
     /// The first visible item of a class, or with a text.
     QQuickItem* find(const std::function<bool(QQuickItem&)>& matches)
@@ -260,6 +270,40 @@ private slots:
                          .intersects(settings->mapRectToScene(settings->boundingRect())));
     }
 
+    void aLongDetailIsScrolledThroughUnderThePointer()
+    {
+        Stage stage;
+        stage.show();
+        const QString detail =
+            QStringLiteral("A sentence of a length that fills most of a line. ").repeated(12);
+        stage.fail(QStringLiteral("Couldn’t rewrite"), detail);
+        QQuickItem* text = stage.text(detail);
+        QVERIFY(text->property("truncated").toBool());
+        const QPointF atRest = text->mapToScene({0, 0});
+        stage.enter();
+        QVERIFY(!text->property("truncated").toBool());
+        QWheelEvent wheel(QPointF(150, 60), QPointF(150, 60), {0, -40}, {0, -120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&stage.window(), &wheel);
+        QTRY_VERIFY(text->mapToScene({0, 0}).y() < atRest.y() - 5);
+        QTest::qWait(300);
+        stage.grab(QStringLiteral("error-scrolled"));
+        stage.leave();
+        QVERIFY(text->property("truncated").toBool());
+        QCOMPARE(text->mapToScene({0, 0}), atRest);
+    }
+
+    void reducedTransparencyIsSolid()
+    {
+        Stage stage;
+        stage.show();
+        stage.fail(QStringLiteral("Couldn’t rewrite"), {});
+        const QPoint free = QPoint(250, 80) * stage.window().devicePixelRatio();
+        QVERIFY(stage.grab(QStringLiteral("error-empty")).pixelColor(free) != QColor(Qt::white));
+        stage.appearance.setReduceTransparency(true);
+        QCOMPARE(stage.grab(QStringLiteral("error-solid")).pixelColor(free), QColor(Qt::white));
+    }
+
     void theCardsControls()
     {
         Stage stage;
@@ -283,11 +327,9 @@ private slots:
     {
         Stage stage;
         stage.show();
-        QEnterEvent enter({40, 30}, {40, 30}, {40, 30});
-        QCoreApplication::sendEvent(&stage.window(), &enter);
+        stage.enter();
         QVERIFY(stage().isHovered());
-        QEvent leave(QEvent::Leave);
-        QCoreApplication::sendEvent(&stage.window(), &leave);
+        stage.leave();
         QVERIFY(!stage().isHovered());
     }
 
