@@ -1,5 +1,7 @@
 #include "overlay/ComposingOrb.h"
 
+#include "overlay/VectorState.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -161,6 +163,7 @@ Order fromFarToNear(const ComposingOrb::Frame& dots)
 
 ComposingOrb::Frame ComposingOrb::frame(double time)
 {
+    clearVectorUpperHalves();
     const Frame dots = unsortedFrame(time);
     const Order order = fromFarToNear(dots);
     Frame sorted;
