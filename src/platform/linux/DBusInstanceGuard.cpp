@@ -39,7 +39,8 @@ Task<std::optional<bool>> requestName()
 {
     QDBusMessage call = busCall(QStringLiteral("RequestName"));
     call << name << doNotQueue;
-    const QDBusPendingReply<uint> reply = co_await QDBusConnection::sessionBus().asyncCall(call);
+    const QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(call);
+    const QDBusPendingReply<uint> reply = co_await pending;
     if (reply.isError())
         co_return std::nullopt;
     co_return reply.value() == primaryOwner || reply.value() == alreadyOwner;
@@ -66,7 +67,7 @@ Task<InstanceClaim> DBusInstanceGuard::claim(bool waitForPredecessor)
                                                      : 0ms);
     std::optional<bool> ours = co_await requestName();
     while (ours == false && !patience.hasExpired()) {
-        co_await Sleep(lookAgainAfter);
+        co_await sleepFor(lookAgainAfter);
         ours = co_await requestName();
     }
     if (!ours) {
@@ -78,7 +79,8 @@ Task<InstanceClaim> DBusInstanceGuard::claim(bool waitForPredecessor)
     if (self)
         self->release();
     const auto wake = QDBusMessage::createMethodCall(name, path, name, QStringLiteral("Activate"));
-    const QDBusPendingReply<> answer = co_await bus.asyncCall(wake, activationAnswersWithinMs);
+    const QDBusPendingCall pending = bus.asyncCall(wake, activationAnswersWithinMs);
+    const QDBusPendingReply<> answer = co_await pending;
     if (answer.isError())
         qCWarning(lcQuillmarsh, "The running instance does not answer: %s",
                   qUtf8Printable(answer.error().name()));

@@ -33,7 +33,8 @@ Task<bool> hasNotifierHost()
     call << QStringLiteral("org.kde.StatusNotifierWatcher")
          << QStringLiteral("IsStatusNotifierHostRegistered");
     call.setAutoStartService(false);
-    const QDBusPendingReply<QDBusVariant> reply = co_await bus.asyncCall(call, watcherAnswersWithinMs);
+    const QDBusPendingCall pending = bus.asyncCall(call, watcherAnswersWithinMs);
+    const QDBusPendingReply<QDBusVariant> reply = co_await pending;
     co_return !reply.isError() && reply.value().variant().toBool();
 }
 
@@ -55,11 +56,12 @@ Task<bool> TrayHost::waitUntilAvailable()
     const auto connection = connection_; // outlives this object in the flow
     const QDeadlineTimer patience(desktopStartsWithin);
     while (true) {
-        if (hasEmbeddingTray(connection) || co_await hasNotifierHost())
+        const bool available = hasEmbeddingTray(connection) || co_await hasNotifierHost();
+        if (available)
             co_return true;
         if (patience.hasExpired())
             break;
-        co_await Sleep(lookAgainAfter);
+        co_await sleepFor(lookAgainAfter);
     }
     qCInfo(lcQuillmarsh, "This desktop shows no status-bar icons");
     co_return false;

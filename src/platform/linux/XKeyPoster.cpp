@@ -12,9 +12,10 @@ Task<bool> XKeyPoster::post(quint16 keyCode, quint64 flags)
         qCWarning(lcQuillmarsh, "Keys cannot be pressed for the user in this session");
         co_return false;
     }
-    co_return co_await WorkerAnswer<bool>(worker_, [keyCode, flags](XWorker::Parts& parts, auto reply) {
+    WorkerAnswer<bool> answer(worker_, [keyCode, flags](XWorker::Parts& parts, const auto& reply) {
         reply(parts.injector->post(keyCode, flags));
     });
+    co_return co_await answer;
 }
 
 } // namespace quillmarsh

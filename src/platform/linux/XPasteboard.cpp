@@ -7,38 +7,45 @@
 
 namespace quillmarsh {
 
+// The answers are named, never temporaries of the awaiting expression: g++ 12 destroys what such a temporary
+// holds twice.
+
 Task<qint64> XPasteboard::changeCount()
 {
     if (!worker_)
         co_return 0;
-    co_return co_await WorkerAnswer<qint64>(
-        worker_, [](XWorker::Parts& parts, auto reply) { reply(parts.counter->count()); });
+    WorkerAnswer<qint64> answer(
+        worker_, [](XWorker::Parts& parts, const auto& reply) { reply(parts.counter->count()); });
+    co_return co_await answer;
 }
 
 Task<std::optional<QString>> XPasteboard::string()
 {
-    using Text = std::optional<QString>;
     if (!worker_)
         co_return std::nullopt;
-    co_return co_await WorkerAnswer<Text>(
-        worker_, [](XWorker::Parts& parts, auto reply) { parts.reader->read(std::move(reply)); });
+    WorkerAnswer<std::optional<QString>> answer(
+        worker_, [](XWorker::Parts& parts, const auto& reply) { parts.reader->read(reply); });
+    co_return co_await answer;
 }
 
 Task<bool> XPasteboard::setString(QString text)
 {
     if (!worker_)
         co_return false;
-    co_return co_await WorkerAnswer<bool>(worker_, [utf8 = text.toUtf8()](XWorker::Parts& parts, auto reply) {
-        reply(parts.owner->own(utf8));
-    });
+    const QByteArray utf8 = text.toUtf8();
+    WorkerAnswer<bool> answer(
+        worker_, [utf8](XWorker::Parts& parts, const auto& reply) { reply(parts.owner->own(utf8)); });
+    co_return co_await answer;
 }
 
 Task<> XPasteboard::persist()
 {
     if (!worker_)
         co_return;
-    co_await WorkerAnswer<bool>(
-        worker_, [](XWorker::Parts& parts, auto reply) { parts.owner->persist([reply] { reply(true); }); });
+    WorkerAnswer<bool> answer(worker_, [](XWorker::Parts& parts, const auto& reply) {
+        parts.owner->persist([reply] { reply(true); });
+    });
+    co_await answer;
 }
 
 } // namespace quillmarsh

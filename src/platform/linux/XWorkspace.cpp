@@ -169,7 +169,8 @@ Task<bool> XWorkspace::open(QUrl url)
     if (!url.isValid() || url.scheme().isEmpty())
         co_return false;
     const QStringList arguments(QString::fromLatin1(url.toEncoded(QUrl::FullyEncoded)));
-    const bool opened = co_await runOpener(QStringLiteral("xdg-open"), arguments);
+    const QString opener = QStringLiteral("xdg-open");
+    const bool opened = co_await runOpener(opener, arguments);
     if (!opened)
         qCWarning(lcQuillmarsh, "The default application for an address could not be started");
     co_return opened;
@@ -188,12 +189,14 @@ Task<bool> XWorkspace::reveal(QString path)
 {
     const QDBusMessage call = showItems(path);
     const QPointer<XWorkspace> self(this);
-    const QDBusPendingReply<> reply = co_await QDBusConnection::sessionBus().asyncCall(call);
+    const QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(call);
+    const QDBusPendingReply<> reply = co_await pending;
     if (!reply.isError())
         co_return true;
     if (!self)
         co_return false;
-    co_return co_await open(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
+    const QUrl folder = QUrl::fromLocalFile(QFileInfo(path).absolutePath());
+    co_return co_await open(folder);
 }
 
 } // namespace quillmarsh
