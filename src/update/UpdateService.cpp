@@ -176,13 +176,14 @@ Task<> UpdateService::openInstalledCopy(QString path)
     const bool opened = co_await environment_.workspace->openApplication(path, arguments);
     if (!self)
         co_return;
-    isRelaunching_ = false;
-    if (opened)
+    if (opened) {
         terminate();
-    else
-        set(updateError_,
-            {QStringLiteral("The update is installed. Quit and reopen Quillmarsh from Applications.")},
-            &UpdateService::updateErrorChanged);
+        co_return;
+    }
+    isRelaunching_ = false;
+    set(updateError_,
+        {QStringLiteral("The update is installed. Quit and reopen Quillmarsh from Applications.")},
+        &UpdateService::updateErrorChanged);
 }
 
 void UpdateService::openDownloadPage()
