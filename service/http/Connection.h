@@ -49,6 +49,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     [[nodiscard]] bool waitFor(short events, Clock::time_point deadline) const;
+    void acknowledgeAtOnce() const;
     void linger();
 
     socket_t socket_;

@@ -23,6 +23,7 @@ OfflineEngine::OfflineEngine(const std::string& dictionary) : lexicon_(dictionar
 {
     (void)contractionRules(); // a broken rule shows at the start, not at the first request
     (void)confusionRules();
+    checkToneRules();
 }
 
 EngineAnswer OfflineEngine::rewrite(const RewriteJob& job, Deadline)

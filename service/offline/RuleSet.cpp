@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <unordered_map>
 
 #include "base/Text.h"
 
@@ -48,21 +49,33 @@ std::string ingOf(const std::string& verb)
                                                         : verb + "ing";
 }
 
-/// What "$2" or "$2-base" stands for.
+using Inflection = std::string (*)(const std::string&);
+
+/// The forms that the right side of a rule can ask for.
+Inflection inflectionNamed(std::string_view name)
+{
+    static const std::unordered_map<std::string_view, Inflection> inflections{
+        {"-base", [](const std::string& word) { return baseOfPast(word); }},
+        {"-s", thirdPersonOf},
+        {"-ing", ingOf},
+        {"-plural", pluralOf},
+        {"-stem", [](const std::string& word) { return word.substr(0, word.find('\'')); }},
+    };
+    const auto found = inflections.find(name);
+    return found == inflections.end() ? nullptr : found->second;
+}
+
+/// What "$2", "$2-base" or "$2're" stands for.
 Token resolve(const std::string& piece, const Token& matched)
 {
     const std::string_view form = std::string_view(piece).substr(2);
     if (form.empty()) {
         return matched;
     }
-    const std::string& word = matched.lower;
-    std::string result = form == "-base"     ? baseOfPast(word)
-                         : form == "-s"      ? thirdPersonOf(word)
-                         : form == "-ing"    ? ingOf(word)
-                         : form == "-plural" ? pluralOf(word)
-                         : form == "-stem"   ? word.substr(0, word.find('\''))
-                                           : throw std::logic_error("a rule with an unknown form: " + piece);
-    return makeWord(inTheCaseOf(result, matched.text));
+    if (form[0] == '\'') {
+        return makeWord(matched.text + std::string(form));
+    }
+    return makeWord(inTheCaseOf(inflectionNamed(form)(matched.lower), matched.text));
 }
 
 } // namespace
@@ -89,6 +102,7 @@ void RuleSet::addRule(std::string_view line)
     if (rule.result.size() == 1 && rule.result.front() == "-") {
         rule.result.clear();
     }
+    checkResult(rule, line);
     const size_t index = rules_.size();
     if (rule.elements.front().classes.empty()) {
         for (const std::string& word : rule.elements.front().words) {
@@ -98,6 +112,19 @@ void RuleSet::addRule(std::string_view line)
         byClass_.push_back(index);
     }
     rules_.push_back(std::move(rule));
+}
+
+void RuleSet::checkResult(const Rule& rule, std::string_view line)
+{
+    for (const std::string& piece : rule.result) {
+        const bool reference = piece[0] == '$';
+        const std::string_view form = reference && piece.size() > 2 ? std::string_view(piece).substr(2) : "";
+        const bool fits = !reference || (piece.size() > 1 && piece[1] >= '1' &&
+                                         static_cast<size_t>(piece[1] - '0') <= rule.elements.size());
+        if (!fits || (!form.empty() && form[0] != '\'' && inflectionNamed(form) == nullptr)) {
+            throw std::logic_error("a rule whose right side cannot be read: " + std::string(line));
+        }
+    }
 }
 
 void RuleSet::readLeft(Rule& rule, const std::vector<std::string>& pieces) const
@@ -243,13 +270,19 @@ size_t RuleSet::apply(Tokens& tokens) const
     bool startLost = false; // the word that began the sentence was deleted
     for (size_t i = 0; i < tokens.size(); ++i) {
         const Rule* rule = find(tokens, i, matched);
+        if (rule == nullptr && startLost && tokens[i].isMark(',')) {
+            closeGap(tokens, i, out); // the comma behind what was deleted
+            continue;
+        }
         if (rule == nullptr) {
             out.push_back(tokens[i]);
             startLost = startLost && !inheritStart(out.back());
             continue;
         }
         ++count;
+        const size_t written = out.size();
         write(*rule, tokens, matched, out);
+        startLost = startLost && (out.size() == written || !inheritStart(out[written]));
         i = rule->takesComma ? nextInLine(tokens, matched.back()) : matched.back();
         if (rule->result.empty()) {
             startLost = startLost || tokens[matched.front()].startsSentence;

@@ -23,7 +23,9 @@ namespace quillmarsh::service {
 ///   as
 ///                "~<class>". A missing word is none of them.
 /// Right side: words; $1, $2 … stand for the matched words, $2-base for the base form of a past one, $2-s for
-/// its third person, $2-ing, $2-plural; "-" alone deletes. A comma at the end of the left side
+/// its third person, $2-ing, $2-plural, $2-stem without
+/// what the apostrophe adds, $2're with something added; "-" alone deletes. A comma at the end of the left
+/// side
 /// ("however ,") matches a comma and takes it along.
 /// The first rule that matches at a word wins; the capital of the first word is kept.
 class RuleSet final
@@ -59,6 +61,7 @@ private:
     };
 
     void addRule(std::string_view line);
+    static void checkResult(const Rule& rule, std::string_view line);
     void readLeft(Rule& rule, const std::vector<std::string>& pieces) const;
     [[nodiscard]] static Element readElement(std::string_view piece);
     [[nodiscard]] bool matchAt(const Rule& rule, const Tokens& tokens, size_t i,

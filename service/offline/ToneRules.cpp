@@ -92,8 +92,9 @@ kids => children
 super|pretty|totally|so <adj> $ => very $2
 awesome|cool|great job|idea|work => excellent $2
 that's|is|sounds|was awesome|cool $ => $1 excellent
-let me know ~if|when|what|whether|how|where => please let me know
-please please => please
+^ let me know ~if|when|what|whether|how|where => please let me know
+i've|we've|you've|they've got ~a|an|the|no|to|some|two|three|lots|your|my => $1-stem have
+!i just wanted|want to let you know => I would like to let you know
 ^ sorry for|about => I apologize for
 ^ sorry i => I apologize that I
 i'm|i am sorry about|for => I apologize for
@@ -106,16 +107,19 @@ set up a => arrange a
 put off => postpone
 ask for => request
 tell me ~if|whether|about|when|what|how => inform me
-a lot better|more|less|worse|easier => much $4
+a lot better|more|less|worse|easier => much $3
 cheers $ => kind regards
 )";
 
 constexpr const char* casual = R"(
+i|you|he|she|it|we|they will not => $1 won't
+you|we|they are not => $1 aren't
+he|she|it|that|there is not => $1 isn't
 ^ i am writing to ~ask|tell|let|say|inform|confirm|check => I'm writing to
 i am ~<word> => I'm
 you|we|they are ~<word> => $1're
 he|she|it|that|there|here is ~<word> => $1's
-i|you|we|they have ~<pp>|been|not => $1've
+i|you|we|they have ~<pp>|been => $1've
 i|you|he|she|it|we|they will ~<word> => $1'll
 i|you|we|they would ~like|love|be|prefer|appreciate|rather => $1'd
 !do do not ~<word> => don't
@@ -140,7 +144,8 @@ can not => can't
 thank you $ => thanks
 ^ dear ~<name> => hi
 ^ good morning|afternoon|evening => hi
-please do not|don't hesitate to contact|ask|call => feel free to $6
+please do not hesitate to contact|ask|call => feel free to $6
+please don't hesitate to contact|ask|call => feel free to $5
 at your earliest convenience => when you get a chance
 as soon as possible => as soon as you can
 in order to => to
@@ -154,21 +159,21 @@ furthermore|moreover|additionally , => also,
 ^ therefore|consequently|thus , => so
 ^ however , => but
 ^ nevertheless|nonetheless , => still,
-to|will|can|could|must|should|please|may|not utilize|utilise => $1 use
-to|will|can|could|must|should|please|may|not|i|we|you purchase ~a|an|the|some|this|that|it|one|two|more|your|our => $1 buy
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may|not utilize|utilise => $1 use
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may|not|i|we|you purchase ~a|an|the|some|this|that|it|one|two|more|your|our => $1 buy
 purchased => bought
-to|will|can|could|must|should|please|may|i|we|you assist ~you|me|us|him|her|them|with|in => $1 help
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may|i|we|you assist ~you|me|us|him|her|them|with|in => $1 help
 for|your|our|my|any|further assistance => $1 help
-to|will|can|could|must|should|shall|may commence => $1 start
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|shall|may commence => $1 start
 commenced => started
-to|will|can|could|must|should|may obtain => $1 get
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|may obtain => $1 get
 obtained => got
 i|we|you|they|will require => $1 need
 it requires => it needs
 sufficient => enough
 additional ~information|details|questions|time|help|people => more
-to|will|can|could|must|should|please|may inform ~you|me|us|him|her|them => $1 tell
-to|will|can|could|must|should|please|may inquire => $1 ask
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may inform ~you|me|us|him|her|them => $1 tell
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may inquire => $1 ask
 i|we apologize for => sorry about
 ^ i|we apologize for => sorry about
 children => kids
@@ -346,28 +351,50 @@ void calmDown(Tokens& tokens)
     tokens = std::move(out);
 }
 
+const RuleSet& formalRules()
+{
+    static const RuleSet rules(formal);
+    return rules;
+}
+
+const RuleSet& casualRules()
+{
+    static const RuleSet rules(casual);
+    return rules;
+}
+
+const RuleSet& wordyRules()
+{
+    static const RuleSet rules(wordy);
+    return rules;
+}
+
 } // namespace
+
+void checkToneRules()
+{
+    (void)formalRules();
+    (void)casualRules();
+    (void)wordyRules();
+}
 
 void makeFormal(Tokens& tokens)
 {
-    static const RuleSet rules(formal);
     calmDown(tokens);
-    rules.apply(tokens);
-    rules.apply(tokens);
+    formalRules().apply(tokens);
+    formalRules().apply(tokens); // "gonna" may stand behind what became "I have"
 }
 
 void makeCasual(Tokens& tokens)
 {
-    static const RuleSet rules(casual);
-    rules.apply(tokens);
-    rules.apply(tokens);
+    casualRules().apply(tokens);
+    casualRules().apply(tokens);
 }
 
 size_t makeShorter(Tokens& tokens)
 {
-    static const RuleSet rules(wordy);
-    const size_t first = rules.apply(tokens);
-    return first + rules.apply(tokens);
+    const size_t first = wordyRules().apply(tokens);
+    return first + wordyRules().apply(tokens);
 }
 
 } // namespace quillmarsh::service

@@ -1,5 +1,7 @@
 #include "quota/PostgresQuotaStore.h"
 
+#include <string_view>
+
 #include <libpq-fe.h>
 
 namespace quillmarsh::service {
@@ -33,6 +35,14 @@ bool isFine(const PGresult* result)
 {
     const ExecStatusType status = PQresultStatus(result);
     return status == PGRES_TUPLES_OK || status == PGRES_COMMAND_OK;
+}
+
+/// The server went away, or says that it is about to (class 57P of its error codes).
+bool isLost(const PGconn* connection, const PGresult* result)
+{
+    const char* state = PQresultErrorField(result, PG_DIAG_SQLSTATE);
+    return PQstatus(connection) != CONNECTION_OK || state == nullptr ||
+           std::string_view(state).starts_with("57P");
 }
 
 void ignoreNotice(void*, const char*) {}
@@ -124,18 +134,19 @@ PostgresQuotaStore::Result PostgresQuotaStore::query(const char* sql, const std:
     for (int attempt = 0;; ++attempt) {
         Connection connection = borrow();
         Result result = execute(connection.get(), sql, values);
-        const bool lost = PQstatus(connection.get()) != CONNECTION_OK;
-        giveBackConnection(std::move(connection));
         if (isFine(result.get())) {
+            giveBackConnection(std::move(connection));
             return result;
         }
+        const bool lost = isLost(connection.get(), result.get());
+        giveBackConnection(lost ? nullptr : std::move(connection));
         if (!lost || attempt == 1) {
             throw StorageError(reasonOf(result.get()));
         }
-        // A connection that was lost in the middle may have counted. Counting once more errs to the safe
-        // side: a limit is never exceeded.
+        // What was lost in the middle may have been counted. Counting once more errs to the safe side: a
+        // limit is never exceeded. The other idle connections are as dead as this one.
         const std::lock_guard lock(mutex_);
-        missing_ += idle_.size(); // the server went away: the other idle connections are as dead
+        missing_ += idle_.size();
         idle_.clear();
     }
 }

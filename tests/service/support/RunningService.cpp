@@ -1,0 +1,111 @@
+#include "support/RunningService.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <regex>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace quillmarsh::service::test {
+
+namespace {
+
+[[noreturn]] void becomeService(const std::string& config, const std::string& output, const std::string& log)
+{
+    const int out = ::open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const int errors = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    ::dup2(out, STDOUT_FILENO);
+    ::dup2(errors, STDERR_FILENO);
+    ::execl(SERVICE_BINARY, SERVICE_BINARY, "--config", config.c_str(), "--port", "0",
+            static_cast<char*>(nullptr));
+    ::_exit(127);
+}
+
+} // namespace
+
+RunningService::RunningService(const std::string& config, const Variables& variables,
+                               const std::string& stateFolder)
+    : state_(stateFolder.empty() ? folder_.path("state") : stateFolder)
+{
+    const std::string configFile = folder_.write("service.ini", config);
+    const std::string output = folder_.path("output");
+    const std::string log = folder_.path("log");
+    process_ = ::fork();
+    if (process_ == 0) {
+        ::setenv("STATE_DIRECTORY", state_.c_str(), 1);
+        for (const auto& [name, value] : variables) {
+            ::setenv(name.c_str(), value.c_str(), 1);
+        }
+        becomeService(configFile, output, log);
+    }
+    std::smatch match;
+    std::string said;
+    const std::regex pattern("listening on http://127\\.0\\.0\\.1:([0-9]+)\n");
+    const bool listens = eventually([&] {
+        said = readWhole(output);
+        int status = 0;
+        if (!ended_ && ::waitpid(process_, &status, WNOHANG) == process_) {
+            ended_ = WEXITSTATUS(status);
+        }
+        return std::regex_search(said, match, pattern) || ended_;
+    });
+    if (!listens || ended_) {
+        throw std::runtime_error("the service did not start: " + readWhole(log));
+    }
+    port_ = std::stoi(match[1]);
+}
+
+RunningService::~RunningService()
+{
+    if (!ended_) {
+        signal(SIGKILL);
+        wait();
+    }
+}
+
+void RunningService::signal(int number) const
+{
+    ::kill(process_, number);
+}
+
+int RunningService::wait()
+{
+    int status = 0;
+    if (!ended_ && ::waitpid(process_, &status, 0) == process_) {
+        ended_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    }
+    return *ended_;
+}
+
+Answer RunningService::rewrite(const std::string& text, int caller, const std::string& instruction) const
+{
+    return post(rewriteBody(text, instruction),
+                {{"Authorization", bearer(caller)}, {"Content-Type", "application/json"}});
+}
+
+Answer RunningService::post(const std::string& body, const httplib::Headers& headers) const
+{
+    httplib::Client client("127.0.0.1", port_);
+    client.set_read_timeout(60);
+    httplib::Headers others = headers;
+    std::string type;
+    if (const auto found = others.find("Content-Type"); found != others.end()) {
+        type = found->second;
+        others.erase("Content-Type");
+    }
+    const auto result = client.Post("/api/rewrite", others, body, type);
+    if (!result) {
+        return {};
+    }
+    return {result->status, nlohmann::json::parse(result->body, nullptr, false), result->headers};
+}
+
+httplib::Result RunningService::get(const std::string& path) const
+{
+    httplib::Client client("127.0.0.1", port_);
+    return client.Get(path);
+}
+
+} // namespace quillmarsh::service::test

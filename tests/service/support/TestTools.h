@@ -1,0 +1,37 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace quillmarsh::service::test {
+
+/// A folder that is gone when the test ends.
+class TemporaryFolder final
+{
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    [[nodiscard]] std::string path(const std::string& name = {}) const;
+    /// Writes a file and returns its path.
+    std::string write(const std::string& name, const std::string& content) const;
+
+private:
+    std::filesystem::path path_;
+};
+
+/// A well-formed installation token, another one for every number.
+[[nodiscard]] std::string token(int number);
+/// The "Authorization" value of that token.
+[[nodiscard]] std::string bearer(int number);
+/// The body of a rewrite request.
+[[nodiscard]] std::string rewriteBody(const std::string& text, const std::string& instruction = {});
+[[nodiscard]] std::string readWhole(const std::string& file);
+/// Waits until `condition` holds, at most ten seconds. Returns whether it does.
+[[nodiscard]] bool eventually(const std::function<bool()>& condition);
+
+} // namespace quillmarsh::service::test
