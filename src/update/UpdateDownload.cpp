@@ -16,6 +16,8 @@ namespace {
 
 /// The longest silence of the server that is borne.
 constexpr std::chrono::seconds downloadTimeout{60};
+/// A release page redirects once or twice.
+constexpr int maximumRedirects = 5;
 
 struct DeleteLater
 {
@@ -27,6 +29,7 @@ QNetworkRequest downloadRequest(const QUrl& url)
 {
     QNetworkRequest request = makeRequest(url, downloadTimeout);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    request.setMaximumRedirectsAllowed(maximumRedirects);
     // The archive is wanted byte for byte, not as a server or proxy may repack it on the way.
     request.setRawHeader("Accept-Encoding", "identity");
     return request;
