@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPromise>
 #include <QTcpServer>
+#include <QTimer>
 
 #include <exception>
 #include <optional>

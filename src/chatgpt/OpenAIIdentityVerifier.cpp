@@ -4,7 +4,6 @@
 #include "base/Http.h"
 #include "chatgpt/CodexOAuthError.h"
 
-#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -124,8 +123,7 @@ Task<QJsonObject> OpenAIIdentityVerifier::verify(QString idToken, QString client
         fail();
     }
     require(response.statusCode == 200);
-    const double now = static_cast<double>(QDateTime::currentMSecsSinceEpoch()) / 1000;
-    co_return self.verify(idToken, clientID, nonce, keysOf(response.body), now);
+    co_return self.verify(idToken, clientID, nonce, keysOf(response.body), self.clock());
 }
 
 QJsonObject OpenAIIdentityVerifier::verify(const QString& idToken, const QString& clientID,

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "base/Task.h"
+#include "chatgpt/CodexEnvironment.h"
 
 #include <QJsonObject>
 #include <QList>
 
+#include <functional>
 #include <optional>
 
 class QNetworkAccessManager;
@@ -21,6 +22,7 @@ struct OpenAIIdentityVerifier
 
     QNetworkAccessManager* session = nullptr;
     QString authOrigin; ///< the expected issuer, and where the keys are
+    std::function<double()> clock = secondsSince1970;
 
     /// Fetches the keys anew and checks at the current time. Returns the claims. `nonce` is given for a
     /// sign-in and absent for a refresh. Throws Cancelled when `stop` is requested.

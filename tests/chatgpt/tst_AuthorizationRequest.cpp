@@ -52,7 +52,7 @@ class tst_AuthorizationRequest final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { test::failOnWarnings(); }
+    void init() { test::failOnWarnings(); }
 
     void theVerifierAndTheChallengeHaveTheirForm()
     {

@@ -38,7 +38,7 @@ class tst_CodexTokens final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { test::failOnWarnings(); }
+    void init() { test::failOnWarnings(); }
 
     void theStoredFormKeepsItsOrder()
     {

@@ -26,7 +26,7 @@ class tst_KeychainService final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { test::failOnWarnings(); }
+    void init() { test::failOnWarnings(); }
 
     void theServiceIsTheProductsOwn()
     {

@@ -113,7 +113,7 @@ class tst_OAuthCallbackServer final : public QObject
     OAuthCallbackServer::Callback outcome() { return test::runTask(server_->waitForCallback()); }
 
 private slots:
-    void initTestCase() { test::failOnWarnings(); }
+    void init() { test::failOnWarnings(); }
     void cleanup() { server_.reset(); }
 
     void theLimitsAreThese()

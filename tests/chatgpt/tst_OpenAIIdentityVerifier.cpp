@@ -103,7 +103,7 @@ class tst_OpenAIIdentityVerifier final : public QObject
     }
 
 private slots:
-    void initTestCase() { test::failOnWarnings(); }
+    void init() { test::failOnWarnings(); }
 
     void aGoodTokenGivesItsClaims()
     {

@@ -57,12 +57,12 @@ class tst_SecItems final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
+    void initTestCase() { qDBusRegisterMetaType<QList<QDBusObjectPath>>(); }
+    void init()
     {
         test::failOnWarnings();
-        qDBusRegisterMetaType<QList<QDBusObjectPath>>();
+        QVERIFY(!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"));
     }
-    void init() { QVERIFY(!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")); }
 
     void theFakeKeepsTheContract()
     {

@@ -30,17 +30,22 @@ std::optional<RecordedRequest> takeRequest(QByteArray& buffer)
 
 } // namespace
 
-HttpTestServer::HttpTestServer(QObject* parent) : QObject(parent)
+HttpTestServer::HttpTestServer(QObject* parent)
+    : HttpTestServer(std::make_unique<QTcpServer>(), QStringLiteral("http"), parent)
+{}
+
+HttpTestServer::HttpTestServer(std::unique_ptr<QTcpServer> listener, QString scheme, QObject* parent)
+    : QObject(parent), server_(std::move(listener)), scheme_(std::move(scheme))
 {
-    connect(&server_, &QTcpServer::newConnection, this, &HttpTestServer::accept);
-    if (!server_.listen(QHostAddress::LocalHost))
+    connect(server_.get(), &QTcpServer::pendingConnectionAvailable, this, &HttpTestServer::accept);
+    if (!server_->listen(QHostAddress::LocalHost))
         qFatal("The loopback test server cannot listen");
     answer(200, "{}");
 }
 
 QString HttpTestServer::origin() const
 {
-    return QStringLiteral("http://127.0.0.1:%1").arg(server_.serverPort());
+    return QStringLiteral("%1://127.0.0.1:%2").arg(scheme_).arg(server_->serverPort());
 }
 
 void HttpTestServer::answer(int status, const QByteArray& body, const QByteArray& headerLines)
@@ -65,7 +70,7 @@ void HttpTestServer::respond(QTcpSocket& socket, int status, const QByteArray& b
 
 void HttpTestServer::accept()
 {
-    while (QTcpSocket* socket = server_.nextPendingConnection()) {
+    while (QTcpSocket* socket = server_->nextPendingConnection()) {
         ++connections_;
         auto buffer = std::make_shared<QByteArray>();
         connect(socket, &QTcpSocket::readyRead, this, [this, socket, buffer] { read(socket, *buffer); });

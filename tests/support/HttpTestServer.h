@@ -8,6 +8,7 @@
 #include <QTcpSocket>
 
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace quillmarsh::test {
@@ -31,6 +32,8 @@ public:
     using Responder = std::function<void(const RecordedRequest&, QTcpSocket&)>;
 
     explicit HttpTestServer(QObject* parent = nullptr);
+    /// Listens with `listener` (a QSslServer, say) and calls its origin `scheme`.
+    HttpTestServer(std::unique_ptr<QTcpServer> listener, QString scheme, QObject* parent = nullptr);
 
     [[nodiscard]] QString origin() const;
     [[nodiscard]] const std::vector<RecordedRequest>& requests() const { return requests_; }
@@ -49,7 +52,8 @@ private:
     void accept();
     void read(QTcpSocket* socket, QByteArray& buffer);
 
-    QTcpServer server_;
+    std::unique_ptr<QTcpServer> server_;
+    QString scheme_;
     Responder responder_;
     std::vector<RecordedRequest> requests_;
     int connections_ = 0;

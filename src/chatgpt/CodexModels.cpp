@@ -1,0 +1,116 @@
+#include "chatgpt/CodexOAuthService.h"
+
+#include "base/Http.h"
+#include "chatgpt/CodexOAuthError.h"
+
+namespace quillmarsh {
+
+namespace {
+
+Task<HttpResponse> requestModels(CodexEnvironment environment, QString accessToken, std::stop_token stop)
+{
+    QNetworkRequest request = makeRequest(
+        QUrl(environment.endpoints.openAIApiBase + QStringLiteral("/models")), std::chrono::seconds(30));
+    request.setRawHeader("Authorization", "Bearer " + accessToken.toUtf8());
+    co_return co_await send(environment.session, "GET", request, {}, stop);
+}
+
+} // namespace
+
+Task<> CodexOAuthService::loadModels(std::stop_token stop)
+{
+    const QPointer<CodexOAuthService> self(this);
+    co_await loaded();
+    if (!self)
+        co_return;
+    const auto active = tokens();
+    if (!active || !active->canUsePlan())
+        co_return;
+    if (!modelsLoad_) {
+        modelsLoad_ = std::make_shared<SharedModels>();
+        detach(runModels(modelsLoad_, modelsGeneration_));
+    }
+    if (const auto load = modelsLoad_) {
+        const QFuture<bool> ended = load->promise.future();
+        co_await resultOf(ended, stop);
+    }
+}
+
+Task<> CodexOAuthService::runModels(std::shared_ptr<SharedModels> load, QUuid generation)
+{
+    const QPointer<CodexOAuthService> self(this);
+    setLoadingModels(true);
+    if (modelsMessage_ && lastError_ == modelsMessage_)
+        setLastError(std::nullopt);
+    modelsMessage_.reset();
+    std::optional<QString> failure;
+    std::optional<QList<ChatGPTModel>> models;
+    try {
+        models = co_await fetchModels(load->stop.get_token());
+    } catch (const Cancelled&) {
+    } catch (const std::exception& error) {
+        failure = errorDescription(error);
+    }
+    if (self && modelsGeneration_ == generation) {
+        modelsLoad_.reset();
+        if (models)
+            publishModels(*models);
+        if (models && models->isEmpty())
+            failure = QStringLiteral("No models are available for this ChatGPT account.");
+        modelsMessage_ = failure;
+        if (failure)
+            setLastError(failure);
+        setLoadingModels(false);
+    }
+    load->succeed(models.has_value());
+}
+
+Task<QList<ChatGPTModel>> CodexOAuthService::fetchModels(std::stop_token stop)
+{
+    const QPointer<CodexOAuthService> self(this);
+    const CodexEnvironment environment = environment_;
+    CodexTokens tokens = co_await refreshIfNeeded(Refresh::ifNeeded, stop);
+    HttpResponse response = co_await requestModels(environment, tokens.accessToken, stop);
+    if (response.statusCode == 401 && self) {
+        tokens = co_await refreshIfNeeded(Refresh::forced, stop);
+        response = co_await requestModels(environment, tokens.accessToken, stop);
+    }
+    if (response.statusCode < 200 || response.statusCode > 299)
+        throw CodexOAuthError(QStringLiteral("Couldn’t load ChatGPT models (HTTP %1). Try reconnecting.")
+                                  .arg(response.statusCode));
+    co_return ChatGPTModel::listed(response.body);
+}
+
+void CodexOAuthService::publishModels(const QList<ChatGPTModel>& models)
+{
+    if (models_ != models) {
+        models_ = models;
+        emit modelsChanged();
+    }
+    for (const ChatGPTModel& model : models_) {
+        if (model.slug == selectedModel_)
+            return;
+    }
+    setSelectedModel(models_.isEmpty() ? QString() : models_.first().slug);
+}
+
+void CodexOAuthService::resetModels()
+{
+    modelsGeneration_ = QUuid::createUuid();
+    if (modelsLoad_)
+        modelsLoad_->stop.request_stop();
+    modelsLoad_.reset();
+    setLoadingModels(false);
+    if (models_.isEmpty())
+        return;
+    models_.clear();
+    emit modelsChanged();
+}
+
+void CodexOAuthService::setLoadingModels(bool on)
+{
+    if (std::exchange(isLoadingModels_, on) != on)
+        emit isLoadingModelsChanged();
+}
+
+} // namespace quillmarsh

@@ -1,0 +1,91 @@
+#include "chatgpt/ServerSentEventLines.h"
+
+#include "ai/AIError.h"
+
+#include <cstring>
+
+namespace quillmarsh {
+
+namespace {
+
+constexpr QByteArrayView mark("\xef\xbb\xbf");
+
+qsizetype find(QByteArrayView bytes, char byte, qsizetype from, qsizetype to)
+{
+    const void* const found = std::memchr(bytes.data() + from, byte, static_cast<size_t>(to - from));
+    return found ? static_cast<const char*>(found) - bytes.data() : to;
+}
+
+} // namespace
+
+/// True once it is known whether the stream starts with a mark; until then the bytes wait in `partial_`.
+bool ServerSentEventLines::dropMark(QByteArrayView& chunk)
+{
+    if (!atStart_)
+        return true;
+    partial_ += chunk;
+    if (partial_.size() < mark.size() && mark.startsWith(partial_))
+        return false;
+    atStart_ = false;
+    if (partial_.startsWith(mark))
+        partial_.remove(0, mark.size());
+    return true;
+}
+
+bool ServerSentEventLines::feed(QByteArrayView chunk, const Handler& handler)
+{
+    QByteArray beginning;
+    if (atStart_) {
+        if (!dropMark(chunk))
+            return true;
+        beginning = std::exchange(partial_, QByteArray());
+        chunk = beginning;
+    }
+    qsizetype position = 0;
+    if (afterCarriageReturn_ && !chunk.isEmpty()) {
+        afterCarriageReturn_ = false;
+        position = chunk.front() == '\n' ? 1 : 0;
+    }
+    qsizetype lineFeed = -1; // kept, so that a stream without any is searched only once
+    while (position < chunk.size()) {
+        if (lineFeed < position)
+            lineFeed = find(chunk, '\n', position, chunk.size());
+        const qsizetype end = find(chunk, '\r', position, lineFeed);
+        const QByteArrayView piece = chunk.sliced(position, end - position);
+        if (end == chunk.size()) {
+            partial_ += piece;
+            break;
+        }
+        position = end + 1;
+        const bool isCarriageReturn = end < lineFeed;
+        if (isCarriageReturn && position == chunk.size())
+            afterCarriageReturn_ = true;
+        else if (isCarriageReturn && position == lineFeed)
+            ++position;
+        if (!emitLine(piece, handler))
+            return false;
+    }
+    if (partial_.size() > longestLine)
+        throw AIError::invalidResponse();
+    return true;
+}
+
+bool ServerSentEventLines::emitLine(QByteArrayView end, const Handler& handler)
+{
+    if (partial_.size() + end.size() > longestLine)
+        throw AIError::invalidResponse();
+    if (partial_.isEmpty())
+        return handler(end);
+    QByteArray line = std::exchange(partial_, QByteArray());
+    line += end;
+    return handler(line);
+}
+
+void ServerSentEventLines::finish(const Handler& handler)
+{
+    atStart_ = false;
+    if (!partial_.isEmpty())
+        emitLine({}, handler);
+}
+
+} // namespace quillmarsh
