@@ -80,7 +80,9 @@ QStringList AppDesign::registerFonts(const QString& folder)
     for (const QString& file : dir.entryList(QDir::Files, QDir::Name)) {
         if (!file.endsWith(QLatin1String(".ttf")) && !file.endsWith(QLatin1String(".otf")))
             continue;
-        if (QFontDatabase::addApplicationFont(dir.filePath(file)) >= 0)
+        // From memory: an update may replace the folder while the application runs.
+        QFile font(dir.filePath(file));
+        if (font.open(QIODevice::ReadOnly) && QFontDatabase::addApplicationFontFromData(font.readAll()) >= 0)
             registered.append(file);
     }
     return registered;

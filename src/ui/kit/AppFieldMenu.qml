@@ -52,7 +52,7 @@ Pressable {
         width: parent.width
         height: Math.ceil(value.implicitHeight) + 20
         radius: 10
-        color: field.pressed || field.opened ? AppDesign.muted : field.hovered ? AppDesign.page : AppDesign.surface
+        color: field.pressed || field.opened || field.hovered ? AppDesign.page : AppDesign.surface
         lineWidth: 1
         lineColor: field.opened ? AppDesign.accent : AppDesign.outline
 

@@ -161,7 +161,7 @@ FocusTrap {
                 RoundedBox {
                     anchors.fill: parent
                     radius: 8
-                    color: row.ListView.isCurrentItem ? AppDesign.tint(AppDesign.accent, 0.08) : "transparent"
+                    color: row.ListView.isCurrentItem ? AppDesign.tint(AppDesign.accent, 0.06) : "transparent"
                 }
                 AppIcon {
                     id: symbolIcon

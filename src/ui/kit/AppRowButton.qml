@@ -25,7 +25,8 @@ Pressable {
     RoundedBox {
         anchors.fill: parent
         radius: 10
-        color: button.pressed ? AppDesign.accentSoft : button.hovered ? AppDesign.muted : AppDesign.surface
+        color: button.pressed ? Qt.tint(AppDesign.surface, AppDesign.tint(AppDesign.accent, 0.06))
+             : button.hovered ? AppDesign.page : AppDesign.surface
         lineWidth: 0.5
         lineColor: AppDesign.outline
 

@@ -27,7 +27,7 @@ Pressable {
         anchors.fill: parent
         radius: 12
         color: option.selected ? AppDesign.accentSoft
-             : option.pressed ? AppDesign.muted : option.hovered ? AppDesign.page : AppDesign.surface
+             : option.pressed ? Qt.tint(AppDesign.surface, AppDesign.tint(AppDesign.accent, 0.06)) : option.hovered ? AppDesign.page : AppDesign.surface
         lineWidth: 1
         lineColor: option.selected ? AppDesign.accent : AppDesign.outline
 
@@ -72,7 +72,8 @@ Pressable {
             text: option.subtitle
             visible: text !== ""
             size: 11
-            color: AppDesign.secondary
+            // The quieter ink would be too faint on the soft accent.
+            color: option.selected ? AppDesign.ink : AppDesign.secondary
             Accessible.ignored: true
         }
     }

@@ -13,7 +13,8 @@ RoundedBox {
     implicitHeight: Math.ceil(row.implicitHeight) + 10
     radius: 6
     continuous: true
-    color: AppDesign.tint(tone, 0.07)
+    // On white whatever lies below, so that the text stays legible.
+    color: Qt.tint(AppDesign.surface, AppDesign.tint(tone, 0.07))
 
     Accessible.role: Accessible.StaticText
     Accessible.name: text

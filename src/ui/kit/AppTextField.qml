@@ -71,7 +71,9 @@ FocusScope {
             onAccepted: field.accepted()
             onTextEdited: field.edited()
 
-            Accessible.role: Accessible.EditableText
+            // An editable text hands its text to whoever asks; hidden, it must not.
+            Accessible.role: echoMode === TextInput.Password ? Accessible.StaticText : Accessible.EditableText
+            Accessible.editable: true
             Accessible.name: field.title !== "" ? field.title : field.placeholder
             Accessible.description: field.errorText !== "" ? field.errorText : field.hint
             Accessible.passwordEdit: echoMode === TextInput.Password

@@ -6,13 +6,16 @@ RoundedBox {
     id: cap
 
     property string text
+    // Without its frame it is the bare sign, as menus show shortcuts.
+    property bool framed: true
     readonly property string symbol: ({ "⌃": "control", "⌥": "option", "⇧": "shift", "⌘": "command" })[text] || ""
 
-    implicitWidth: Math.max(symbol !== "" ? 0 : Math.ceil(label.implicitWidth) + 18, implicitHeight)
-    implicitHeight: Math.ceil(label.implicitHeight) + 12
+    implicitWidth: framed ? Math.max(symbol !== "" ? 0 : Math.ceil(label.implicitWidth) + 18, implicitHeight)
+                          : symbol !== "" ? sign.size : Math.ceil(label.implicitWidth)
+    implicitHeight: Math.ceil(label.implicitHeight) + (framed ? 12 : 0)
     radius: 6
-    color: AppDesign.surface
-    lineWidth: 0.6
+    color: framed ? AppDesign.surface : "transparent"
+    lineWidth: framed ? 0.6 : 0
     lineInset: 0.5
     lineColor: AppDesign.secondary
 
@@ -24,15 +27,18 @@ RoundedBox {
         anchors.centerIn: parent
         text: cap.text
         visible: cap.symbol === ""
-        size: 11
+        size: cap.framed ? 11 : 12
+        color: cap.framed ? AppDesign.ink : AppDesign.secondary
         weight: Font.Medium
         wrapMode: Text.NoWrap
         Accessible.ignored: true
     }
     AppIcon {
+        id: sign
         anchors.centerIn: parent
         visible: cap.symbol !== ""
         name: cap.symbol
-        size: 13
+        size: cap.framed ? 13 : 12
+        color: cap.framed ? AppDesign.ink : AppDesign.secondary
     }
 }

@@ -5,6 +5,7 @@ Row {
     id: row
 
     property string text
+    property bool framed: true
     readonly property var keys: split(text)
 
     function split(shortcut) {
@@ -19,7 +20,7 @@ Row {
         return keys
     }
 
-    spacing: 4
+    spacing: framed ? 4 : 2
     Accessible.role: Accessible.StaticText
     Accessible.name: text
 
@@ -29,6 +30,7 @@ Row {
         Keycap {
             required property string modelData
             text: modelData
+            framed: row.framed
             Accessible.ignored: true
         }
     }

@@ -24,8 +24,7 @@ Pressable {
     RoundedBox {
         anchors.fill: parent
         radius: 8
-        color: button.pressed ? AppDesign.tint(AppDesign.accent, 0.1)
-             : button.hovered ? AppDesign.tint(AppDesign.accent, 0.06) : "transparent"
+        color: AppDesign.tint(AppDesign.accent, button.pressed ? 0.06 : button.hovered ? 0.035 : 0)
 
         FocusRing { shown: button.visualFocus; distance: 0; cornerRadius: 8 }
     }
@@ -55,7 +54,7 @@ Pressable {
         text: button.detail
         visible: text !== ""
         size: 12
-        color: AppDesign.secondary
+        color: button.hovered || button.pressed ? AppDesign.ink : AppDesign.secondary
         wrapMode: Text.NoWrap
         anchors { right: end.left; rightMargin: end.implicitWidth > 0 ? 8 : 0; verticalCenter: parent.verticalCenter }
         Accessible.ignored: true

@@ -36,8 +36,10 @@ QImage draw(const QString& symbol, const QColor& color, int pixels)
     image.fill(Qt::transparent);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setOpacity(color.alphaF());
     QSvgRenderer(coloredDrawing(symbol, color)).render(&painter, QRectF(0, 0, pixels, pixels));
+    // Afterwards, so that crossing strokes are not darker than the rest.
+    painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+    painter.fillRect(image.rect(), QColor(0, 0, 0, color.alpha()));
     return image;
 }
 

@@ -1,0 +1,64 @@
+import QtQuick
+import Quillmarsh.Kit 1.0
+
+// One line of a menu panel: a symbol, a name, a note under it, and the shortcut at its end.
+Pressable {
+    id: row
+
+    property string text
+    property string icon
+    property string shortcut
+    property string note
+
+    implicitWidth: 240
+    implicitHeight: Math.ceil(lines.implicitHeight) + 14
+    opacity: enabled ? 1 : 0.45
+
+    Accessible.role: Accessible.MenuItem
+    Accessible.name: text
+    Accessible.description: note !== "" ? note : shortcut
+    Accessible.focusable: true
+    Accessible.onPressAction: click()
+
+    RoundedBox {
+        anchors.fill: parent
+        radius: 8
+        color: AppDesign.tint(AppDesign.accent, row.pressed ? 0.06 : row.hovered || row.visualFocus ? 0.05 : 0)
+
+        FocusRing { shown: row.visualFocus; distance: -2; cornerRadius: 8 }
+    }
+    AppIcon {
+        id: symbol
+        name: row.icon
+        color: row.hovered || row.visualFocus ? AppDesign.accent : AppDesign.secondary
+        anchors { left: parent.left; leftMargin: 10; verticalCenter: parent.verticalCenter }
+    }
+    Column {
+        id: lines
+        anchors { left: symbol.right; leftMargin: 11; right: keys.left; rightMargin: keys.width > 0 ? 12 : 0; verticalCenter: parent.verticalCenter }
+
+        AppText {
+            width: parent.width
+            text: row.text
+            wrapMode: Text.NoWrap
+            elide: Text.ElideRight
+            Accessible.ignored: true
+        }
+        AppText {
+            width: parent.width
+            text: row.note
+            visible: text !== ""
+            size: 11
+            color: AppDesign.secondary
+            Accessible.ignored: true
+        }
+    }
+    KeycapRow {
+        id: keys
+        anchors { right: parent.right; rightMargin: 10; verticalCenter: parent.verticalCenter }
+        text: row.shortcut
+        framed: false
+        opacity: row.note !== "" ? 0.45 : 1
+        Accessible.ignored: true
+    }
+}
