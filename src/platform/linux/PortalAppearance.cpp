@@ -4,9 +4,11 @@
 
 #include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusVariant>
 
 #include <tuple>
 
@@ -32,8 +34,10 @@ PortalAppearance::PortalAppearance()
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    bus.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
-                SLOT(settingChanged(QString, QString, QDBusVariant)));
+    // From whoever sends it: naming the service here would make the toolkit wait for an answer of the bus.
+    if (!bus.connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
+                     SLOT(settingChanged(QDBusMessage))))
+        qCWarning(lcQuillmarsh, "Changes of the desktop's settings cannot be followed");
     readAll();
 }
 
@@ -64,9 +68,13 @@ void PortalAppearance::readAnswer(QDBusPendingCallWatcher* call)
         emit changed();
 }
 
-void PortalAppearance::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+void PortalAppearance::settingChanged(const QDBusMessage& message)
 {
-    if (take(group, key, value.variant()))
+    const QVariantList arguments = message.arguments();
+    if (message.signature() != QLatin1String("ssv"))
+        return;
+    const QVariant value = arguments[2].value<QDBusVariant>().variant();
+    if (take(arguments[0].toString(), arguments[1].toString(), value))
         emit changed();
 }
 

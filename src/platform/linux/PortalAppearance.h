@@ -2,9 +2,7 @@
 
 #include "platform/DesktopAppearance.h"
 
-#include <QDBusVariant>
-#include <QVariantMap>
-
+class QDBusMessage;
 class QDBusPendingCallWatcher;
 
 namespace quillmarsh {
@@ -23,7 +21,7 @@ public:
     [[nodiscard]] bool increaseContrast() const override { return highContrast_ || moreContrast_; }
 
 private slots:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    void settingChanged(const QDBusMessage& message);
 
 private:
     void readAll();

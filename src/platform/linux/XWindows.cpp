@@ -15,7 +15,8 @@ constexpr uint32_t longestText = 1024; // in units of four bytes; names are shor
 xcb_window_t XWindows::active() const
 {
     const auto windows = numbers(connection_.root(), "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW);
-    if (!windows.empty() && windows.front() != XCB_NONE)
+    // Openbox goes on naming a window whose program ended abruptly (measured).
+    if (!windows.empty() && windows.front() != XCB_NONE && exists(windows.front()))
         return windows.front();
     return aroundFocus();
 }
@@ -32,7 +33,10 @@ xcb_window_t XWindows::aroundFocus() const
         const auto tree = replyOf<xcb_query_tree_reply>(connection, xcb_query_tree(connection, window));
         if (!tree)
             return XCB_NONE;
-        if (tree->parent == connection_.root() || tree->parent == XCB_NONE)
+        const bool isOutermost = tree->parent == connection_.root() || tree->parent == XCB_NONE;
+        if (isOutermost && hasProperty(connection_.root(), connection_.atom("_NET_SUPPORTING_WM_CHECK")))
+            return XCB_NONE; // the window manager keeps the focus while nothing is in front
+        if (isOutermost)
             return window; // no window manager: the outermost window is the application's
         window = tree->parent;
     }

@@ -8,6 +8,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
+#include <QDeadlineTimer>
 #include <QFileInfo>
 #include <QProcess>
 
@@ -24,11 +25,6 @@ using namespace std::chrono_literals;
 // on for hours.
 constexpr auto openerFailsWithin = 3s;
 
-struct DeleteLater
-{
-    void operator()(QObject* object) const { object->deleteLater(); }
-};
-
 /// Runs the opener until it ended or has outlived `openerFailsWithin`; then it belongs to the desktop.
 Task<bool> runOpener(QString program, QStringList arguments)
 {
@@ -38,22 +34,19 @@ Task<bool> runOpener(QString program, QStringList arguments)
     process->setStandardInputFile(QProcess::nullDevice());
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(QProcess::nullDevice());
-    QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
-    QObject::connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart)
-            process->deleteLater();
-    });
-    const QPointer<QProcess> guard(process);
     process->start();
-    if (process->state() != QProcess::NotRunning)
-        co_await qCoro(process, &QProcess::stateChanged, 1s); // started, or not
-    if (!guard || process->error() == QProcess::FailedToStart)
-        co_return false;
-    if (process->state() == QProcess::Running)
-        co_await qCoro(process, &QProcess::finished, openerFailsWithin);
-    if (!guard || process->state() == QProcess::Running)
-        co_return guard != nullptr;
-    co_return process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0;
+    const QDeadlineTimer patience(openerFailsWithin);
+    while (process->state() != QProcess::NotRunning && !patience.hasExpired()) {
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(patience.remainingTimeAsDuration());
+        co_await qCoro(process, &QProcess::stateChanged, rest);
+    }
+    if (process->state() != QProcess::NotRunning) {
+        QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+        co_return true;
+    }
+    process->deleteLater();
+    co_return process->error() != QProcess::FailedToStart && process->exitStatus() == QProcess::NormalExit &&
+        process->exitCode() == 0;
 }
 
 QDBusMessage showItems(const QString& path)
