@@ -1,0 +1,384 @@
+#include "platform/ClipboardPeer.h"
+#include "platform/ModifierFlags.h"
+#include "platform/XTestSession.h"
+#include "platform/linux/XKeyPoster.h"
+#include "platform/linux/XPasteboard.h"
+#include "platform/linux/XWorker.h"
+#include "support/CoroutineTest.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace quillmarsh;
+using namespace quillmarsh::test;
+using namespace std::chrono_literals;
+using Manners = ClipboardPeer::Manners;
+
+namespace {
+
+const QString sample = QStringLiteral("Grüße, мир \U0001F469\u200D\U0001F4BB שלום\r\n\ttab ");
+
+QByteArray megabyte()
+{
+    QByteArray text;
+    while (text.size() < 1024 * 1024)
+        text += "0123456789 Größe \xF0\x9F\x98\x80\n";
+    return text;
+}
+
+} // namespace
+
+class tst_XPasteboard final : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::shared_ptr<XWorker> worker_;
+    std::unique_ptr<XPasteboard> pasteboard_;
+
+    qint64 count() { return runTask(pasteboard_->changeCount()); }
+    std::optional<QString> read() { return runTask(pasteboard_->string()); }
+    bool set(const QString& text) { return runTask(pasteboard_->setString(text)); }
+
+private slots:
+    void init()
+    {
+        worker_ = XWorker::start();
+        pasteboard_ = std::make_unique<XPasteboard>(worker_);
+    }
+    void cleanup()
+    {
+        pasteboard_.reset();
+        worker_.reset();
+    }
+
+    void anEmptyClipboardHasNoText() { QVERIFY(!read()); }
+
+    void theCountGrowsWithEveryClaim()
+    {
+        ClipboardPeer peer;
+        const qint64 before = count();
+        QCOMPARE(count(), before);
+        peer.own("a");
+        QCOMPARE(count(), before + 1);
+        peer.own("a"); // the same owner, the same text
+        QCOMPARE(count(), before + 2);
+        QVERIFY(set(QStringLiteral("b")));
+        QCOMPARE(count(), before + 3);
+        peer.die(); // not the owner any more
+        QCOMPARE(count(), before + 3);
+        {
+            ClipboardPeer owner;
+            owner.own("c");
+        }
+        QCOMPARE(count(), before + 4); // its end clears the clipboard and counts as nothing
+    }
+
+    void textIsReadAsItIs()
+    {
+        ClipboardPeer peer;
+        peer.own(sample.toUtf8());
+        QCOMPARE(read(), sample);
+        QCOMPARE(peer.asked, QByteArrayList{"UTF8_STRING"});
+    }
+
+    void otherTargets_data()
+    {
+        QTest::addColumn<QByteArray>("target");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("MIME") << QByteArray("text/plain;charset=utf-8") << QByteArray("h\xC3\xA9")
+                              << QStringLiteral("hé");
+        QTest::newRow("Latin-1") << QByteArray("STRING") << QByteArray("h\xE9") << QStringLiteral("hé");
+        QTest::newRow("terminator") << QByteArray("UTF8_STRING") << QByteArray("abc\0", 4)
+                                    << QStringLiteral("abc");
+        QTest::newRow("byte-order mark kept")
+            << QByteArray("UTF8_STRING") << QByteArray("\xEF\xBB\xBFx") << QStringLiteral("\uFEFFx");
+        QTest::newRow("empty") << QByteArray("UTF8_STRING") << QByteArray() << QString();
+    }
+    void otherTargets()
+    {
+        QFETCH(QByteArray, target);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, text);
+        ClipboardPeer peer;
+        peer.own(bytes, target);
+        const auto result = read();
+        QVERIFY(result);
+        QCOMPARE(*result, text);
+    }
+
+    void brokenTextIsNone_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("stray byte") << QByteArray("ab\xFF"
+                                                  "cd");
+        QTest::newRow("cut off") << QByteArray("ab\xE2\x82");
+        QTest::newRow("surrogate") << QByteArray("\xED\xA0\x80");
+        QTest::newRow("overlong") << QByteArray("\xC0\xAF");
+    }
+    void brokenTextIsNone()
+    {
+        QFETCH(QByteArray, bytes);
+        ClipboardPeer peer;
+        peer.own(bytes);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("not valid UTF-8")));
+        QVERIFY(!read());
+    }
+
+    void anImageHasNoText()
+    {
+        ClipboardPeer peer;
+        peer.own("\x89PNG", "image/png");
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(!read());
+        QVERIFY(timer.elapsed() < 500);
+    }
+
+    void aSlowOwnerIsWaitedFor_data()
+    {
+        QTest::addColumn<int>("delay");
+        for (int delay : {50, 150, 250, 600})
+            QTest::addRow("%d ms", delay) << delay;
+    }
+    void aSlowOwnerIsWaitedFor()
+    {
+        QFETCH(int, delay);
+        ClipboardPeer peer;
+        peer.delay = std::chrono::milliseconds(delay);
+        peer.own("slow");
+        QCOMPARE(read(), QStringLiteral("slow"));
+    }
+
+    void nobodyHoldsUpTheReading_data()
+    {
+        QTest::addColumn<int>("manners");
+        QTest::addColumn<int>("delay");
+        QTest::newRow("never answers") << int(Manners::Silent) << 0;
+        QTest::newRow("answers too late") << int(Manners::Prompt) << 2000;
+        QTest::newRow("stalls") << int(Manners::Stalling) << 0;
+        QTest::newRow("dies") << int(Manners::Dying) << 0;
+    }
+    void nobodyHoldsUpTheReading()
+    {
+        QFETCH(int, manners);
+        QFETCH(int, delay);
+        ClipboardPeer peer(static_cast<Manners>(manners));
+        peer.delay = std::chrono::milliseconds(delay);
+        peer.own("text");
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(!read());
+        QVERIFY2(timer.elapsed() < 1300, qPrintable(QString::number(timer.elapsed())));
+        ClipboardPeer next; // and the next reading is not disturbed by a late answer
+        next.own("next");
+        QCOMPARE(read(), QStringLiteral("next"));
+    }
+
+    void aRefusingOwnerHasNoText()
+    {
+        ClipboardPeer peer(Manners::Refusing);
+        peer.own("text");
+        QVERIFY(!read());
+    }
+
+    void theNewestOwnerIsRead()
+    {
+        ClipboardPeer silent(Manners::Silent);
+        ClipboardPeer manager;
+        silent.own("old");
+        QTimer::singleShot(100ms, &manager, [&manager] { manager.own("new"); });
+        QCOMPARE(read(), QStringLiteral("new"));
+    }
+
+    void aManagerThatTakesOverFromTheDeadIsRead()
+    {
+        ClipboardPeer dying(Manners::Dying);
+        ClipboardPeer manager;
+        dying.own("text");
+        QTimer::singleShot(370ms, &manager, [&manager] { manager.own("text"); });
+        QCOMPARE(read(), QStringLiteral("text"));
+    }
+
+    void largeTextComesInPieces()
+    {
+        ClipboardPeer peer(Manners::Incremental);
+        const QByteArray text = megabyte();
+        peer.own(text);
+        QCOMPARE(read(), QString::fromUtf8(text));
+    }
+
+    void severalReadingsAtOnce()
+    {
+        ClipboardPeer peer;
+        peer.delay = 30ms;
+        peer.own("text");
+        auto first = pasteboard_->string();
+        auto second = pasteboard_->string();
+        QCOMPARE(runTask(std::move(first)), QStringLiteral("text"));
+        QCOMPARE(runTask(std::move(second)), QStringLiteral("text"));
+    }
+
+    void ourTextIsServed()
+    {
+        ClipboardPeer peer;
+        QVERIFY(set(sample));
+        QCOMPARE(read(), sample);
+        for (const char* target : {"UTF8_STRING", "text/plain;charset=utf-8", "text/plain", "TEXT"}) {
+            const auto answer = peer.request(target);
+            QVERIFY2(answer, target);
+            QCOMPARE(answer->bytes, sample.toUtf8());
+        }
+        QVERIFY(!peer.request("STRING")); // Latin-1 cannot express it
+        QVERIFY(!peer.request("image/png"));
+        const QByteArrayList offered = peer.targets();
+        for (const char* target : {"TARGETS", "TIMESTAMP", "MULTIPLE", "SAVE_TARGETS", "UTF8_STRING"})
+            QVERIFY2(offered.contains(target), target);
+        QVERIFY(!offered.contains("STRING"));
+        QVERIFY(set(QStringLiteral("hé")));
+        const auto latin1 = peer.request("STRING");
+        QVERIFY(latin1);
+        QCOMPARE(latin1->bytes, QByteArray("h\xE9"));
+    }
+
+    void multipleIsServed()
+    {
+        ClipboardPeer peer;
+        QVERIFY(set(QStringLiteral("text")));
+        std::vector<xcb_atom_t> pairs{peer.connection()->atom("UTF8_STRING"),
+                                      peer.connection()->atom("FIRST"), peer.connection()->atom("image/png"),
+                                      peer.connection()->atom("SECOND")};
+        const QByteArray bytes(static_cast<const char*>(static_cast<const void*>(pairs.data())), 16);
+        const auto answer = peer.request("MULTIPLE", XCB_CURRENT_TIME, bytes);
+        QVERIFY(answer);
+        std::vector<xcb_atom_t> result(4);
+        QCOMPARE(answer->bytes.size(), 16);
+        memcpy(result.data(), answer->bytes.constData(), 16);
+        QCOMPARE(result[1], pairs[1]);
+        QCOMPARE(result[3], xcb_atom_t{XCB_ATOM_NONE});
+    }
+
+    void aRequestFromBeforeOurClaimIsRefused()
+    {
+        ClipboardPeer peer;
+        QVERIFY(set(QStringLiteral("text")));
+        const auto stamp = peer.request("TIMESTAMP");
+        QVERIFY(stamp && stamp->bytes.size() == 4);
+        uint32_t claimed = 0;
+        memcpy(&claimed, stamp->bytes.constData(), 4);
+        QVERIFY(peer.request("UTF8_STRING", claimed));
+        QVERIFY(!peer.request("UTF8_STRING", claimed - 1));
+    }
+
+    void largeTextGoesOutInPieces()
+    {
+        ClipboardPeer peer;
+        ClipboardPeer lazy;
+        const QByteArray text = megabyte();
+        QVERIFY(set(QString::fromUtf8(text)));
+        lazy.requestAndAbandon("UTF8_STRING"); // never takes a piece
+        ClipboardPeer dying;
+        dying.requestAndAbandon("UTF8_STRING");
+        dying.die();
+        const auto answer = peer.request("UTF8_STRING");
+        QVERIFY(answer);
+        QVERIFY(answer->incremental);
+        QCOMPARE(answer->bytes, text);
+    }
+
+    void aTransferSurvivesANewText()
+    {
+        ClipboardPeer peer;
+        const QByteArray text = megabyte();
+        QVERIFY(set(QString::fromUtf8(text)));
+        bool replaced = false;
+        QTimer::singleShot(1ms, this, [&] {
+            detach([](XPasteboard* pasteboard, bool* done) -> Task<> {
+                *done = co_await pasteboard->setString(QStringLiteral("new"));
+            }(pasteboard_.get(), &replaced));
+        });
+        const auto answer = peer.request("UTF8_STRING");
+        QVERIFY(answer);
+        QVERIFY(answer->bytes == text || answer->bytes == "new");
+        QTRY_VERIFY(replaced);
+        QCOMPARE(peer.request("UTF8_STRING")->bytes, QByteArray("new"));
+    }
+
+    void manyOwnersRacing()
+    {
+        ClipboardPeer rival;
+        for (int round = 0; round < 50; ++round) {
+            rival.own("rival");
+            const QString ours = QStringLiteral("ours %1").arg(round);
+            QVERIFY(set(ours));
+            QVERIFY(!rival.isOwner());
+            QCOMPARE(rival.request("UTF8_STRING")->bytes, ours.toUtf8());
+        }
+    }
+
+    void aLostClipboardIsNotOurs()
+    {
+        ClipboardPeer rival;
+        QVERIFY(set(QStringLiteral("ours")));
+        rival.own("rival");
+        QCOMPARE(read(), QStringLiteral("rival"));
+    }
+
+    void thePasteBringsOurTextAlthoughSomebodyTookTheClipboard()
+    {
+        TargetWindow target;
+        ClipboardPeer rival;
+        XKeyPoster poster(worker_);
+        QVERIFY(set(QStringLiteral("ours")));
+        rival.own("rival");
+        QVERIFY(runTask(poster.post(VirtualKey::v, ModifierFlags::command)));
+        QVERIFY(!rival.isOwner());
+        QCOMPARE(rival.request("UTF8_STRING")->bytes, QByteArray("ours"));
+        QTest::qWait(2100); // an old text is not put back: the user has copied something since
+        rival.own("newer");
+        QVERIFY(runTask(poster.post(VirtualKey::v, ModifierFlags::command)));
+        QVERIFY(rival.isOwner());
+    }
+
+    void persistingHandsTheTextToAManager()
+    {
+        ClipboardPeer manager;
+        manager.ownSelection("CLIPBOARD_MANAGER");
+        bool saved = false;
+        manager.onSaveTargets = [&saved] { saved = true; };
+        runTask(pasteboard_->persist()); // nothing of ours
+        QVERIFY(!saved);
+        QVERIFY(set(QStringLiteral("text")));
+        runTask(pasteboard_->persist());
+        QVERIFY(saved);
+    }
+
+    void persistingWaitsHalfASecondAtMost()
+    {
+        ClipboardPeer manager(Manners::Silent);
+        QVERIFY(set(QStringLiteral("text")));
+        QElapsedTimer timer;
+        timer.start();
+        runTask(pasteboard_->persist()); // no manager at all
+        QVERIFY(timer.elapsed() < 200);
+        manager.ownSelection("CLIPBOARD_MANAGER");
+        timer.start();
+        runTask(pasteboard_->persist());
+        QVERIFY(timer.elapsed() >= 450);
+        QVERIFY2(timer.elapsed() < 800, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void aReadingEndsWithTheWorker()
+    {
+        ClipboardPeer peer(Manners::Silent);
+        peer.own("text");
+        auto reading = pasteboard_->string();
+        QTest::qWait(20);
+        QVERIFY(!runTask(std::move(reading)));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_XPasteboard)
+#include "tst_XPasteboard.moc"
