@@ -1,0 +1,234 @@
+#include "app/MenuBarFixture.h"
+#include "app/MenuBarView.h"
+#include "support/FailOnWarnings.h"
+#include "ui/kit/Screenshot.h"
+
+#include <QPointer>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace quillmarsh;
+using test::MenuBarFixture;
+
+/// The menu's window, driven with the keyboard, in each of its states.
+class tst_MenuBarView final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void frames_data();
+    void frames();
+    void opensAtTheIconAndReleasesItsWindow();
+    void opensAtThePointerWithoutAnIcon();
+    void theKeyboardWalksAndChooses();
+    void escapeClosesTheFieldThenTheMenu();
+    void aTypedInstructionRuns();
+    void turningElsewhereCloses();
+    void oneClickTogglesOnce();
+    void states();
+
+private:
+    QQuickView* open();
+    void type(const QString& text);
+    [[nodiscard]] QString focused() const;
+
+    std::unique_ptr<MenuBarFixture> fixture_;
+    std::unique_ptr<MenuBarView> view_;
+};
+
+void tst_MenuBarView::initTestCase()
+{
+    test::failOnWarnings();
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
+
+void tst_MenuBarView::init()
+{
+    fixture_ = std::make_unique<MenuBarFixture>();
+    view_ = std::make_unique<MenuBarView>(*fixture_->model, *fixture_->rewrites.platform.panelWindow);
+}
+
+void tst_MenuBarView::cleanup()
+{
+    view_.reset();
+    fixture_.reset();
+}
+
+QQuickView* tst_MenuBarView::open()
+{
+    view_->open(QRect(700, 0, 24, 24));
+    return QTest::qWaitForWindowActive(view_->window()) ? view_->window() : nullptr;
+}
+
+void tst_MenuBarView::type(const QString& text)
+{
+    for (const QChar character : text)
+        QTest::keyClick(view_->window(), character.toLatin1());
+}
+
+QString tst_MenuBarView::focused() const
+{
+    const QQuickItem* item = view_->window()->activeFocusItem();
+    return item ? item->property("text").toString() : QString();
+}
+
+void tst_MenuBarView::frames_data()
+{
+    QTest::addColumn<QRect>("anchor");
+    QTest::addColumn<QRect>("frame");
+    QTest::newRow("below a top panel") << QRect(500, 0, 24, 24) << QRect(361, 30, 300, 400);
+    QTest::newRow("above a bottom panel") << QRect(500, 776, 24, 24) << QRect(361, 370, 300, 400);
+    QTest::newRow("right corner") << QRect(976, 0, 24, 24) << QRect(692, 30, 300, 400);
+    QTest::newRow("left corner") << QRect(0, 776, 24, 24) << QRect(8, 370, 300, 400);
+    QTest::newRow("a panel at the side") << QRect(0, 300, 24, 24) << QRect(8, 330, 300, 400);
+    QTest::newRow("a pointer") << QRect(990, 790, 1, 1) << QRect(692, 384, 300, 400);
+}
+
+void tst_MenuBarView::frames()
+{
+    QFETCH(QRect, anchor);
+    const QRect screen(0, 0, 1000, 800);
+    QTEST(menuFrame(anchor, QSize(300, 400), screen), "frame");
+    QVERIFY(screen.contains(menuFrame(anchor, QSize(2000, 2000), screen)));
+}
+
+void tst_MenuBarView::opensAtTheIconAndReleasesItsWindow()
+{
+    QVERIFY(!view_->isOpen());
+    QPointer<QQuickView> window = open();
+    QVERIFY(window);
+    QCOMPARE(window->title(), QStringLiteral("Quillmarsh menu"));
+    QCOMPARE(window->y(), 30);
+    QVERIFY(window->flags().testFlag(Qt::FramelessWindowHint));
+    view_->close();
+    QVERIFY(!view_->isOpen());
+    QTRY_VERIFY(!window);
+}
+
+void tst_MenuBarView::opensAtThePointerWithoutAnIcon()
+{
+    fixture_->rewrites.platform.panelWindow->mouse = {400, 20};
+    view_->open({});
+    QCOMPARE(view_->window()->position(), QPoint(400 - view_->window()->width() / 2, 27));
+}
+
+void tst_MenuBarView::theKeyboardWalksAndChooses()
+{
+    QVERIFY(open());
+    QStringList seen;
+    for (int step = 0; step < 10; ++step) {
+        QTest::keyClick(view_->window(), Qt::Key_Down);
+        seen.append(focused());
+    }
+    QCOMPARE(seen, QStringList({"Autocorrect", "Formal", "Casual", "Shorter", "Longer", "Custom instruction…",
+                                "Check for updates", "Open Quillmarsh", "Quit Quillmarsh", "Autocorrect"}));
+    QTest::keyClick(view_->window(), Qt::Key_Down);
+    QTest::keyClick(view_->window(), Qt::Key_Up);
+    QTest::keyClick(view_->window(), Qt::Key_Down);
+    QTest::keyClick(view_->window(), Qt::Key_Return);
+    QVERIFY(!view_->isOpen());
+    QTRY_COMPARE(fixture_->rewrites.script->instructions.size(), 1);
+    QCOMPARE(fixture_->rewrites.script->instructions.first(),
+             fixture_->rewrites.settings.instructionShortcuts().at(1).instruction);
+}
+
+void tst_MenuBarView::escapeClosesTheFieldThenTheMenu()
+{
+    QVERIFY(open());
+    fixture_->model->openCustomField();
+    type(QStringLiteral("abc"));
+    QCOMPARE(fixture_->model->customInstruction(), QStringLiteral("abc"));
+    QTest::keyClick(view_->window(), Qt::Key_Escape);
+    QVERIFY(view_->isOpen());
+    QVERIFY(!fixture_->model->showsCustomField());
+    QTest::keyClick(view_->window(), Qt::Key_Escape);
+    QVERIFY(!view_->isOpen());
+}
+
+void tst_MenuBarView::aTypedInstructionRuns()
+{
+    QVERIFY(open());
+    fixture_->model->openCustomField();
+    type(QStringLiteral("   "));
+    QTest::keyClick(view_->window(), Qt::Key_Return);
+    QVERIFY(view_->isOpen());
+    QVERIFY(fixture_->model->showsCustomField());
+    type(QStringLiteral("shout "));
+    QTest::keyClick(view_->window(), Qt::Key_Return);
+    QVERIFY(!view_->isOpen());
+    QTRY_COMPARE(fixture_->rewrites.script->instructions, QStringList("shout"));
+}
+
+void tst_MenuBarView::turningElsewhereCloses()
+{
+    QVERIFY(open());
+    QQuickView other;
+    other.resize(100, 100);
+    other.show();
+    other.requestActivate();
+    QTRY_VERIFY(!view_->isOpen());
+}
+
+void tst_MenuBarView::oneClickTogglesOnce()
+{
+    const QRect icon(700, 0, 24, 24);
+    view_->toggle(icon);
+    QVERIFY(view_->isOpen());
+    view_->close(); // the press takes the focus away
+    view_->toggle(icon);
+    QVERIFY(!view_->isOpen());
+    QTRY_VERIFY((view_->toggle(icon), view_->isOpen()));
+}
+
+void tst_MenuBarView::states()
+{
+    using test::saveScreenshot;
+    QQuickView* window = open();
+    QVERIFY(window);
+    QTest::keyClick(window, Qt::Key_Down);
+    QVERIFY(saveScreenshot(*window, QStringLiteral("menu")));
+
+    fixture_->model->openCustomField();
+    type(QStringLiteral("Make it rhyme"));
+    QTRY_COMPARE(window->height(), static_cast<int>(window->rootObject()->implicitHeight()));
+    QVERIFY(saveScreenshot(*window, QStringLiteral("menu-custom")));
+    fixture_->model->hideCustomField();
+
+    fixture_->rewrites.platform.accessibility->trusted = false;
+    fixture_->rewrites.service->checkAndSetupAccessibility(false);
+    fixture_->findRelease("1.1");
+    fixture_->rewrites.settings.select(AIConnectionChoice::chatgpt);
+    QTRY_COMPARE(window->height(), static_cast<int>(window->rootObject()->implicitHeight()));
+    QVERIFY(saveScreenshot(*window, QStringLiteral("menu-notices")));
+
+    fixture_->rewrites.platform.accessibility->trusted = true;
+    fixture_->rewrites.platform.eventTaps->refusedCombinations = {
+        {VirtualKey::r, ModifierFlags::shift | ModifierFlags::command}};
+    fixture_->rewrites.service->restartHotkeys();
+    auto actions = fixture_->rewrites.settings.instructionShortcuts();
+    actions[1].name = QStringLiteral("اكتب بأسلوب رسمي");
+    actions[2].name = QStringLiteral("A very long name of a writing action that does not fit");
+    actions[2].keyCode = 36;
+    actions[2].modifiersRaw = 0x1E0000;
+    fixture_->rewrites.settings.setInstructionShortcuts(actions);
+    fixture_->rewrites.script->reply = [](const QString&, std::stop_token stop) {
+        return test::RewriteFixture::neverAnswer(stop);
+    };
+    fixture_->isChatGPTConnected = true;
+    emit fixture_->model->connectionChanged();
+    detach(fixture_->rewrites.service->performRewrite(std::nullopt, QStringLiteral("Formal")));
+    QTRY_VERIFY(fixture_->model->isProcessing());
+    QTRY_COMPARE(window->height(), static_cast<int>(window->rootObject()->implicitHeight()));
+    QVERIFY(saveScreenshot(*window, QStringLiteral("menu-working")));
+    detach(fixture_->rewrites.service->performRewrite(std::nullopt, {}));
+    QTRY_VERIFY(!fixture_->model->isProcessing());
+}
+
+QTEST_MAIN(tst_MenuBarView)
+#include "tst_MenuBarView.moc"
