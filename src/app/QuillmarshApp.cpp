@@ -1,0 +1,93 @@
+#include "app/QuillmarshApp.h"
+
+#include "ai/InstallationToken.h"
+#include "app/QuitSignals.h"
+#include "app/Services.h"
+#include "app/Windows.h"
+#include "base/Deployment.h"
+#include "base/Log.h"
+#include "overlay/RewriteOverlayController.h"
+#include "rewrite/AppSettings.h"
+#include "rewrite/RewriteService.h"
+#include "ui/settings/SettingsModel.h"
+#include "update/UpdateInstaller.h"
+#include "update/UpdateService.h"
+
+#include <QApplication>
+#include <QNetworkProxyFactory>
+
+namespace quillmarsh {
+
+void QuillmarshApp::describe(QApplication& application)
+{
+    application.setApplicationName(QStringLiteral("Quillmarsh"));
+    application.setApplicationVersion(QStringLiteral(QUILLMARSH_VERSION));
+    application.setDesktopFileName(QStringLiteral("com.quillmarsh.app"));
+    application.setQuitOnLastWindowClosed(false);
+    QNetworkProxyFactory::setUseSystemConfiguration(true);
+}
+
+QuillmarshApp::QuillmarshApp(const QStringList& arguments)
+    : quitSignals_(std::make_unique<QuitSignals>()), services_(std::make_unique<Services>())
+{
+    connect(quitSignals_.get(), &QuitSignals::quitRequested, this, [this] { detach(quit()); });
+    Deployment::applyEndpoints(services_->defaults);
+    detach(start(arguments.contains(QLatin1String(relaunchArgument))));
+}
+
+QuillmarshApp::~QuillmarshApp() = default;
+
+Task<> QuillmarshApp::start(bool isRelaunch)
+{
+    const InstanceClaim claim = co_await services_->platform.instanceGuard->claim(isRelaunch);
+    if (claim == InstanceClaim::Running) {
+        qCInfo(lcQuillmarsh, "Quillmarsh already runs; it was asked to come forward");
+        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+        co_return;
+    }
+    services_->create();
+    services_->startIfNeeded();
+    // The shortcuts work from here on; the rest comes after the events that came meanwhile.
+    co_await sleepFor(std::chrono::milliseconds(1));
+    finishLaunching();
+}
+
+void QuillmarshApp::finishLaunching()
+{
+    services_->overlay->prepare();
+    windows_ = std::make_unique<Windows>(*services_);
+    connect(windows_.get(), &Windows::quitRequested, this, [this] { detach(quit()); });
+    connect(services_->platform.instanceGuard.get(), &InstanceGuard::activationRequested, windows_.get(),
+            &Windows::openSettings);
+    detach(prepareHostedBackEnd());
+    detach(showStatusIcon());
+    if (!services_->defaults.boolean(QLatin1String(hasSeenModernOnboardingKey)))
+        windows_->openSettings();
+}
+
+Task<> QuillmarshApp::prepareHostedBackEnd()
+{
+    if (services_->appSettings->provider() != AIProvider::cloud)
+        co_return;
+    co_await services_->installationToken->value();
+}
+
+Task<> QuillmarshApp::showStatusIcon()
+{
+    const bool hasTray = co_await services_->platform.statusItemHost->waitUntilAvailable();
+    if (hasTray)
+        windows_->showStatusIcon();
+    else
+        windows_->openSettings(); // without a status bar it is the only way in
+}
+
+Task<> QuillmarshApp::quit()
+{
+    if (isQuitting_)
+        co_return;
+    isQuitting_ = true;
+    co_await services_->platform.pasteboard->persist();
+    QCoreApplication::quit();
+}
+
+} // namespace quillmarsh

@@ -1,0 +1,52 @@
+#include "app/QuitSignals.h"
+
+#include <QSocketNotifier>
+
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace quillmarsh {
+
+namespace {
+
+constexpr std::array handledSignals{SIGTERM, SIGINT, SIGHUP};
+std::array<int, 2> pipeEnds{-1, -1};
+
+// A signal handler may do next to nothing; writing one byte is allowed.
+void wakeEventLoop(int)
+{
+    const char byte = 0;
+    [[maybe_unused]] const auto written = ::write(pipeEnds[1], &byte, 1);
+}
+
+} // namespace
+
+QuitSignals::QuitSignals(QObject* parent) : QObject(parent)
+{
+    if (::pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+        return;
+    notifier_ = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
+    connect(notifier_.get(), &QSocketNotifier::activated, this, [this] {
+        char byte = 0;
+        if (::read(pipeEnds[0], &byte, 1) == 1)
+            emit quitRequested();
+    });
+    for (const int number : handledSignals)
+        std::signal(number, wakeEventLoop);
+}
+
+QuitSignals::~QuitSignals()
+{
+    for (const int number : handledSignals)
+        std::signal(number, SIG_DFL);
+    notifier_.reset();
+    for (int& end : pipeEnds) {
+        if (end >= 0)
+            ::close(end);
+        end = -1;
+    }
+}
+
+} // namespace quillmarsh

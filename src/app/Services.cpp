@@ -1,0 +1,82 @@
+#include "app/Services.h"
+
+#include "ai/AIServiceFactory.h"
+#include "ai/InstallationToken.h"
+#include "base/Http.h"
+#include "chatgpt/CodexOAuthService.h"
+#include "overlay/RewriteOverlayController.h"
+#include "rewrite/AppSettings.h"
+#include "rewrite/RewriteService.h"
+#include "update/UpdateService.h"
+
+namespace quillmarsh {
+
+Services::Services() : platform(createPlatform()), defaults(UserDefaults::standardPath()) {}
+
+Services::~Services()
+{
+    // It works with the members of this object, so it may not outlive them.
+    CodexOAuthService::installShared(nullptr);
+}
+
+void Services::create()
+{
+    installationToken = std::make_unique<InstallationToken>(*platform.secItems);
+    appSettings = std::make_unique<AppSettings>(defaults);
+    overlay = std::make_unique<RewriteOverlayController>(*platform.panelWindow, *platform.appearance);
+    createAccountConnection();
+    createRewriteService();
+    updateService = std::make_unique<UpdateService>(
+        &sharedUrlSession(),
+        UpdateEnvironment::standard(*platform.bundle, *platform.processRunner, *platform.workspace));
+}
+
+void Services::createAccountConnection()
+{
+    CodexEnvironment environment;
+    environment.secItems = platform.secItems.get();
+    environment.defaults = &defaults;
+    environment.session = &sharedUrlSession();
+    environment.endpoints = CodexEndpoints::current();
+    environment.openBrowser = [this](QUrl address) { return platform.workspace->open(std::move(address)); };
+    CodexOAuthService::installShared(
+        std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load));
+}
+
+void Services::createRewriteService()
+{
+    const auto token = [this] { return installationToken->value(); };
+    const auto makeBackEnd = [token](AIProvider provider, OpenAIAuthMode mode) {
+        return AIServiceFactory::service(provider, mode, token);
+    };
+    RewriteEnvironment environment{*platform.workspace,
+                                   *platform.pasteboard,
+                                   *platform.keyPoster,
+                                   defaults,
+                                   *overlay,
+                                   KeychainService{platform.secItems.get()},
+                                   [this] { return platform.accessibility->isProcessTrusted(); },
+                                   [this] { platform.accessibility->request(); },
+                                   [this] { platform.accessibility->openSettings(); },
+                                   [] { return CodexOAuthService::shared().loadedTokens(); },
+                                   makeBackEnd,
+                                   [makeBackEnd](AIProvider provider, OpenAIAuthMode mode) {
+                                       preconnect(sharedUrlSession(),
+                                                  makeBackEnd(provider, mode)->endpoint());
+                                   }};
+    auto hotkeys = std::make_unique<HotkeyService>(*platform.eventTaps, *platform.accessibility);
+    hotkeyService = hotkeys.get();
+    rewriteService = std::make_unique<RewriteService>(true, std::move(environment), std::move(hotkeys));
+}
+
+void Services::startIfNeeded()
+{
+    if (started_)
+        return;
+    started_ = true;
+    rewriteService->setAppSettings(appSettings.get());
+    rewriteService->restartHotkeys();
+    updateService->startAutomaticChecks();
+}
+
+} // namespace quillmarsh
