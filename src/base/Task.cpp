@@ -3,6 +3,12 @@
 #include "base/LocalizedError.h"
 #include "base/Log.h"
 
+#include <QTimer>
+
+#include <coroutine>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <typeinfo>
 
 namespace quillmarsh {
@@ -13,35 +19,65 @@ void throwIfStopped(const std::stop_token& stop)
         throw Cancelled();
 }
 
-Sleep::Sleep(std::chrono::nanoseconds duration, std::stop_token stop)
-    : duration_(std::chrono::ceil<std::chrono::milliseconds>(duration)), stop_(std::move(stop))
-{}
+namespace {
 
-bool Sleep::await_ready() const noexcept
+/// One suspension until the timer or the stop. Awaited by name only: g++ 12 destroys twice what a temporary
+/// of the awaiting expression holds.
+class Alarm final
 {
-    return stop_.stop_requested() || duration_.count() <= 0;
-}
+public:
+    Alarm(std::chrono::nanoseconds duration, std::stop_token stop)
+        : duration_(std::chrono::ceil<std::chrono::milliseconds>(duration)), stop_(std::move(stop))
+    {}
 
-void Sleep::await_suspend(std::coroutine_handle<> flow)
-{
-    timer_ = std::make_unique<QTimer>();
-    timer_->setSingleShot(true);
-    timer_->setTimerType(Qt::PreciseTimer);
-    // Resuming ends this object's life, and with it the timer; that may not happen while it emits.
-    QObject::connect(timer_.get(), &QTimer::timeout, [this, flow] {
-        timer_.release()->deleteLater();
-        flow.resume();
-    });
-    timer_->start(duration_);
-    onStop_ = std::make_unique<StopCallback>(stop_, [timer = timer_.get()] {
-        QMetaObject::invokeMethod(
-            timer, [timer] { timer->start(0); }, Qt::QueuedConnection);
-    });
-}
+    [[nodiscard]] bool isOver() const noexcept
+    {
+        return stop_.stop_requested() || duration_.count() <= 0;
+    }
 
-void Sleep::await_resume() noexcept
+    void resumeLater(std::coroutine_handle<> flow)
+    {
+        timer_ = std::make_unique<QTimer>();
+        timer_->setSingleShot(true);
+        timer_->setTimerType(Qt::PreciseTimer);
+        // Resuming ends this object's life, and with it the timer; that may not happen while it emits. A stop
+        // that comes in the same moment must not make it emit again.
+        QObject::connect(timer_.get(), &QTimer::timeout, [this, flow] {
+            timer_->disconnect();
+            timer_.release()->deleteLater();
+            flow.resume();
+        });
+        timer_->start(duration_);
+        onStop_.emplace(stop_, [timer = timer_.get()] {
+            QMetaObject::invokeMethod(
+                timer, [timer] { timer->start(0); }, Qt::QueuedConnection);
+        });
+    }
+
+    void cancel() noexcept { onStop_.reset(); }
+
+private:
+    std::chrono::milliseconds duration_;
+    std::stop_token stop_;
+    std::unique_ptr<QTimer> timer_;
+    std::optional<std::stop_callback<std::function<void()>>> onStop_;
+};
+
+struct AlarmAwaiter
 {
-    onStop_.reset();
+    Alarm* alarm;
+
+    [[nodiscard]] bool await_ready() const noexcept { return alarm->isOver(); }
+    void await_suspend(std::coroutine_handle<> flow) const { alarm->resumeLater(flow); }
+    void await_resume() const noexcept { alarm->cancel(); }
+};
+
+} // namespace
+
+Task<> sleepFor(std::chrono::nanoseconds duration, std::stop_token stop)
+{
+    Alarm alarm(duration, std::move(stop));
+    co_await AlarmAwaiter{&alarm};
 }
 
 namespace {

@@ -1,11 +1,6 @@
 #pragma once
 
-#include <QTimer>
-
 #include <chrono>
-#include <coroutine>
-#include <functional>
-#include <memory>
 #include <stop_token>
 
 #include <qcoro/qcorotask.h>
@@ -20,26 +15,10 @@ using Task = QCoro::Task<T>;
 /// Throws Cancelled when a stop was requested.
 void throwIfStopped(const std::stop_token& stop);
 
-/// Awaiting it suspends the flow for `duration` (millisecond resolution, never early) or until a stop is
-/// requested, whichever comes first. It never throws: a caller that must end on a stop says so itself. The
-/// flow resumes from the event loop, never from inside the call that requested the stop.
-class Sleep final
-{
-public:
-    explicit Sleep(std::chrono::nanoseconds duration, std::stop_token stop = {});
-
-    [[nodiscard]] bool await_ready() const noexcept;
-    void await_suspend(std::coroutine_handle<> flow);
-    void await_resume() noexcept;
-
-private:
-    using StopCallback = std::stop_callback<std::function<void()>>;
-
-    std::chrono::milliseconds duration_;
-    std::stop_token stop_;
-    std::unique_ptr<QTimer> timer_;
-    std::unique_ptr<StopCallback> onStop_;
-};
+/// Suspends the flow for `duration` (millisecond resolution, never early) or until a stop is requested,
+/// whichever comes first. It never throws: a caller that must end on a stop says so itself. The flow resumes
+/// from the event loop, never from inside the call that requested the stop.
+[[nodiscard]] Task<> sleepFor(std::chrono::nanoseconds duration, std::stop_token stop = {});
 
 /// Lets a task run with nobody waiting for it. Cancelled ends it silently; any other exception is logged as a
 /// warning without its text, which may hold what the user wrote.

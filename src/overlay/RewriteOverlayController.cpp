@@ -51,11 +51,6 @@ QString nameOf(const std::optional<RunningApplication>& app)
     return app->localizedName;
 }
 
-Task<> sleepFor(std::chrono::nanoseconds duration, std::stop_token stop)
-{
-    co_await Sleep(duration, stop);
-}
-
 } // namespace
 
 RewriteOverlayOptions::RewriteOverlayOptions() : sleep(sleepFor) {}

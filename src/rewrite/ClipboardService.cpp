@@ -20,7 +20,7 @@ Task<std::optional<QString>> ClipboardService::copySelectedText() const
     KeyPoster* keys = keys_;
     const qint64 before = co_await pasteboard->changeCount();
     co_await keys->post(VirtualKey::c, ModifierFlags::command);
-    co_await Sleep(copyWait);
+    co_await sleepFor(copyWait);
     const qint64 after = co_await pasteboard->changeCount();
     if (after == before)
         co_return std::nullopt;

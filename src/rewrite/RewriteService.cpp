@@ -43,11 +43,13 @@ QString nameOf(const std::optional<RunningApplication>& application)
 Task<bool> holdClipboard(ClipboardService clipboard, QString text)
 {
     for (int attempt = 0; attempt < placeAttempts; ++attempt) {
-        if (!co_await clipboard.place(text))
+        const bool placed = co_await clipboard.place(text);
+        if (!placed)
             co_return false;
         const qint64 placedAt = co_await clipboard.changeCount();
-        co_await Sleep(pasteWait);
-        if (co_await clipboard.holds(text, placedAt))
+        co_await sleepFor(pasteWait);
+        const bool held = co_await clipboard.holds(text, placedAt);
+        if (held)
             co_return true;
         qCInfo(lcQuillmarsh, "Another program took the clipboard; the result is put there again");
     }
@@ -241,7 +243,8 @@ Task<QString> RewriteService::requireResult(ProviderSelection provider, QString 
 Task<> RewriteService::pasteResult(std::optional<RunningApplication> target, QString result)
 {
     const QPointer self(this);
-    if (!co_await stage(self, holdClipboard(clipboardService_, result)))
+    const bool held = co_await stage(self, holdClipboard(clipboardService_, result));
+    if (!held)
         throw clipboardTaken();
     bool pasted = false;
     if (environment_.accessibilityCheck() && targetHolds(target))
@@ -255,7 +258,8 @@ Task<> RewriteService::pasteResult(std::optional<RunningApplication> target, QSt
 Task<> RewriteService::leaveOnClipboard(QString result)
 {
     const QPointer self(this);
-    if (!co_await stage(self, clipboardService_.place(result)))
+    const bool placed = co_await stage(self, clipboardService_.place(result));
+    if (!placed)
         throw clipboardTaken();
     completeOnClipboard();
 }

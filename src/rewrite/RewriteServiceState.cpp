@@ -58,7 +58,7 @@ void RewriteService::observeApplications()
 Task<> RewriteService::monitorPermission(QPointer<RewriteService> service, std::stop_token stop)
 {
     while (true) {
-        co_await Sleep(permissionInterval, stop);
+        co_await sleepFor(permissionInterval, stop);
         if (stop.stop_requested() || !service)
             co_return;
         service->checkAndSetupAccessibility(false);

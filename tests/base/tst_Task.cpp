@@ -14,13 +14,13 @@ Task<qint64> sleepAndMeasure(std::chrono::milliseconds duration, std::stop_token
 {
     QElapsedTimer timer;
     timer.start();
-    co_await Sleep(duration, stop);
+    co_await sleepFor(duration, stop);
     co_return timer.elapsed();
 }
 
 Task<> failWith(bool cancelled)
 {
-    co_await Sleep(1ms);
+    co_await sleepFor(1ms);
     if (cancelled)
         throw Cancelled();
     throw LocalizedError(QStringLiteral("secret text"));

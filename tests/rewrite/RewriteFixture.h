@@ -100,12 +100,12 @@ public:
     static Task<QString> shout(QString text, std::stop_token) { co_return text.toUpper(); }
     static Task<QString> failWith(QString message)
     {
-        co_await Sleep(std::chrono::milliseconds(1));
+        co_await sleepFor(std::chrono::milliseconds(1));
         throw AIError::apiError(500, message);
     }
     static Task<QString> neverAnswer(std::stop_token stop)
     {
-        co_await Sleep(std::chrono::hours(1), stop);
+        co_await sleepFor(std::chrono::hours(1), stop);
         throw Cancelled();
     }
 

@@ -4,6 +4,7 @@
 
 #include <QElapsedTimer>
 #include <QTest>
+#include <QTimer>
 
 using namespace quillmarsh;
 

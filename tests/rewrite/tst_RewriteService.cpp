@@ -3,6 +3,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 using namespace quillmarsh;
 using namespace std::chrono_literals;
@@ -385,7 +386,7 @@ private slots:
 private:
     static Task<QString> lateAnswer(QString text)
     {
-        co_await Sleep(60ms);
+        co_await sleepFor(60ms);
         co_return text;
     }
 
