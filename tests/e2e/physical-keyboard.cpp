@@ -1,0 +1,118 @@
+// Presses keys as a person's keyboard does: on the X server's physical keyboard device, apart from the
+// virtual one that synthetic input uses. Reads one command per line and answers each with one line.
+//   down KEY…      press in this order            up KEY…        release in this order
+//   chord KEY…     press in order, release in reverse
+//   hold MS KEY…   the same, held for MS milliseconds (the server repeats a held key)
+//   state          "modifiers=MASK locked=MASK keys=CODE,CODE…": what the server thinks is down
+// KEY is a keysym name ("Shift_L", "r") or #CODE for a keycode.
+#include <X11/XKBlib.h>
+#include <X11/Xlib.h>
+#include <X11/extensions/XInput.h>
+#include <X11/extensions/XTest.h>
+
+#include <chrono>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+Display* display = nullptr;
+XDevice* keyboard = nullptr;
+
+XDevice* openPhysicalKeyboard()
+{
+    int count = 0;
+    XDeviceInfo* devices = XListInputDevices(display, &count);
+    XDevice* found = nullptr;
+    for (int i = 0; i < count && !found; ++i) {
+        const std::string name = devices[i].name;
+        const bool isKeyboard = devices[i].use == IsXExtensionKeyboard;
+        if (isKeyboard && name.find("XTEST") == std::string::npos)
+            found = XOpenDevice(display, devices[i].id);
+    }
+    XFreeDeviceList(devices);
+    return found;
+}
+
+unsigned int keycode(const std::string& key)
+{
+    if (key.starts_with('#'))
+        return static_cast<unsigned int>(std::stoi(key.substr(1)));
+    return XKeysymToKeycode(display, XStringToKeysym(key.c_str()));
+}
+
+void press(const std::string& key, bool isDown)
+{
+    XTestFakeDeviceKeyEvent(display, keyboard, keycode(key), isDown, nullptr, 0, CurrentTime);
+    XSync(display, False);
+}
+
+void chord(const std::vector<std::string>& keys, std::chrono::milliseconds duration)
+{
+    for (const std::string& key : keys)
+        press(key, true);
+    std::this_thread::sleep_for(duration);
+    for (auto key = keys.rbegin(); key != keys.rend(); ++key)
+        press(*key, false);
+}
+
+std::string state()
+{
+    XkbStateRec modifiers;
+    XkbGetState(display, XkbUseCoreKbd, &modifiers);
+    char keys[32];
+    XQueryKeymap(display, keys);
+    std::ostringstream text;
+    text << "modifiers=" << int(modifiers.base_mods | modifiers.latched_mods)
+         << " locked=" << int(modifiers.locked_mods) << " keys=";
+    for (int code = 0; code < 256; ++code) {
+        if (keys[code / 8] & (1 << (code % 8)))
+            text << code << ',';
+    }
+    return text.str();
+}
+
+std::string answer(const std::string& line)
+{
+    std::istringstream words(line);
+    std::string command;
+    words >> command;
+    std::chrono::milliseconds duration{20};
+    if (command == "hold") {
+        int milliseconds = 0;
+        words >> milliseconds;
+        duration = std::chrono::milliseconds(milliseconds);
+    }
+    std::vector<std::string> keys;
+    for (std::string key; words >> key;)
+        keys.push_back(key);
+    if (command == "state")
+        return state();
+    if (command == "chord" || command == "hold") {
+        chord(keys, duration);
+    } else if (command == "down" || command == "up") {
+        for (const std::string& key : keys)
+            press(key, command == "down");
+    } else {
+        return "unknown command";
+    }
+    return "ok";
+}
+
+} // namespace
+
+int main()
+{
+    display = XOpenDisplay(nullptr);
+    keyboard = display ? openPhysicalKeyboard() : nullptr;
+    if (!keyboard) {
+        std::cerr << "physical-keyboard: no display, or it has no physical keyboard\n";
+        return 1;
+    }
+    for (std::string line; std::getline(std::cin, line);)
+        std::cout << answer(line) << std::endl;
+    return 0;
+}
