@@ -155,6 +155,8 @@ private slots:
         QVERIFY(service_->checkForUpdates(false).isReady());
         QVERIFY(service_->isChecking());
         QCOMPARE(server_->requests().size(), 1);
+        service_.reset();
+        runTask(std::move(first));
     }
 
     void aServiceMayDieWhileItChecks()
