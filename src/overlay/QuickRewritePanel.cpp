@@ -10,6 +10,7 @@
 #include <QPainterPath>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QSignalBlocker>
 #include <QtQml/qqml.h>
 
 #include <algorithm>
@@ -78,10 +79,13 @@ void start(QVariantAnimation& animation, const PanelTransition& transition, cons
            const QVariant& to, std::chrono::milliseconds duration)
 {
     animation.stop();
+    // Each of these values tells a new present value, computed at the end of the animation before.
+    QSignalBlocker blocker(&animation);
     animation.setEasingCurve(transition.curve);
     animation.setDuration(static_cast<int>(duration.count()));
     animation.setStartValue(from);
     animation.setEndValue(to);
+    blocker.unblock();
     animation.start();
 }
 
@@ -125,6 +129,7 @@ void QuickRewritePanel::makeWindow()
     format.setAlphaBufferSize(8);
     window_->setFormat(format);
     window_->setResizeMode(QQuickView::SizeRootObjectToView);
+    window_->setProperty("shadowMargin", RewriteOverlayState::margin);
     panelWindow_.configure(*window_);
     updateAppearance();
     updateCompositing();
@@ -169,7 +174,10 @@ void QuickRewritePanel::orderOut()
 
 void QuickRewritePanel::run(const PanelTransition& transition, std::function<void()> completed)
 {
-    if (transition.frame && transition.duration == 0ms)
+    // Without a compositor the server shows each step of a resize before it is painted; one step is enough
+    // then.
+    const bool jumps = transition.duration == 0ms || !surroundings_.isComposited();
+    if (transition.frame && jumps)
         setFrame(*transition.frame);
     else if (transition.frame)
         start(frameAnimation_, transition, frame_, *transition.frame, transition.duration);
@@ -188,8 +196,10 @@ void QuickRewritePanel::run(const PanelTransition& transition, std::function<voi
 void QuickRewritePanel::applyFrame(const QRectF& frame)
 {
     frame_ = frame;
-    window_->setGeometry(pixelAligned(frame));
-    applyMask();
+    const QRect geometry = pixelAligned(frame);
+    // The shape first: after the resize the old one would cut away the picture that is still to be seen.
+    applyMask(geometry.size());
+    window_->setGeometry(geometry);
 }
 
 void QuickRewritePanel::applyOpacity(qreal opacity)
@@ -198,9 +208,9 @@ void QuickRewritePanel::applyOpacity(qreal opacity)
     window_->setOpacity(surroundings_.isComposited() ? opacity : 1);
 }
 
-void QuickRewritePanel::applyMask()
+void QuickRewritePanel::applyMask(const QSize& size)
 {
-    const QRegion shape = surroundings_.isComposited() ? QRegion() : surfaceShape(window_->size());
+    const QRegion shape = surroundings_.isComposited() ? QRegion() : surfaceShape(size);
     if (window_->mask() != shape)
         window_->setMask(shape);
 }
@@ -209,7 +219,7 @@ void QuickRewritePanel::updateCompositing()
 {
     surroundings_.setIsComposited(panelWindow_.isCompositing());
     window_->setColor(surroundings_.isComposited() ? Qt::transparent : Qt::white);
-    applyMask();
+    applyMask(window_->size());
     applyOpacity(opacity_);
 }
 

@@ -35,7 +35,7 @@ private:
     void makeWindow();
     void applyFrame(const QRectF& frame);
     void applyOpacity(qreal opacity);
-    void applyMask();
+    void applyMask(const QSize& size);
     void updateCompositing();
     void updateAppearance();
     void pointerMoved(bool isInside);

@@ -58,8 +58,13 @@ Item {
         border.color: view.outline
         clip: true
 
+        // Each layout has the size of its own phase from the start and stands where the panel does, at the bottom
+        // centre; a surface that grows uncovers it.
         ProgressPill {
-            anchors.fill: parent
+            anchors.bottom: parent.bottom
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: 56
+            height: 36
             overlay: view.overlay
             surroundings: view.surroundings
             radius: view.surfaceRadius
@@ -70,12 +75,15 @@ Item {
 
             Behavior on opacity {
                 enabled: view.animates
-                PhaseFade {}
+                NumberAnimation { duration: 70 }
             }
         }
 
         SuccessPill {
-            anchors.fill: parent
+            anchors.bottom: parent.bottom
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: view.overlay.windowSize.width - 2 * view.inset
+            height: 32
             overlay: view.overlay
             surroundings: view.surroundings
             radius: view.surfaceRadius
@@ -85,12 +93,15 @@ Item {
 
             Behavior on opacity {
                 enabled: view.animates
-                PhaseFade {}
+                OutcomeFade {}
             }
         }
 
         ErrorCard {
-            anchors.fill: parent
+            anchors.bottom: parent.bottom
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: 320
+            height: view.overlay.hasActionTitle ? 104 : 80
             overlay: view.overlay
             surroundings: view.surroundings
             enabled: view.phase === RewriteOverlayState.Error
@@ -99,14 +110,18 @@ Item {
 
             Behavior on opacity {
                 enabled: view.animates
-                PhaseFade {}
+                OutcomeFade {}
             }
         }
     }
 
-    component PhaseFade: NumberAnimation {
-        duration: 180
-        easing.type: Easing.BezierSpline
-        easing.bezierCurve: [0.77, 0, 0.175, 1, 1, 1]
+    // The outcome comes in while the surface settles into its size.
+    component OutcomeFade: SequentialAnimation {
+        PauseAnimation { duration: 50 }
+        NumberAnimation {
+            duration: 130
+            easing.type: Easing.BezierSpline
+            easing.bezierCurve: [0.23, 1, 0.32, 1, 1, 1]
+        }
     }
 }

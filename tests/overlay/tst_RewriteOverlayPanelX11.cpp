@@ -166,6 +166,20 @@ private slots:
         QTRY_COMPARE(pixel({40, 51}), deskColor);
     }
 
+    void aCompositorIsToldOfTheShadowInTheMargin()
+    {
+        show();
+        const auto window = static_cast<xcb_window_t>(panel_->window().winId());
+        const auto connection = XConnection::open();
+        const auto reply = replyOf<xcb_get_property_reply>(
+            connection->get(),
+            xcb_get_property(connection->get(), 0, window, connection->atom("_GTK_FRAME_EXTENTS"),
+                             XCB_ATOM_CARDINAL, 0, 4));
+        QVERIFY(reply && reply->value_len == 4);
+        const auto* extents = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
+        QCOMPARE((std::vector<uint32_t>(extents, extents + 4)), (std::vector<uint32_t>{12, 12, 12, 12}));
+    }
+
     void theFocusStaysWhereItIs()
     {
         show();

@@ -12,6 +12,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <algorithm>
+
 using namespace quillmarsh;
 
 namespace {
@@ -433,6 +435,31 @@ private slots:
         QTest::qWait(200);
         QVERIFY(stage.window().isVisible());
         QCOMPARE(stage.window().opacity(), 1.0);
+    }
+
+    void aTransitionBeginsWhereThePanelIs()
+    {
+        Stage stage;
+        stage.show();
+        stage.fail({}, {});
+        stage.show();
+        std::vector<int> heights;
+        connect(&stage.window(), &QWindow::heightChanged, &stage.window(),
+                [&heights](int height) { heights.push_back(height); });
+        stage.fail({}, {});
+        QVERIFY(heights.size() > 3);
+        QVERIFY(std::is_sorted(heights.begin(), heights.end()));
+        QCOMPARE(heights.back(), 104);
+    }
+
+    void withoutACompositorAResizeIsOneStep()
+    {
+        Stage stage;
+        stage.panelWindow.setCompositing(false);
+        stage.show();
+        stage().finish({}, {}, true);
+        QCOMPARE(stage.window().size(), QSize(344, 104));
+        QCOMPARE(stage.window().mask().boundingRect(), QRect(12, 12, 320, 80));
     }
 
     void theWindowFollowsItsAnchorInWholePixels()

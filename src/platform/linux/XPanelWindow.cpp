@@ -8,6 +8,8 @@
 
 #include <xcb/xfixes.h>
 
+#include <array>
+
 namespace quillmarsh {
 
 namespace {
@@ -63,13 +65,10 @@ void XPanelWindow::orderFrontRegardless(QWindow& window)
 {
     if (connection_ && isOnX11() && !window.handle()) {
         window.create();
-        // Compositors give a window of this type neither a dock's shadow nor a dialog's dimming.
-        const xcb_atom_t type = connection_->atom("_NET_WM_WINDOW_TYPE_NOTIFICATION");
-        xcb_change_property(connection_->get(), XCB_PROP_MODE_REPLACE,
-                            static_cast<xcb_window_t>(window.winId()),
-                            connection_->atom("_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, 32, 1, &type);
-        xcb_flush(connection_->get());
+        describe(window);
     }
+    if (connection_ && isOnX11())
+        keepPictureWhileResizing(window);
     window.show();
     if (!connection_ || !isOnX11())
         return;
@@ -77,6 +76,33 @@ void XPanelWindow::orderFrontRegardless(QWindow& window)
     constexpr uint32_t above = XCB_STACK_MODE_ABOVE;
     xcb_configure_window(connection_->get(), static_cast<xcb_window_t>(window.winId()),
                          XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    xcb_flush(connection_->get());
+}
+
+void XPanelWindow::describe(QWindow& window)
+{
+    const auto id = static_cast<xcb_window_t>(window.winId());
+    // Compositors give a window of this type neither a dock's shadow nor a dialog's dimming.
+    const xcb_atom_t type = connection_->atom("_NET_WM_WINDOW_TYPE_NOTIFICATION");
+    xcb_change_property(connection_->get(), XCB_PROP_MODE_REPLACE, id,
+                        connection_->atom("_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, 32, 1, &type);
+    // What lies in these is the window's own shadow; nobody else should draw one around it.
+    const auto margin =
+        static_cast<uint32_t>(qRound(window.property("shadowMargin").toReal() * window.devicePixelRatio()));
+    const std::array<uint32_t, 4> extents{margin, margin, margin, margin};
+    xcb_change_property(connection_->get(), XCB_PROP_MODE_REPLACE, id,
+                        connection_->atom("_GTK_FRAME_EXTENTS"), XCB_ATOM_CARDINAL, 32, extents.size(),
+                        extents.data());
+}
+
+// Between a resize and the next picture the server shows the old one: about the bottom centre, which stands
+// still, on a clear ground, or without a compositor on white. Its defaults show it in the wrong place for a
+// frame.
+void XPanelWindow::keepPictureWhileResizing(QWindow& window)
+{
+    const std::array<uint32_t, 2> values{compositing_ ? 0x00000000U : 0xFFFFFFFFU, XCB_GRAVITY_SOUTH};
+    xcb_change_window_attributes(connection_->get(), static_cast<xcb_window_t>(window.winId()),
+                                 XCB_CW_BACK_PIXEL | XCB_CW_BIT_GRAVITY, values.data());
     xcb_flush(connection_->get());
 }
 

@@ -25,6 +25,8 @@ public:
 
 private:
     void watchCompositor();
+    void describe(QWindow& window);
+    void keepPictureWhileResizing(QWindow& window);
 
     std::shared_ptr<XConnection> connection_;
     bool compositing_ = false;
