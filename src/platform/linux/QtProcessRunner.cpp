@@ -1,8 +1,7 @@
 #include "platform/linux/QtProcessRunner.h"
 
 #include "base/Log.h"
-
-#include <QProcess>
+#include "platform/linux/ChildProcess.h"
 
 #include <qcoro/qcorosignal.h>
 
@@ -24,24 +23,17 @@ struct KillAndDelete
 Task<int> QtProcessRunner::run(QString program, QStringList arguments, std::stop_token stop)
 {
     throwIfStopped(stop);
-    const std::unique_ptr<QProcess, KillAndDelete> process(new QProcess);
-    process->setProgram(program);
-    process->setArguments(arguments);
-    process->setStandardInputFile(QProcess::nullDevice());
-    process->setStandardOutputFile(QProcess::nullDevice());
-    process->setStandardErrorFile(QProcess::nullDevice());
+    const std::unique_ptr<ChildProcess, KillAndDelete> process(new ChildProcess(program, arguments));
     const std::stop_callback killOnStop(stop, [guard = QPointer(process.get())] {
         QMetaObject::invokeMethod(guard, &QProcess::kill, Qt::QueuedConnection);
     });
     process->start();
     while (process->state() != QProcess::NotRunning)
-        co_await qCoro(process.get(), &QProcess::stateChanged);
+        co_await qCoro(process.get(), &ChildProcess::ended);
     throwIfStopped(stop);
-    if (process->error() == QProcess::FailedToStart) {
+    if (process->error() == QProcess::FailedToStart)
         qCWarning(lcQuillmarsh, "A tool could not be started: %s", qUtf8Printable(program));
-        co_return -1;
-    }
-    co_return process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
+    co_return process->status();
 }
 
 } // namespace quillmarsh

@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "platform/linux/BundleFolder.h"
+#include "platform/linux/ChildProcess.h"
 #include "platform/linux/XConnection.h"
 #include "platform/linux/XWindows.h"
 
@@ -28,25 +29,20 @@ constexpr auto openerFailsWithin = 3s;
 /// Runs the opener until it ended or has outlived `openerFailsWithin`; then it belongs to the desktop.
 Task<bool> runOpener(QString program, QStringList arguments)
 {
-    auto* const process = new QProcess; // never destroyed while it runs: that would end the browser with it
-    process->setProgram(program);
-    process->setArguments(arguments); // a list, never a shell's line
-    process->setStandardInputFile(QProcess::nullDevice());
-    process->setStandardOutputFile(QProcess::nullDevice());
-    process->setStandardErrorFile(QProcess::nullDevice());
+    auto* const process =
+        new ChildProcess(program, arguments); // destroying a running one would end the browser
     process->start();
     const QDeadlineTimer patience(openerFailsWithin);
     while (process->state() != QProcess::NotRunning && !patience.hasExpired()) {
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(patience.remainingTimeAsDuration());
-        co_await qCoro(process, &QProcess::stateChanged, rest);
+        co_await qCoro(process, &ChildProcess::ended, rest);
     }
     if (process->state() != QProcess::NotRunning) {
-        QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+        QObject::connect(process, &ChildProcess::ended, process, &QObject::deleteLater);
         co_return true;
     }
     process->deleteLater();
-    co_return process->error() != QProcess::FailedToStart && process->exitStatus() == QProcess::NormalExit &&
-        process->exitCode() == 0;
+    co_return process->status() == 0;
 }
 
 QDBusMessage showItems(const QString& path)
