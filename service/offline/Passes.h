@@ -5,6 +5,10 @@
 
 namespace quillmarsh::service {
 
+/// Whether a text speaks of programs: there, a word that no dictionary has ("umask") and a mark between
+/// blanks are rather meant than mistaken.
+[[nodiscard]] bool isTechnical(const Tokens& tokens);
+
 /// Blanks between words and around marks, and marks given twice by mistake. Leaves indentation, tables,
 /// ellipses and the two blanks that some people write behind a full stop.
 void fixSpacing(Tokens& tokens, const Lexicon& lexicon);
@@ -18,11 +22,6 @@ void fixSpelling(Tokens& tokens, const Speller& speller, const Lexicon& lexicon)
 void fixCapitals(Tokens& tokens, const Lexicon& lexicon);
 /// The full stop or question mark at the end of a paragraph whose last words are a sentence.
 void fixSentenceEnds(Tokens& tokens);
-
-/// Whether the words from `first` (which begins the sentence) on are a whole sentence and not a heading, a
-/// label or a part of one; and whether it is a question.
-enum class SentenceKind { None, Statement, Question };
-[[nodiscard]] SentenceKind sentenceKind(const Tokens& tokens, size_t first);
 
 /// Takes the sentences that are not English out of the reach of every pass. Returns whether there is English
 /// in it.

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <unordered_map>
 
 #include "base/Text.h"
+#include "offline/Inflection.h"
 
 namespace quillmarsh::service {
 
@@ -24,45 +24,6 @@ bool isQuestion(const Tokens& tokens, size_t last)
         }
     }
     return false;
-}
-
-/// "two week": a noun with its -s.
-std::string pluralOf(const std::string& noun)
-{
-    if (noun == "person") {
-        return "people";
-    }
-    return noun.ends_with('y') && !noun.ends_with("ay") ? noun.substr(0, noun.size() - 1) + "ies"
-                                                        : noun + "s";
-}
-
-std::string thirdPersonOf(const std::string& verb)
-{
-    return verb == "have"                                                        ? "has"
-           : verb.ends_with('o') || verb.ends_with("ch") || verb.ends_with("sh") ? verb + "es"
-                                                                                 : pluralOf(verb);
-}
-
-std::string ingOf(const std::string& verb)
-{
-    return verb.ends_with('e') && !verb.ends_with("ee") ? verb.substr(0, verb.size() - 1) + "ing"
-                                                        : verb + "ing";
-}
-
-using Inflection = std::string (*)(const std::string&);
-
-/// The forms that the right side of a rule can ask for.
-Inflection inflectionNamed(std::string_view name)
-{
-    static const std::unordered_map<std::string_view, Inflection> inflections{
-        {"-base", [](const std::string& word) { return baseOfPast(word); }},
-        {"-s", thirdPersonOf},
-        {"-ing", ingOf},
-        {"-plural", pluralOf},
-        {"-stem", [](const std::string& word) { return word.substr(0, word.find('\'')); }},
-    };
-    const auto found = inflections.find(name);
-    return found == inflections.end() ? nullptr : found->second;
 }
 
 /// What "$2", "$2-base" or "$2're" stands for.

@@ -12,10 +12,10 @@ using Kind = Token::Kind;
 
 /// A full stop behind one of these does not end a sentence.
 constexpr std::array abbreviations{
-    "mr",  "mrs",  "ms",  "dr",  "prof", "st",  "sr",   "jr",  "vs",  "etc", "approx", "no",  "nos", "fig",
-    "vol", "dept", "est", "min", "max",  "inc", "ltd",  "co",  "jan", "feb", "mar",    "apr", "jun", "jul",
-    "aug", "sept", "sep", "oct", "nov",  "dec", "mon",  "tue", "wed", "thu", "fri",    "sat", "sun", "pp",
-    "ed",  "al",   "ca",  "cf",  "e.g",  "i.e", "govt", "tel", "ext", "ave", "rd",     "ft",  "sec"};
+    "mr",  "mrs",  "ms",  "dr",  "prof", "st",  "sr",  "jr",   "vs",  "etc", "approx", "no",  "nos", "fig",
+    "vol", "dept", "est", "min", "max",  "inc", "ltd", "co",   "jan", "feb", "mar",    "apr", "jun", "jul",
+    "aug", "sept", "sep", "oct", "nov",  "dec", "mon", "tue",  "wed", "thu", "fri",    "sat", "sun", "pp",
+    "ed",  "al",   "ca",  "cf",  "ff",   "e.g", "i.e", "govt", "tel", "ext", "ave",    "rd",  "ft",  "sec"};
 
 bool isAbbreviation(const Token& token)
 {

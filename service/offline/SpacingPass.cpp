@@ -48,8 +48,9 @@ bool isFramed(const Tokens& tokens, size_t begin, size_t end)
 class LineSpacing final
 {
 public:
-    LineSpacing(const Tokens& in, size_t begin, size_t end, Tokens& out, const Lexicon& lexicon)
-        : in_(in), begin_(begin), end_(end), out_(out), lexicon_(lexicon)
+    LineSpacing(const Tokens& in, size_t begin, size_t end, Tokens& out, const Lexicon& lexicon,
+                bool technical)
+        : in_(in), begin_(begin), end_(end), out_(out), lexicon_(lexicon), technical_(technical)
     {}
 
     void run()
@@ -78,10 +79,12 @@ private:
         const Token& behind = in_[i + 1];
         const bool wordsBefore = before.isContent() || before.is(Kind::Punctuation);
         const bool markBehind = isOneOf(behind, closingMarks) && !startsSomething(i + 1);
-        if (markBehind && before.isContent()) {
+        if (markBehind && (before.isContent() || before.isMark(')')) && (!technical_ || behind.isMark(','))) {
             return;
         }
-        if ((isOneOf(before, "([") && behind.isContent()) || (isOneOf(behind, ")]") && before.isContent())) {
+        const bool insideBrackets = (before.isMark('(') && behind.is(Kind::Word)) ||
+                                    (behind.isMark(')') && (before.isContent() || isOneOf(before, ".!?")));
+        if (insideBrackets && !technical_) {
             return;
         }
         Token single = in_[i];
@@ -139,6 +142,7 @@ private:
     size_t end_;
     Tokens& out_;
     const Lexicon& lexicon_;
+    bool technical_;
 };
 
 } // namespace
@@ -162,6 +166,7 @@ void fixSpacing(Tokens& tokens, const Lexicon& lexicon)
     }
     const auto gapped =
         std::count_if(lines.begin(), lines.end(), [](const Line& l) { return l.alignment.wideGaps > 0; });
+    const bool technical = isTechnical(tokens);
     Tokens out;
     out.reserve(tokens.size());
     for (const Line& line : lines) {
@@ -171,7 +176,7 @@ void fixSpacing(Tokens& tokens, const Lexicon& lexicon)
             out.insert(out.end(), tokens.begin() + static_cast<std::ptrdiff_t>(line.begin),
                        tokens.begin() + static_cast<std::ptrdiff_t>(line.end));
         } else {
-            LineSpacing(tokens, line.begin, line.end, out, lexicon).run();
+            LineSpacing(tokens, line.begin, line.end, out, lexicon, technical).run();
         }
         if (line.end < tokens.size()) {
             out.push_back(tokens[line.end]);

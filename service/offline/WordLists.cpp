@@ -100,7 +100,8 @@ const char* const WordLists::functionWords = "the a an and or but of to in on at
                                              "wasn't weren't haven't hasn't hadn't shouldn't";
 
 const char* const WordLists::jargon =
-    "prepend prepended append ghostty alacritty umask repl mixin mixins stdin stdout stderr args kwargs "
+    "pushd popd keyid oneline onelines statted prepending prepends prepend prepended append ghostty "
+    "alacritty umask repl mixin mixins stdin stdout stderr args kwargs "
     "param params init env util utils impl func "
     "tuple tuples "
     "config configs decodable undecodable memoize requestor requestors padding paddings compositor "

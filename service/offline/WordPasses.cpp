@@ -16,11 +16,11 @@ using Kind = Token::Kind;
 /// in", "you you" and their like can be right and are left alone.
 bool neverTwice(const std::string& lower)
 {
-    constexpr std::array words{"the", "a",      "an",   "and",   "or",   "of",   "to",      "for",   "with",
-                               "at",  "by",     "from", "my",    "your", "our",  "their",   "these", "this",
-                               "i",   "we",     "they", "he",    "she",  "can",  "will",    "but",   "as",
-                               "if",  "are",    "be",   "would", "into", "when", "because", "about", "have",
-                               "not", "please", "then", "than",  "its"};
+    constexpr std::array words{"the",   "a",    "an",  "and",    "or",    "of",   "to",   "for",
+                               "with",  "at",   "by",  "from",   "my",    "your", "our",  "their",
+                               "these", "this", "i",   "we",     "they",  "he",   "she",  "but",
+                               "as",    "if",   "are", "be",     "would", "into", "when", "because",
+                               "about", "have", "not", "please", "then",  "than", "its"};
     return std::find(words.begin(), words.end(), lower) != words.end();
 }
 
@@ -162,14 +162,6 @@ private:
     bool strict_;
 };
 
-/// Text about programs is full of words that no dictionary has ("umask", "readv").
-bool isTechnical(const Tokens& tokens)
-{
-    return std::any_of(tokens.begin(), tokens.end(), [](const Token& token) {
-        return token.is(Kind::Opaque) && token.text.find_first_of("_(`{}=<\\") != std::string::npos;
-    });
-}
-
 void appendWords(const std::string& text, bool startsSentence, Tokens& out)
 {
     for (const std::string& word : splitList(text, ' ')) {
@@ -183,6 +175,17 @@ void appendWords(const std::string& text, bool startsSentence, Tokens& out)
 }
 
 } // namespace
+
+bool isTechnical(const Tokens& tokens)
+{
+    return std::any_of(tokens.begin(), tokens.end(), [](const Token& token) {
+        const bool link =
+            token.text.find("://") != std::string::npos || token.text.find('@') != std::string::npos;
+        return token.is(Kind::Opaque) && !link &&
+               (token.text.find_first_of("_(`{}=<\\/[") != std::string::npos || token.text.starts_with('-') ||
+                token.text.starts_with('$'));
+    });
+}
 
 void fixSpelling(Tokens& tokens, const Speller& speller, const Lexicon& lexicon)
 {

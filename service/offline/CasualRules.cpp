@@ -1,0 +1,80 @@
+#include "offline/RuleTexts.h"
+
+namespace quillmarsh::service {
+
+const char* const RuleTexts::casual = R"(
+i|you|he|she|it|we|they will not => $1 won't
+you|we|they are not => $1 aren't
+he|she|it|that|there is not => $1 isn't
+^ i am writing to ~ask|tell|let|say|inform|confirm|check => I'm writing to
+i am ~<word> => I'm
+you|we|they are ~<word> => $1're
+he|she|it|that|there|here is ~<word> => $1's
+i|you|we|they have ~<pp>|been => $1've
+i|you|he|she|it|we|they will ~<word> => $1'll
+i|you|we|they would ~like|love|be|prefer|appreciate|rather => $1'd
+!do do not ~<word> => don't
+does not => doesn't
+did not => didn't
+is not => isn't
+are not => aren't
+was not => wasn't
+were not => weren't
+has not => hasn't
+have not => haven't
+had not => hadn't
+would not => wouldn't
+could not => couldn't
+should not => shouldn't
+will not => won't
+cannot => can't
+can not => can't
+^ let us ~<base> !know|have => let's
+^ thank you very|so much => thanks so much
+^ thank you => thanks
+thank you $ => thanks
+^ dear ~<name> => hi
+^ good morning|afternoon|evening => hi
+please do not hesitate to contact|ask|call => feel free to $6
+please don't hesitate to contact|ask|call => feel free to $5
+at your earliest convenience => when you get a chance
+as soon as possible => as soon as you can
+in order to => to
+prior to => before
+subsequent to => after
+with regard|regards|respect to => about
+in regard|regards to => about
+regarding ~the|your|our|my|this|that => about
+in addition , => also,
+furthermore|moreover|additionally , => also,
+^ therefore|consequently|thus , => so
+^ however , => but
+^ nevertheless|nonetheless , => still,
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may|not utilize|utilise => $1 use
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may|not|i|we|you purchase ~a|an|the|some|this|that|it|one|two|more|your|our => $1 buy
+purchased => bought
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may|i|we|you assist ~you|me|us|him|her|them|with|in => $1 help
+for|your|our|my|any|further assistance => $1 help
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|shall|may commence => $1 start
+commenced => started
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|may obtain => $1 get
+obtained => got
+i|we|you|they|will require => $1 need
+it requires => it needs
+sufficient => enough
+additional ~information|details|questions|time|help|people => more
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may inform ~you|me|us|him|her|them => $1 tell
+to|will|i'll|we'll|you'll|they'll|he'll|she'll|can|could|must|should|please|may inquire => $1 ask
+i|we apologize for => sorry about
+^ i|we apologize for => sorry about
+children => kids
+extremely|very|highly ~<adj> => really
+individuals => people
+approximately => about
+currently => right now
+kind|best|warm regards => cheers
+sincerely $ => cheers
+yours sincerely|faithfully => cheers
+)";
+
+} // namespace quillmarsh::service
