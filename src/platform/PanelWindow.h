@@ -17,8 +17,8 @@ class PanelWindow : public QObject
 public:
     using QObject::QObject;
 
-    /// Call before the window is first shown; it stays a panel for its life, and its bottom centre is what stands
-    /// still when it changes its size. A window that paints its own shadow says how wide that is, in
+    /// Call before the window is first shown; it stays a panel for its life, and its bottom centre is what
+    /// stands still when it changes its size. A window that paints its own shadow says how wide that is, in
     /// device-independent pixels, in its property "shadowMargin".
     virtual void configure(QWindow& window) = 0;
     /// Shows the window on top without activating the application.
