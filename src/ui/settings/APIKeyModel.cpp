@@ -70,7 +70,8 @@ void APIKeyModel::loadKey()
 Task<> APIKeyModel::load(QPointer<APIKeyModel> self, KeychainService keychain, QString account,
                          int generation)
 {
-    const SecItemResult result = co_await keychain.items->copyMatching({keychain.service, account});
+    const SecItemQuery query{keychain.service, account}; // named: g++ 12 destroys an awaited aggregate twice
+    const SecItemResult result = co_await keychain.items->copyMatching(query);
     if (self && self->generation_ == generation)
         self->loaded(result);
 }
@@ -132,8 +133,9 @@ void APIKeyModel::remove()
 Task<> APIKeyModel::erase(QPointer<APIKeyModel> self, KeychainService keychain, QString account,
                           int generation)
 {
+    const SecItemQuery query{keychain.service, account};
     co_await keychain.remove(account);
-    const SecItemResult left = co_await keychain.items->copyMatching({keychain.service, account});
+    const SecItemResult left = co_await keychain.items->copyMatching(query);
     if (self && self->generation_ == generation)
         self->erased(left.status);
 }

@@ -52,7 +52,7 @@ Rectangle {
                 text: modelData.label
                 icon: modelData.symbol
                 selected: index === sidebar.sections.index
-                activeFocusOnTab: selected
+                tabStop: selected
                 onClicked: sidebar.sections.index = index
                 Keys.onUpPressed: walk(-1)
                 Keys.onDownPressed: walk(1)

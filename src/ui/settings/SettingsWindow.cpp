@@ -61,10 +61,12 @@ SettingsWindow::~SettingsWindow() = default;
 
 void SettingsWindow::show()
 {
-    if (!view_)
+    if (!view_) {
         open();
-    view_->show();
-    view_->raise();
+        view_->show();
+    } else {
+        view_->raise();
+    }
     view_->requestActivate();
 }
 

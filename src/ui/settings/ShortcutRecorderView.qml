@@ -73,7 +73,7 @@ Column {
             AppButton {
                 objectName: "stopRecording"
                 visible: view.isRecording
-                activeFocusOnTab: false
+                tabStop: false
                 kind: "quiet"
                 text: "Cancel"
                 onClicked: view.editor.recorder.cancel()

@@ -43,7 +43,7 @@ int WritingActionsModel::rowCount(const QModelIndex& parent) const
 
 QVariant WritingActionsModel::data(const QModelIndex& index, int role) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+    if (!contains(index.row()))
         return {};
     const InstructionShortcut& row = action(index.row());
     switch (role) {
