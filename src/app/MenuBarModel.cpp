@@ -53,6 +53,7 @@ void MenuBarModel::observe()
     connect(rewrites, &RewriteService::isProcessingChanged, this, &MenuBarModel::processingChanged);
     connect(rewrites, &RewriteService::hasAccessibilityChanged, this, &MenuBarModel::accessibilityChanged);
     connect(rewrites, &RewriteService::shortcutsRegistered, this, &MenuBarModel::actionsChanged);
+    connect(rewrites, &RewriteService::hotkeyRegisteredChanged, this, &MenuBarModel::actionsChanged);
     const auto* settings = &environment_.settings;
     connect(settings, &AppSettings::instructionShortcutsChanged, this, &MenuBarModel::actionsChanged);
     connect(settings, &AppSettings::providerChanged, this, &MenuBarModel::connectionChanged);

@@ -10,7 +10,6 @@ FocusScope {
     property bool isComposited: false
 
     readonly property real inset: 8
-    readonly property real listRoom: Screen.desktopAvailableHeight - top.implicitHeight - bottom.implicitHeight - 60
 
     signal dismissed()
 
@@ -22,7 +21,7 @@ FocusScope {
     }
 
     implicitWidth: 308
-    implicitHeight: top.implicitHeight + list.height + bottom.implicitHeight + 2 * inset
+    implicitHeight: top.implicitHeight + list.contentHeight + bottom.implicitHeight + 2 * inset
     focus: true
 
     Accessible.role: Accessible.PopupMenu
@@ -111,7 +110,8 @@ FocusScope {
         x: root.inset
         anchors.top: top.bottom
         width: top.width
-        height: Math.min(contentHeight, Math.max(120, root.listRoom))
+        // On a small screen the actions scroll and the rest stays.
+        height: Math.max(0, Math.min(contentHeight, root.height - top.implicitHeight - bottom.implicitHeight - 2 * root.inset))
         spacing: 0
 
         Repeater {

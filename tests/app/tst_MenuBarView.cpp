@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -36,20 +37,28 @@ private slots:
 private:
     QQuickView* open();
     void type(const QString& text);
+    /// Without the release: the window may be gone by then.
+    void press(Qt::Key key) { QTest::keyPress(view_->window(), key); }
     [[nodiscard]] QString focused() const;
+    [[nodiscard]] static int expectedHeight(const QQuickView& window)
+    {
+        const int room = window.screen()->availableGeometry().height() - 16;
+        return std::min(room, static_cast<int>(window.rootObject()->implicitHeight()));
+    }
 
     std::unique_ptr<MenuBarFixture> fixture_;
+    std::vector<std::unique_ptr<MenuBarFixture>> retired_;
     std::unique_ptr<MenuBarView> view_;
 };
 
 void tst_MenuBarView::initTestCase()
 {
-    test::failOnWarnings();
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 }
 
 void tst_MenuBarView::init()
 {
+    test::failOnWarnings();
     fixture_ = std::make_unique<MenuBarFixture>();
     view_ = std::make_unique<MenuBarView>(*fixture_->model, *fixture_->rewrites.platform.panelWindow);
 }
@@ -57,7 +66,7 @@ void tst_MenuBarView::init()
 void tst_MenuBarView::cleanup()
 {
     view_.reset();
-    fixture_.reset();
+    retired_.push_back(std::move(fixture_)); // what a test has started may still be on its way
 }
 
 QQuickView* tst_MenuBarView::open()
@@ -131,7 +140,7 @@ void tst_MenuBarView::theKeyboardWalksAndChooses()
     QTest::keyClick(view_->window(), Qt::Key_Down);
     QTest::keyClick(view_->window(), Qt::Key_Up);
     QTest::keyClick(view_->window(), Qt::Key_Down);
-    QTest::keyClick(view_->window(), Qt::Key_Return);
+    press(Qt::Key_Return);
     QVERIFY(!view_->isOpen());
     QTRY_COMPARE(fixture_->rewrites.script->instructions.size(), 1);
     QCOMPARE(fixture_->rewrites.script->instructions.first(),
@@ -147,7 +156,7 @@ void tst_MenuBarView::escapeClosesTheFieldThenTheMenu()
     QTest::keyClick(view_->window(), Qt::Key_Escape);
     QVERIFY(view_->isOpen());
     QVERIFY(!fixture_->model->showsCustomField());
-    QTest::keyClick(view_->window(), Qt::Key_Escape);
+    press(Qt::Key_Escape);
     QVERIFY(!view_->isOpen());
 }
 
@@ -160,7 +169,7 @@ void tst_MenuBarView::aTypedInstructionRuns()
     QVERIFY(view_->isOpen());
     QVERIFY(fixture_->model->showsCustomField());
     type(QStringLiteral("shout "));
-    QTest::keyClick(view_->window(), Qt::Key_Return);
+    press(Qt::Key_Return);
     QVERIFY(!view_->isOpen());
     QTRY_COMPARE(fixture_->rewrites.script->instructions, QStringList("shout"));
 }
@@ -183,7 +192,11 @@ void tst_MenuBarView::oneClickTogglesOnce()
     view_->close(); // the press takes the focus away
     view_->toggle(icon);
     QVERIFY(!view_->isOpen());
-    QTRY_VERIFY((view_->toggle(icon), view_->isOpen()));
+    QElapsedTimer timer;
+    timer.start();
+    QTRY_VERIFY(timer.hasExpired(310));
+    view_->toggle(icon);
+    QVERIFY(view_->isOpen());
 }
 
 void tst_MenuBarView::states()
@@ -196,7 +209,7 @@ void tst_MenuBarView::states()
 
     fixture_->model->openCustomField();
     type(QStringLiteral("Make it rhyme"));
-    QTRY_COMPARE(window->height(), static_cast<int>(window->rootObject()->implicitHeight()));
+    QTRY_COMPARE(window->height(), expectedHeight(*window));
     QVERIFY(saveScreenshot(*window, QStringLiteral("menu-custom")));
     fixture_->model->hideCustomField();
 
@@ -204,27 +217,27 @@ void tst_MenuBarView::states()
     fixture_->rewrites.service->checkAndSetupAccessibility(false);
     fixture_->findRelease("1.1");
     fixture_->rewrites.settings.select(AIConnectionChoice::chatgpt);
-    QTRY_COMPARE(window->height(), static_cast<int>(window->rootObject()->implicitHeight()));
+    QTRY_COMPARE(window->height(), expectedHeight(*window));
     QVERIFY(saveScreenshot(*window, QStringLiteral("menu-notices")));
 
-    fixture_->rewrites.platform.accessibility->trusted = true;
-    fixture_->rewrites.platform.eventTaps->refusedCombinations = {
-        {VirtualKey::r, ModifierFlags::shift | ModifierFlags::command}};
-    fixture_->rewrites.service->restartHotkeys();
     auto actions = fixture_->rewrites.settings.instructionShortcuts();
     actions[1].name = QStringLiteral("اكتب بأسلوب رسمي");
     actions[2].name = QStringLiteral("A very long name of a writing action that does not fit");
     actions[2].keyCode = 36;
     actions[2].modifiersRaw = 0x1E0000;
     fixture_->rewrites.settings.setInstructionShortcuts(actions);
+    fixture_->rewrites.platform.accessibility->trusted = true;
+    fixture_->rewrites.platform.eventTaps->refusedCombinations = {
+        {VirtualKey::r, ModifierFlags::shift | ModifierFlags::command}};
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Another program owns")));
+    fixture_->rewrites.service->restartHotkeys();
     fixture_->rewrites.script->reply = [](const QString&, std::stop_token stop) {
         return test::RewriteFixture::neverAnswer(stop);
     };
-    fixture_->isChatGPTConnected = true;
-    emit fixture_->model->connectionChanged();
+    fixture_->rewrites.settings.select(AIConnectionChoice::cloud);
     detach(fixture_->rewrites.service->performRewrite(std::nullopt, QStringLiteral("Formal")));
     QTRY_VERIFY(fixture_->model->isProcessing());
-    QTRY_COMPARE(window->height(), static_cast<int>(window->rootObject()->implicitHeight()));
+    QTRY_COMPARE(window->height(), expectedHeight(*window));
     QVERIFY(saveScreenshot(*window, QStringLiteral("menu-working")));
     detach(fixture_->rewrites.service->performRewrite(std::nullopt, {}));
     QTRY_VERIFY(!fixture_->model->isProcessing());

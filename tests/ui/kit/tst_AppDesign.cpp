@@ -50,7 +50,7 @@ class tst_AppDesign final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { test::failOnWarnings(); }
+    void init() { test::failOnWarnings(); }
 
     void fontsOfTheBundleComeFirst();
     void palette_data();

@@ -81,7 +81,6 @@ private:
 
 void tst_KitControls::initTestCase()
 {
-    test::failOnWarnings();
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     registerKitTypes();
     registerKitTypes();
@@ -90,6 +89,7 @@ void tst_KitControls::initTestCase()
 
 void tst_KitControls::init()
 {
+    test::failOnWarnings();
     view_ = std::make_unique<QQuickView>();
     view_->setSource(QUrl(QStringLiteral("qrc:/gallery/Controls.qml")));
     QCOMPARE(view_->status(), QQuickView::Ready);

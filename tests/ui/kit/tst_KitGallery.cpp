@@ -18,6 +18,7 @@ class tst_KitGallery final : public QObject
 
 private slots:
     void initTestCase();
+    void init() { test::failOnWarnings(); }
     void gallery();
     void popup();
     void sheet();
@@ -29,7 +30,6 @@ private:
 
 void tst_KitGallery::initTestCase()
 {
-    test::failOnWarnings();
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     registerKitTypes();
 }
