@@ -39,6 +39,7 @@ Inflection inflectionNamed(std::string_view name)
         {"-base", [](const std::string& word) { return baseOfPast(word); }},
         {"-s", thirdPersonOf},
         {"-ing", ingOf},
+        {"-plain", [](const std::string& word) { return word.substr(0, word.size() - 1); }},
         {"-plural", pluralOf},
         {"-stem", [](const std::string& word) { return word.substr(0, word.find('\'')); }},
     };

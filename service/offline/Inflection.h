@@ -8,7 +8,8 @@ namespace quillmarsh::service {
 /// Makes one form of an English word from another, both in lower case.
 using Inflection = std::string (*)(const std::string&);
 
-/// The form that a rule asks for: "-base" of an irregular past form, "-s" for the third person, "-ing",
+/// The form that a rule asks for: "-base" of an irregular past form, "-s" for the third person, "-plain"
+/// without that -s, "-ing",
 /// "-plural",
 /// "-stem" for what stands before an apostrophe; null for any other name.
 [[nodiscard]] Inflection inflectionNamed(std::string_view name);

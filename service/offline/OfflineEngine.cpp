@@ -68,6 +68,7 @@ void OfflineEngine::correct(Tokens& tokens, bool spelling) const
     }
     fixRepetitions(tokens);
     confusionRules().apply(tokens);
+    confusionRules().apply(tokens); // what one rule mends may be what another waits for
     splitFormulas(tokens);
 }
 

@@ -23,7 +23,7 @@ namespace quillmarsh::service {
 ///   as
 ///                "~<class>". A missing word is none of them.
 /// Right side: words; $1, $2 … stand for the matched words, $2-base for the base form of a past one, $2-s for
-/// its third person, $2-ing, $2-plural, $2-stem without
+/// its third person, $2-plain without that -s, $2-ing, $2-plural, $2-stem without
 /// what the apostrophe adds, $2're with something added; "-" alone deletes. A comma at the end of the left
 /// side
 /// ("however ,") matches a comma and takes it along.

@@ -67,10 +67,10 @@ bool isParticiple(const std::string& lower)
 std::optional<WordClass> wordClassNamed(std::string_view name)
 {
     static const std::unordered_map<std::string_view, WordClass> names{
-        {"base", WordClass::Base},        {"ing", WordClass::Ing},       {"past", WordClass::Past},
-        {"pp", WordClass::Participle},    {"adj", WordClass::Adjective}, {"comp", WordClass::Comparative},
-        {"thing", WordClass::Possession}, {"subj", WordClass::Subject},  {"name", WordClass::Name},
-        {"word", WordClass::Word}};
+        {"base", WordClass::Base},        {"3rd", WordClass::ThirdPerson},  {"ing", WordClass::Ing},
+        {"past", WordClass::Past},        {"pp", WordClass::Participle},    {"adj", WordClass::Adjective},
+        {"comp", WordClass::Comparative}, {"thing", WordClass::Possession}, {"subj", WordClass::Subject},
+        {"name", WordClass::Name},        {"word", WordClass::Word}};
     const auto found = names.find(name);
     return found == names.end() ? std::nullopt : std::optional(found->second);
 }
@@ -84,6 +84,9 @@ bool isOfClass(const std::string& lower, std::string_view text, WordClass wordCl
     switch (wordClass) {
     case WordClass::Base:
         return verbs().contains(lower);
+    case WordClass::ThirdPerson:
+        return lower.size() > 3 && lower.ends_with("s") &&
+               verbs().contains(lower.substr(0, lower.size() - 1));
     case WordClass::Ing:
         return isIng(lower);
     case WordClass::Past:

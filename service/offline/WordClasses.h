@@ -9,6 +9,7 @@ namespace quillmarsh::service {
 /// Groups of English words that the rules speak of.
 enum class WordClass {
     Base,        ///< <base>: the base form of a common verb ("send")
+    ThirdPerson, ///< <3rd>: a base form of that list with its -s
     Ing,         ///< <ing>: a verb with -ing, but no noun such as "thing"
     Past,        ///< <past>: an irregular past form that is not also a base form ("went")
     Participle,  ///< <pp>: a past participle

@@ -2,28 +2,29 @@
 
 namespace quillmarsh::service {
 
-const char* const WordLists::verbs = "be have do go get make take come see know think say tell ask give send "
-                                     "call write read need want like love hope "
-                                     "try use work help let keep put show start stop meet leave bring buy "
-                                     "pay play run walk talk speak learn teach live "
-                                     "move stay wait watch look listen hear feel find follow forget remember "
-                                     "finish check confirm send share join visit "
-                                     "eat drink cook sleep drive travel fly arrive return open close turn "
-                                     "change build fix repair break clean wash cut "
-                                     "add remove update review discuss explain describe answer reply order "
-                                     "book cancel create delete install download "
-                                     "upload save print sign ship deliver receive accept agree allow become "
-                                     "begin believe belong carry catch choose "
-                                     "consider continue cost cover decide depend develop die draw enjoy "
-                                     "expect fall fight fill grow handle happen hate "
-                                     "hold hurt improve include increase know lead lend lose manage matter "
-                                     "mean mind miss notice offer own pass pick "
-                                     "plan prefer prepare promise provide pull push raise reach realize "
-                                     "reduce refer relax rest ride ring rise schedule "
-                                     "sell serve set shop sing sit solve sound spend stand study suggest "
-                                     "support suppose teach test thank throw touch "
-                                     "train understand wake wear win wish wonder worry prove present attend "
-                                     "apply appreciate assist attach avoid";
+const char* const WordLists::verbs =
+    "be have do go get make take come see know think say tell ask give send "
+    "call write read need want like love hope "
+    "try use work help let keep put show start stop meet leave bring buy "
+    "pay play run walk talk speak learn teach live "
+    "move stay wait watch look listen hear feel find follow forget remember "
+    "finish check confirm send share join visit "
+    "eat drink cook sleep drive travel fly arrive return open close turn "
+    "change build fix repair break clean wash cut "
+    "add remove update review discuss explain describe answer reply order "
+    "book cancel create delete install download "
+    "upload save print sign ship deliver receive accept agree allow become "
+    "begin believe belong carry catch choose "
+    "consider continue cost cover decide depend develop die draw enjoy "
+    "expect fall fight fill grow handle happen hate "
+    "hold hurt improve include increase know lead lend lose manage matter "
+    "mean mind miss notice offer own pass pick "
+    "plan prefer prepare promise provide pull push raise reach realize "
+    "reduce refer relax rest ride ring rise schedule "
+    "sell serve set shop sing sit solve sound spend stand study suggest "
+    "support suppose teach test thank throw touch "
+    "train understand wake wear win wish wonder worry prove present attend "
+    "apply appreciate assist attach avoid apologize apologise inform recommend";
 
 const char* const WordLists::irregular =
     "went gone go|saw seen see|came come come|did done do|had had have|knew known know|took taken take|"
@@ -82,7 +83,8 @@ const char* const WordLists::things =
     "garage company "
     "country city neighbor neighbors neighbour neighbours passport wallet bed shirt lunch dinner breakfast "
     "uncle aunt "
-    "manager meeting deadline feedback advice plans luggage suitcase printer";
+    "manager meeting deadline feedback advice plans luggage suitcase printer fault name response answer "
+    "decision choice turn";
 
 const char* const WordLists::functionWords = "the a an and or but of to in on at by for with from as is are "
                                              "was were be been am do does did have has had will "
