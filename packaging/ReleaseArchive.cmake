@@ -26,7 +26,7 @@ file(MAKE_DIRECTORY "${FOLDER}/check")
 cmake_path(GET BUNDLE PARENT_PATH parent)
 run(bsdtar --format zip --uid 0 --gid 0 -c -f "${FOLDER}/Quillmarsh.zip" -C "${parent}" Quillmarsh.app)
 
-run(bash -c "umask 022; exec bsdtar -x -f \"$0\" -C \"$1\"" "${FOLDER}/Quillmarsh.zip" "${FOLDER}/check")
+run(bash -c "umask 022 && exec bsdtar -x -f \"$0\" -C \"$1\"" "${FOLDER}/Quillmarsh.zip" "${FOLDER}/check")
 run("${CODESIGN}" --verify --deep --strict "-R=${requirement}" "${FOLDER}/check/Quillmarsh.app")
 file(REMOVE_RECURSE "${FOLDER}/check")
 

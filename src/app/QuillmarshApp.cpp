@@ -54,6 +54,7 @@ Task<> QuillmarshApp::start(bool isRelaunch)
 
 void QuillmarshApp::finishLaunching()
 {
+    detach(mendInterruptedUpdate());
     services_->overlay->prepare();
     windows_ = std::make_unique<Windows>(*services_);
     connect(windows_.get(), &Windows::quitRequested, this, [this] { detach(quit()); });
@@ -70,6 +71,21 @@ Task<> QuillmarshApp::prepareHostedBackEnd()
     if (services_->appSettings->provider() != AIProvider::cloud)
         co_return;
     co_await services_->installationToken->value();
+}
+
+/// When this process was started from the backup of a broken update, the backup is back in its place now, and
+/// the copy there takes over.
+Task<> QuillmarshApp::mendInterruptedUpdate()
+{
+    const Platform& platform = services_->platform;
+    const auto moved = recoverInterruptedUpdate(
+        UpdateEnvironment::standard(*platform.bundle, *platform.processRunner, *platform.workspace));
+    if (!moved)
+        co_return;
+    const QStringList arguments{QLatin1String(relaunchArgument)};
+    const bool opened = co_await platform.workspace->openApplication(*moved, arguments);
+    if (opened)
+        co_await quit();
 }
 
 Task<> QuillmarshApp::showStatusIcon()

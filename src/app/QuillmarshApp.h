@@ -30,6 +30,7 @@ public:
 private:
     Task<> start(bool isRelaunch);
     void finishLaunching();
+    Task<> mendInterruptedUpdate();
     Task<> showStatusIcon();
     Task<> prepareHostedBackEnd();
     Task<> quit();
