@@ -37,6 +37,7 @@ private slots:
 private:
     QQuickView* open();
     void type(const QString& text);
+    static void settle(QQuickView& window);
     /// Without the release: the window may be gone by then.
     void press(Qt::Key key) { QTest::keyPress(view_->window(), key); }
     [[nodiscard]] QString focused() const;
@@ -79,6 +80,14 @@ void tst_MenuBarView::type(const QString& text)
 {
     for (const QChar character : text)
         QTest::keyClick(view_->window(), character.toLatin1());
+}
+
+/// Lets a change of the lines reach the window's size and its picture.
+void tst_MenuBarView::settle(QQuickView& window)
+{
+    QSignalSpy frames(&window, &QQuickWindow::frameSwapped);
+    QVERIFY(frames.wait());
+    QTRY_COMPARE(window.height(), expectedHeight(window));
 }
 
 QString tst_MenuBarView::focused() const
@@ -209,7 +218,7 @@ void tst_MenuBarView::states()
 
     fixture_->model->openCustomField();
     type(QStringLiteral("Make it rhyme"));
-    QTRY_COMPARE(window->height(), expectedHeight(*window));
+    settle(*window);
     QVERIFY(saveScreenshot(*window, QStringLiteral("menu-custom")));
     fixture_->model->hideCustomField();
 
@@ -217,7 +226,7 @@ void tst_MenuBarView::states()
     fixture_->rewrites.service->checkAndSetupAccessibility(false);
     fixture_->findRelease("1.1");
     fixture_->rewrites.settings.select(AIConnectionChoice::chatgpt);
-    QTRY_COMPARE(window->height(), expectedHeight(*window));
+    settle(*window);
     QVERIFY(saveScreenshot(*window, QStringLiteral("menu-notices")));
 
     auto actions = fixture_->rewrites.settings.instructionShortcuts();
@@ -237,7 +246,7 @@ void tst_MenuBarView::states()
     fixture_->rewrites.settings.select(AIConnectionChoice::cloud);
     detach(fixture_->rewrites.service->performRewrite(std::nullopt, QStringLiteral("Formal")));
     QTRY_VERIFY(fixture_->model->isProcessing());
-    QTRY_COMPARE(window->height(), expectedHeight(*window));
+    settle(*window);
     QVERIFY(saveScreenshot(*window, QStringLiteral("menu-working")));
     detach(fixture_->rewrites.service->performRewrite(std::nullopt, {}));
     QTRY_VERIFY(!fixture_->model->isProcessing());
