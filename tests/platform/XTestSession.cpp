@@ -89,6 +89,12 @@ void PhysicalKeyboard::setLayout(const QStringList& arguments)
         qFatal("setxkbmap failed");
 }
 
+void PhysicalKeyboard::setOwnLayout(const QString& layout, const QString& variant)
+{
+    setLayout(
+        {QStringLiteral("-device"), QString::number(device_), layout, QStringLiteral("-variant"), variant});
+}
+
 void PhysicalKeyboard::lockGroup(unsigned group)
 {
     xcb_xkb_latch_lock_state(connection_->get(), XCB_XKB_ID_USE_CORE_KBD, 0, 0, 1,

@@ -23,6 +23,8 @@ public:
 
     /// Runs a layout tool ("setxkbmap de") to its end.
     static void setLayout(const QStringList& arguments);
+    /// Gives this keyboard a layout that the XTEST keyboard does not have.
+    void setOwnLayout(const QString& layout, const QString& variant);
     /// Locks a group of the layout, or lock modifiers.
     void lockGroup(unsigned group);
     void lockModifiers(uint16_t mask);

@@ -8,9 +8,12 @@
 
 #include <QRegularExpression>
 #include <QTest>
+#include <QThread>
 
 #include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
+
+#include <atomic>
 
 using namespace quillmarsh;
 using namespace quillmarsh::test;
@@ -256,6 +259,57 @@ private slots:
                 QCOMPARE(presses[0].modifiers, uint16_t(isCopy ? XCB_MOD_MASK_CONTROL : XCB_MOD_MASK_SHIFT));
             }
         }
+    }
+
+    void theRealKeyboardMayHaveAnotherMapThanXTest()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        keyboard.setOwnLayout(QStringLiteral("us"), QStringLiteral("dvorak"));
+        for (int round = 0; round < 5; ++round) {
+            keyboard.tap(31); // yields "c" there, "i" on the XTEST keyboard
+            target.catchUp();
+            QCOMPARE(target.presses.back().symbol, xcb_keysym_t{XKB_KEY_c});
+            target.presses.clear();
+            QVERIFY(copy());
+            QVERIFY(gotOnly(target, XKB_KEY_c, XCB_MOD_MASK_CONTROL));
+        }
+        keyboard.setOwnLayout(QStringLiteral("us"), QString());
+    }
+
+    void theUserTypesThroughEverything()
+    {
+        // On the real keyboard, in a thread of its own: letters, and Shift and Control, held as fast hands
+        // hold them. A gesture may be given up; what is sent must be right.
+        TargetWindow target;
+        std::atomic_bool stop = false;
+        const std::unique_ptr<QThread> user(QThread::create([&stop] {
+            PhysicalKeyboard keyboard;
+            for (unsigned round = 0; !stop; ++round) {
+                const xcb_keycode_t held = round % 2 == 0 ? Key::shiftL : Key::controlL;
+                keyboard.press(held);
+                for (int letter = 0; letter < 5; ++letter) {
+                    keyboard.tap(Key::a);
+                    QThread::usleep(700 + round % 5 * 77);
+                }
+                keyboard.release(held);
+            }
+        }));
+        user->start();
+        int sent = 0;
+        for (int round = 0; round < 1000; ++round)
+            sent += copy() ? 1 : 0;
+        stop = true;
+        QVERIFY(user->wait(5000));
+        const auto presses = typed(target);
+        const auto copies = std::count_if(presses.begin(), presses.end(),
+                                          [](const auto& press) { return press.keycode == Key::c; });
+        const auto rightCopies = std::count_if(presses.begin(), presses.end(), [](const auto& press) {
+            return press.keycode == Key::c && press.modifiers == XCB_MOD_MASK_CONTROL;
+        });
+        QCOMPARE(copies, sent);
+        QCOMPARE(rightCopies, copies);
+        QVERIFY2(sent > 950, qPrintable(QString::number(sent)));
     }
 
     void applicationsGetTheirOwnGesture_data()

@@ -87,6 +87,7 @@ void HotKeyGrabs::watchReleases(bool on)
                 on ? uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE} : 0U};
     xcb_input_xi_select_events(connection_.get(), connection_.root(), 1, &selection.head);
     down_.clear();
+    lifted_.clear();
 }
 
 void HotKeyGrabs::setInterest(TapId tap, std::vector<KeyCombination> combinations, Notify notify)
@@ -269,8 +270,10 @@ void HotKeyGrabs::handleRawRelease(const xcb_generic_event_t& event)
         return;
     const auto& raw = eventAs<xcb_input_raw_key_release_event_t>(event);
     const bool isOurs = injecting_ && raw.sourceid == xtestKeyboard_;
-    if (!isOurs)
-        down_.erase(static_cast<xcb_keycode_t>(raw.detail));
+    if (isOurs)
+        return;
+    down_.erase(static_cast<xcb_keycode_t>(raw.detail));
+    lifted_.erase(static_cast<xcb_keycode_t>(raw.detail));
 }
 
 void HotKeyGrabs::releaseKeyboard()

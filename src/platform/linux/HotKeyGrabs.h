@@ -41,6 +41,9 @@ public:
     /// Keys whose press was caught and whose release by the user has not been seen.
     [[nodiscard]] std::vector<xcb_keycode_t> heldKeys() const;
     [[nodiscard]] const XModifiers& modifiers() const { return modifiers_; }
+    /// Remembers keys that were lifted while the user holds them, and tells which of them he still holds.
+    void noteLifted(const std::set<xcb_keycode_t>& keys) { lifted_.insert(keys.begin(), keys.end()); }
+    [[nodiscard]] const std::set<xcb_keycode_t>& liftedKeys() const { return lifted_; }
 
     /// While it lives, releases that XTEST reports are our own, and our own grab of one key is not held, so
     /// that an injected gesture cannot trigger a shortcut of the same keys.
@@ -95,6 +98,7 @@ private:
     std::map<TapId, Tap> taps_;
     std::set<Grab> held_;
     std::map<xcb_keycode_t, QElapsedTimer> down_; ///< latch per caught key, with the time of its last sign
+    std::set<xcb_keycode_t> lifted_;              ///< held by the user, up for everybody else
     QTimer refresh_;
     uint16_t xtestKeyboard_ = 0;
     bool injecting_ = false;

@@ -8,6 +8,8 @@
 
 #include <xcb/xtest.h>
 
+#include <algorithm>
+
 namespace quillmarsh {
 
 namespace {
@@ -134,10 +136,13 @@ KeyInjector::Outcome KeyInjector::attempt(HotKeyGrabs::Injection& injection, qui
     if (!mask)
         return Outcome::NoSuchKey;
     hotKeys_.releaseKeyboard();
-    lift();
-    const PressedKeys modifiers(connection_.get(), hotKeys_.modifiers().keysFor(flags));
-    // Asked only now: the first XTEST key brings the map of the XTEST keyboard into force, which may be
-    // another than the real keyboard's (measured).
+    hotKeys_.noteLifted(keysDown(connection_.get()));
+    liftModifiers({});
+    for (const xcb_keycode_t caught : hotKeys_.heldKeys())
+        fake(XCB_KEY_RELEASE, caught);
+    // Asked only after the first XTEST event, which brings the map of the XTEST keyboard into force; it may
+    // be another than the real keyboard's (measured). And before the modifiers go down: what the user types
+    // while they are down becomes a command.
     const XKeySymbols symbols = XKeySymbols::fetch(connection_.get());
     const auto state = XKeyState::fetch(connection_.get());
     const xcb_keycode_t key = state ? findKey(symbols, state->group) : xcb_keycode_t{0};
@@ -145,27 +150,33 @@ KeyInjector::Outcome KeyInjector::attempt(HotKeyGrabs::Injection& injection, qui
         return Outcome::NoSuchKey;
     fake(XCB_KEY_RELEASE, key); // the server drops a press of a key that is down
     injection.allow(key, *mask);
-    if (!isExactly(*mask))
+    // Keys that the user does not hold: when he lets go of one, it comes up under our hands.
+    const auto pressed = hotKeys_.modifiers().keysFor(flags, hotKeys_.liftedKeys());
+    const PressedKeys modifiers(connection_.get(), pressed);
+    if (!isExactly({*mask, state->group}))
         return Outcome::Disturbed;
+    // One burst from here on; what the user pressed since the answer left the server comes up again first.
+    liftModifiers(pressed);
     fake(XCB_KEY_PRESS, key);
     fake(XCB_KEY_RELEASE, key);
     return Outcome::Tapped;
 }
 
-bool KeyInjector::isExactly(uint16_t modifiers) const
+bool KeyInjector::isExactly(const XKeyState& expected) const
 {
     const auto state = XKeyState::fetch(connection_.get());
-    return state && (state->modifiers & ~hotKeys_.modifiers().locks()) == modifiers;
+    return state && state->group == expected.group &&
+           (state->modifiers & ~hotKeys_.modifiers().locks()) == expected.modifiers;
 }
 
-void KeyInjector::lift() const
+void KeyInjector::liftModifiers(const std::vector<xcb_keycode_t>& except) const
 {
     // Also when they seem to be up: a key may be stuck on the XTEST keyboard alone. A release of a key that
     // is up reaches no application.
-    for (const xcb_keycode_t key : hotKeys_.modifiers().heldKeys())
-        fake(XCB_KEY_RELEASE, key);
-    for (const xcb_keycode_t key : hotKeys_.heldKeys())
-        fake(XCB_KEY_RELEASE, key);
+    for (const xcb_keycode_t key : hotKeys_.modifiers().heldKeys()) {
+        if (std::find(except.begin(), except.end(), key) == except.end())
+            fake(XCB_KEY_RELEASE, key);
+    }
 }
 
 void KeyInjector::fake(uint8_t type, xcb_keycode_t keycode) const

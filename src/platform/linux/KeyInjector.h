@@ -27,8 +27,8 @@ private:
     [[nodiscard]] bool pressPosition(quint16 keyCode, quint64 flags);
     template <typename FindKey>
     [[nodiscard]] Outcome attempt(HotKeyGrabs::Injection& injection, quint64 flags, FindKey findKey);
-    [[nodiscard]] bool isExactly(uint16_t modifiers) const;
-    void lift() const;
+    [[nodiscard]] bool isExactly(const XKeyState& expected) const;
+    void liftModifiers(const std::vector<xcb_keycode_t>& except) const;
     void fake(uint8_t type, xcb_keycode_t keycode) const;
 
     XConnection& connection_;

@@ -93,19 +93,20 @@ XModifiers XModifiers::fetch(xcb_connection_t* connection)
 void XModifiers::learn(unsigned bit, xcb_keycode_t keycode, xcb_keysym_t symbol)
 {
     const auto mask = static_cast<uint16_t>(1U << bit);
-    const auto prefer = [&](Modifier& modifier, xcb_keysym_t leftSymbol) {
-        const bool isLeft = symbol == leftSymbol;
-        if (modifier.mask == 0 || (modifier.mask == mask && isLeft && !modifier.isLeft))
-            modifier = {mask, keycode, isLeft};
+    const auto add = [&](Modifier& modifier, bool isLeft) {
+        if (modifier.mask != 0 && modifier.mask != mask)
+            return; // the first bit that has it
+        modifier.mask = mask;
+        modifier.keys.insert(isLeft ? modifier.keys.begin() : modifier.keys.end(), keycode);
     };
     if (mask == XCB_MOD_MASK_SHIFT)
-        prefer(shift_, XKB_KEY_Shift_L);
+        add(shift_, symbol == XKB_KEY_Shift_L);
     else if (mask == XCB_MOD_MASK_CONTROL)
-        prefer(control_, XKB_KEY_Control_L);
+        add(control_, symbol == XKB_KEY_Control_L);
     else if (symbol == XKB_KEY_Alt_L || symbol == XKB_KEY_Alt_R)
-        prefer(option_, XKB_KEY_Alt_L);
+        add(option_, symbol == XKB_KEY_Alt_L && option_.keys.empty());
     else if (symbol == XKB_KEY_Super_L || symbol == XKB_KEY_Super_R)
-        prefer(command_, XKB_KEY_Super_L);
+        add(command_, symbol == XKB_KEY_Super_L && command_.keys.empty());
     else if (symbol == XKB_KEY_Num_Lock || symbol == XKB_KEY_Scroll_Lock)
         locks_ = static_cast<uint16_t>(locks_ | mask);
 }
@@ -153,12 +154,28 @@ bool XModifiers::hasSameBits(const XModifiers& other) const
            locks_ == other.locks_;
 }
 
-std::vector<xcb_keycode_t> XModifiers::keysFor(quint64 flags) const
+std::vector<xcb_keycode_t> XModifiers::keysFor(quint64 flags, const std::set<xcb_keycode_t>& avoided) const
 {
-    std::vector<xcb_keycode_t> keys;
-    for (const Modifier& modifier : selected(flags))
-        keys.push_back(modifier.key);
-    return keys;
+    std::vector<xcb_keycode_t> chosen;
+    for (const Modifier& modifier : selected(flags)) {
+        const auto& keys = modifier.keys;
+        const auto free = std::find_if(keys.begin(), keys.end(),
+                                       [&avoided](xcb_keycode_t key) { return !avoided.contains(key); });
+        if (!keys.empty())
+            chosen.push_back(free != keys.end() ? *free : keys.front());
+    }
+    return chosen;
+}
+
+std::set<xcb_keycode_t> keysDown(xcb_connection_t* connection)
+{
+    std::set<xcb_keycode_t> down;
+    const auto keymap = replyOf<xcb_query_keymap_reply>(connection, xcb_query_keymap(connection));
+    for (unsigned key = 0; keymap && key < 256; ++key) {
+        if ((keymap->keys[key / 8] & (1U << (key % 8))) != 0)
+            down.insert(static_cast<xcb_keycode_t>(key));
+    }
+    return down;
 }
 
 std::vector<uint16_t> XModifiers::lockVariants() const

@@ -5,6 +5,7 @@
 #include <QtGlobal>
 
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace quillmarsh {
@@ -50,8 +51,10 @@ public:
     [[nodiscard]] std::vector<uint16_t> lockVariants() const;
     /// Every key that can hold a modifier other than a lock.
     [[nodiscard]] const std::vector<xcb_keycode_t>& heldKeys() const { return heldKeys_; }
-    /// The left-hand key of each modifier in `flags` (ModifierFlags).
-    [[nodiscard]] std::vector<xcb_keycode_t> keysFor(quint64 flags) const;
+    /// One key for each modifier in `flags` (ModifierFlags), none of `avoided` where there is another: the
+    /// left-hand one, or else the right-hand one.
+    [[nodiscard]] std::vector<xcb_keycode_t> keysFor(quint64 flags,
+                                                     const std::set<xcb_keycode_t>& avoided) const;
 
     /// Whether every modifier has the same bit in both, so that grabs stay valid.
     [[nodiscard]] bool hasSameBits(const XModifiers& other) const;
@@ -60,8 +63,7 @@ private:
     struct Modifier
     {
         uint16_t mask = 0;
-        xcb_keycode_t key = 0;
-        bool isLeft = false;
+        std::vector<xcb_keycode_t> keys; ///< left-hand ones first
     };
 
     void learn(unsigned bit, xcb_keycode_t keycode, xcb_keysym_t symbol);
@@ -75,6 +77,9 @@ private:
     uint16_t locks_ = XCB_MOD_MASK_LOCK;
     std::vector<xcb_keycode_t> heldKeys_;
 };
+
+/// The keys that are down on the keyboards taken together.
+[[nodiscard]] std::set<xcb_keycode_t> keysDown(xcb_connection_t* connection);
 
 /// The modifiers that the server considers held or latched or locked now, and the active group.
 struct XKeyState
