@@ -1,5 +1,7 @@
 #include "platform/ModifierFlags.h"
+#include "platform/PlatformContracts.h"
 #include "platform/XTestSession.h"
+#include "platform/linux/EvdevKeys.h"
 #include "platform/linux/XEventTap.h"
 #include "platform/linux/XWorker.h"
 
@@ -61,6 +63,27 @@ private:
 private slots:
     void init() { events_.clear(); }
     void cleanup() { tap_.reset(); }
+
+    void theContractOfEveryTap()
+    {
+        PhysicalKeyboard keyboard;
+        verifyEventTapContract(source_, [&keyboard](const KeyCombination& combination) {
+            std::vector<xcb_keycode_t> held;
+            const auto hold = [&](quint64 flag, xcb_keycode_t key) {
+                if (combination.modifiers & flag)
+                    held.push_back(key);
+            };
+            hold(ModifierFlags::shift, Key::shiftL);
+            hold(ModifierFlags::control, Key::controlL);
+            hold(ModifierFlags::option, Key::altL);
+            hold(ModifierFlags::command, Key::superL);
+            for (const xcb_keycode_t key : held)
+                keyboard.press(key);
+            keyboard.tap(*EvdevKeys::xKeycode(combination.keyCode));
+            for (const xcb_keycode_t key : held)
+                keyboard.release(key);
+        });
+    }
 
     void aMatchingPressIsReportedAndSwallowed()
     {

@@ -1,5 +1,6 @@
 #include "platform/ClipboardPeer.h"
 #include "platform/ModifierFlags.h"
+#include "platform/PlatformContracts.h"
 #include "platform/XTestSession.h"
 #include "platform/linux/XKeyPoster.h"
 #include "platform/linux/XPasteboard.h"
@@ -54,6 +55,17 @@ private slots:
     }
 
     void anEmptyClipboardHasNoText() { QVERIFY(!read()); }
+
+    void theContractOfEveryPasteboard()
+    {
+        ClipboardPeer peer;
+        verifyPasteboardContract(*pasteboard_, [&peer](const std::optional<QString>& text) {
+            if (text)
+                peer.own(text->toUtf8());
+            else
+                peer.own("\x89PNG", "image/png");
+        });
+    }
 
     void theCountGrowsWithEveryClaim()
     {
