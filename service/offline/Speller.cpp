@@ -17,8 +17,8 @@ constexpr std::string_view vowels = "aeiou";
 /// The highest price at which a correction is still believable, and the distance that the second best must
 /// keep.
 constexpr double acceptable = 1.0;
-constexpr double acceptableStrict = 0.4;
-constexpr double acceptableRare = 0.55; // two letters swapped, nothing else
+constexpr double acceptableStrict = 0.2; // a letter doubled, or two swapped
+constexpr double acceptableRare = 0.55;  // two letters swapped, nothing else
 constexpr double margin = 0.25;
 /// How much less a word costs that people use all the time.
 constexpr double commonDiscount = 0.45;

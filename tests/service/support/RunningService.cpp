@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <regex>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -40,21 +39,20 @@ RunningService::RunningService(const std::string& config, const Variables& varia
         }
         becomeService(configFile, output, log);
     }
-    std::smatch match;
+    const std::string mark = "listening on http://127.0.0.1:";
     std::string said;
-    const std::regex pattern("listening on http://127\\.0\\.0\\.1:([0-9]+)\n");
     const bool listens = eventually([&] {
         said = readWhole(output);
         int status = 0;
         if (!ended_ && ::waitpid(process_, &status, WNOHANG) == process_) {
             ended_ = WEXITSTATUS(status);
         }
-        return std::regex_search(said, match, pattern) || ended_;
+        return (said.starts_with(mark) && said.ends_with('\n')) || ended_;
     });
     if (!listens || ended_) {
         throw std::runtime_error("the service did not start: " + readWhole(log));
     }
-    port_ = std::stoi(match[1]);
+    port_ = std::stoi(said.substr(mark.size()));
 }
 
 RunningService::~RunningService()
