@@ -3,6 +3,7 @@
 #include <exception>
 #include <malloc.h>
 #include <optional>
+#include <sys/resource.h>
 #include <thread>
 
 #include "Application.h"
@@ -37,8 +38,24 @@ sigset_t blockEndSignals()
     return signals;
 }
 
+/// A core file would hold the texts that were being rewritten.
+void forbidCoreFiles()
+{
+    const rlimit none{0, 0};
+    setrlimit(RLIMIT_CORE, &none);
+}
+
+void warnAboutOpenNetwork(const std::string& address)
+{
+    if (!address.starts_with("127.") && address != "::1" && address != "localhost") {
+        logWarning("listening on " + address + " without TLS: anybody on the way can read the texts");
+    }
+}
+
 void serve(const Config& config, sigset_t signals)
 {
+    forbidCoreFiles();
+    warnAboutOpenNetwork(config.address);
     Application application(config);
     std::printf("listening on %s\n", application.origin().c_str());
     std::fflush(stdout);

@@ -93,6 +93,13 @@ TEST(Privacy, AnErrorNeverRepeatsWhatTheUpstreamSaid)
     expectNoCanary(answer.body.dump(), "answer");
 }
 
+TEST(Privacy, ACrashLeavesNoCoreFile)
+{
+    RunningService service;
+    const std::string limits = readWhole("/proc/" + std::to_string(service.process()) + "/limits");
+    EXPECT_NE(limits.find("Max core file size        0                    0"), std::string::npos) << limits;
+}
+
 TEST(Privacy, NothingInTheDatabaseAfterBeingKilled)
 {
     FakeUpstream upstream;
