@@ -124,8 +124,12 @@ Task<> CodexOAuthService::openBrowser(CodexEnvironment environment, QUrl url,
                                       std::weak_ptr<OAuthCallbackServer> server)
 {
     bool opened = false;
-    if (environment.openBrowser)
-        opened = co_await environment.openBrowser(url);
+    try {
+        if (environment.openBrowser)
+            opened = co_await environment.openBrowser(url);
+    } catch (const std::exception&) {
+        opened = false;
+    }
     const auto waiting = server.lock();
     if (!opened && waiting)
         waiting->finish(std::make_exception_ptr(

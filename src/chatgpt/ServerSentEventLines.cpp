@@ -41,33 +41,39 @@ bool ServerSentEventLines::feed(QByteArrayView chunk, const Handler& handler)
         beginning = std::exchange(partial_, QByteArray());
         chunk = beginning;
     }
-    qsizetype position = 0;
     if (afterCarriageReturn_ && !chunk.isEmpty()) {
         afterCarriageReturn_ = false;
-        position = chunk.front() == '\n' ? 1 : 0;
+        if (chunk.front() == '\n')
+            chunk = chunk.sliced(1);
     }
     qsizetype lineFeed = -1; // kept, so that a stream without any is searched only once
-    while (position < chunk.size()) {
+    for (qsizetype position = 0; position < chunk.size();) {
         if (lineFeed < position)
             lineFeed = find(chunk, '\n', position, chunk.size());
         const qsizetype end = find(chunk, '\r', position, lineFeed);
-        const QByteArrayView piece = chunk.sliced(position, end - position);
         if (end == chunk.size()) {
-            partial_ += piece;
+            partial_ += chunk.sliced(position);
             break;
         }
-        position = end + 1;
-        const bool isCarriageReturn = end < lineFeed;
-        if (isCarriageReturn && position == chunk.size())
-            afterCarriageReturn_ = true;
-        else if (isCarriageReturn && position == lineFeed)
-            ++position;
+        const QByteArrayView piece = chunk.sliced(position, end - position);
+        position = nextLine(chunk, end);
         if (!emitLine(piece, handler))
             return false;
     }
     if (partial_.size() > longestLine)
         throw AIError::invalidResponse();
     return true;
+}
+
+/// Where the line after the line end at `end` begins.
+qsizetype ServerSentEventLines::nextLine(QByteArrayView chunk, qsizetype end)
+{
+    if (chunk[end] == '\n')
+        return end + 1;
+    afterCarriageReturn_ = end + 1 == chunk.size(); // a line feed in the next chunk belongs to it
+    if (!afterCarriageReturn_ && chunk[end + 1] == '\n')
+        return end + 2;
+    return end + 1;
 }
 
 bool ServerSentEventLines::emitLine(QByteArrayView end, const Handler& handler)

@@ -27,6 +27,7 @@ public:
 
 private:
     bool dropMark(QByteArrayView& chunk);
+    qsizetype nextLine(QByteArrayView chunk, qsizetype end);
     bool emitLine(QByteArrayView end, const Handler& handler);
 
     QByteArray partial_; ///< the beginning of a line that is not complete

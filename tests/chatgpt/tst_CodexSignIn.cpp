@@ -356,7 +356,7 @@ private slots:
         environment.openBrowser = [](QUrl url) -> Task<bool> {
             const QUrlQuery query(url);
             const QString redirect = query.queryItemValue(QStringLiteral("redirect_uri"), QUrl::FullyDecoded);
-            auto* const browser = new QNetworkAccessManager(qApp);
+            auto* const browser = new QNetworkAccessManager(QCoreApplication::instance());
             browser->get(QNetworkRequest(QUrl(redirect + QStringLiteral("?code=c&client_id=x&state=") +
                                               query.queryItemValue(QStringLiteral("state")))));
             co_return true;
@@ -373,7 +373,7 @@ private slots:
         environment.openBrowser = [](QUrl url) -> Task<bool> {
             const QUrlQuery query(url);
             const QString redirect = query.queryItemValue(QStringLiteral("redirect_uri"), QUrl::FullyDecoded);
-            auto* const browser = new QNetworkAccessManager(qApp);
+            auto* const browser = new QNetworkAccessManager(QCoreApplication::instance());
             browser->get(QNetworkRequest(QUrl(redirect + QStringLiteral("?code=c&client_id=x&state=") +
                                               query.queryItemValue(QStringLiteral("state")))));
             co_return true;

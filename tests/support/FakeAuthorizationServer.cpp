@@ -309,8 +309,7 @@ Task<bool> FakeAuthorizationServer::openInBrowser(QUrl url)
     if (redirect.isEmpty())
         co_return true;
     QNetworkReply* const callback = browser_.get(QNetworkRequest(redirect));
-    co_await callback;
-    callback->deleteLater();
+    connect(callback, &QNetworkReply::finished, callback, &QObject::deleteLater);
     co_return true;
 }
 

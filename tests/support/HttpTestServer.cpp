@@ -72,6 +72,7 @@ void HttpTestServer::accept()
 {
     while (QTcpSocket* socket = server_->nextPendingConnection()) {
         ++connections_;
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1); // as real servers do
         auto buffer = std::make_shared<QByteArray>();
         connect(socket, &QTcpSocket::readyRead, this, [this, socket, buffer] { read(socket, *buffer); });
         connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
