@@ -1,7 +1,7 @@
+#include "FuzzInput.h"
+
 #include "base/Deployment.h"
 #include "update/UpdateRelease.h"
-
-#include <cstdint>
 
 using namespace quillmarsh;
 
@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     deployment.updateHost = QStringLiteral("quillmarsh.example");
     deployment.gitHubHost = QStringLiteral("github.com");
     try {
-        const QByteArray json(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+        const QByteArray json = fuzz::bytes(data, size);
         const UpdateRelease release = UpdateRelease::decode(json, deployment);
         const QUrl url = release.downloadURL(deployment).value();
         const bool isKnown = url.host() == deployment.updateHost || url.host() == deployment.gitHubHost ||

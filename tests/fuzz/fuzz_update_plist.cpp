@@ -1,11 +1,10 @@
-#include "update/BundleInformation.h"
+#include "FuzzInput.h"
 
-#include <cstdint>
+#include "update/BundleInformation.h"
 
 /// An Info.plist is read before the signature of its bundle is known to be good.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const QByteArray list(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
-    (void)quillmarsh::BundleInformation::parse(list);
+    (void)quillmarsh::BundleInformation::parse(quillmarsh::fuzz::bytes(data, size));
     return 0;
 }

@@ -1,15 +1,14 @@
+#include "FuzzInput.h"
+
 #include "update/MoveToApplications.h"
 #include "update/UpdateRelease.h"
-
-#include <cstdint>
-#include <cstdlib>
 
 using namespace quillmarsh;
 
 /// Two texts with a line feed between them: no order of versions contradicts itself.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const QString text = QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const QString text = QString::fromUtf8(fuzz::bytes(data, size));
     const QString a = text.section(QLatin1Char('\n'), 0, 0);
     const QString b = text.section(QLatin1Char('\n'), 1);
     const UpdateRelease first{a, {}, {}};
