@@ -85,9 +85,9 @@ void tst_MenuBarView::type(const QString& text)
 /// Lets a change of the lines reach the window's size and its picture.
 void tst_MenuBarView::settle(QQuickView& window)
 {
-    QSignalSpy frames(&window, &QQuickWindow::frameSwapped);
-    QVERIFY(frames.wait());
+    window.grabWindow(); // lays out what has changed
     QTRY_COMPARE(window.height(), expectedHeight(window));
+    QTRY_COMPARE(window.rootObject()->height(), window.height());
 }
 
 QString tst_MenuBarView::focused() const
@@ -250,6 +250,13 @@ void tst_MenuBarView::states()
     QVERIFY(saveScreenshot(*window, QStringLiteral("menu-working")));
     detach(fixture_->rewrites.service->performRewrite(std::nullopt, {}));
     QTRY_VERIFY(!fixture_->model->isProcessing());
+
+    view_->close();
+    fixture_->rewrites.platform.panelWindow->setCompositing(false);
+    window = open();
+    QVERIFY(window);
+    settle(*window);
+    QVERIFY(saveScreenshot(*window, QStringLiteral("menu-opaque")));
 }
 
 QTEST_MAIN(tst_MenuBarView)

@@ -9,6 +9,8 @@ Flickable {
     default property alias content: column.data
     property alias spacing: column.spacing
     property real padding: 0
+    // Room beside the content for the bar, where the content has none of its own.
+    property real gutter: 0
 
     function reveal(item) {
         const top = item.mapToItem(column, 0, 0).y + padding
@@ -46,7 +48,7 @@ Flickable {
         id: column
         x: view.padding
         y: view.padding
-        width: view.width - 2 * view.padding
+        width: view.width - 2 * view.padding - view.gutter
         spacing: 12
     }
 

@@ -54,8 +54,10 @@ FocusScope {
                 leftMargin: 12
                 right: eye.visible ? eye.left : parent.right
                 rightMargin: eye.visible ? 4 : 12
-                verticalCenter: parent.verticalCenter
+                top: parent.top
+                bottom: parent.bottom
             }
+            verticalAlignment: TextInput.AlignVCenter
             focus: true
             activeFocusOnTab: true
             clip: true
@@ -80,6 +82,7 @@ FocusScope {
         }
         AppText {
             anchors.fill: input
+            verticalAlignment: Text.AlignVCenter
             text: field.placeholder
             visible: input.text === "" && input.preeditText === ""
             color: AppDesign.secondary

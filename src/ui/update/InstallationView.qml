@@ -14,7 +14,7 @@ Rectangle {
     AppScrollView {
         id: page
         anchors.fill: parent
-        padding: 32
+        padding: 28
         spacing: 0
 
         Item {
@@ -25,11 +25,11 @@ Rectangle {
             id: content
             width: Math.min(parent.width, 560)
             anchors.horizontalCenter: parent.horizontalCenter
-            spacing: 22
+            spacing: 18
 
             Column {
                 width: parent.width
-                spacing: 6
+                spacing: 4
 
                 AppText {
                     width: parent.width
@@ -55,8 +55,8 @@ Rectangle {
 
             AppCard {
                 width: parent.width
-                padding: 24
-                spacing: 22
+                padding: 20
+                spacing: 18
 
                 Row {
                     anchors.horizontalCenter: parent.horizontalCenter
@@ -92,7 +92,7 @@ Rectangle {
                 AppMenuSeparator { width: parent.width; height: 1 }
                 Column {
                     width: parent.width
-                    spacing: 12
+                    spacing: 10
 
                     Repeater {
                         model: root.model.steps
@@ -131,7 +131,7 @@ Rectangle {
             }
             Column {
                 width: parent.width
-                spacing: 8
+                spacing: 10
 
                 AppButton {
                     kind: "quiet"
@@ -142,6 +142,8 @@ Rectangle {
                     width: parent.width
                     height: visible ? Math.max(18, problem.implicitHeight) : 0
                     visible: root.model.errorMessage !== ""
+                    // Queued: it has its height first.
+                    onHeightChanged: if (visible) Qt.callLater(page.reveal, problem)
 
                     AppIcon { id: sign; y: 1; name: "exclamationmark.circle"; size: 17 }
                     AppText {

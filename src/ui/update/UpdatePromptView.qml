@@ -43,7 +43,8 @@ Rectangle {
 
     AppScrollView {
         id: body
-        anchors { left: header.left; right: header.right; top: header.bottom; topMargin: 20; bottom: buttons.top; bottomMargin: 16 }
+        anchors { left: header.left; right: header.right; top: header.bottom; topMargin: 20; bottom: buttons.top; bottomMargin: 16; rightMargin: -gutter }
+        gutter: 14
         spacing: 12
 
         Item {
@@ -73,6 +74,17 @@ Rectangle {
             size: 13
             onClicked: root.prompt.pressDownload()
         }
+        AppBox {
+            width: 64
+            height: 64
+            radius: 32
+            visible: !root.prompt.showsRelease && root.prompt.error === ""
+            color: AppDesign.tint(AppDesign.success, 0.07)
+            lineWidth: 0
+            anchors.horizontalCenter: parent.horizontalCenter
+
+            AppIcon { anchors.centerIn: parent; name: "checkmark"; size: 30; color: AppDesign.success }
+        }
         AppCard {
             width: parent.width
             visible: root.prompt.showsRelease
@@ -85,22 +97,24 @@ Rectangle {
                 Item {
                     id: line
                     required property string modelData
+                    readonly property bool rightToLeft: note.effectiveHorizontalAlignment === Text.AlignRight
 
                     width: parent ? parent.width : 0
                     height: note.implicitHeight
 
-                    Rectangle {
-                        x: 3
+                    AppBox {
+                        x: line.rightToLeft ? line.width - 8 : 3
                         y: Math.round(note.font.pixelSize * 0.62) - 1
                         width: 5
                         height: 5
                         radius: 2.5
                         color: AppDesign.accent
+                        lineWidth: 0
                     }
                     AppText {
                         id: note
-                        x: 18
-                        width: parent.width - x
+                        x: line.rightToLeft ? 0 : 18
+                        width: line.width - 18
                         text: line.modelData
                     }
                 }

@@ -49,9 +49,9 @@ Rectangle {
             }
             Caption { text: "Rows" }
             AppRowButton { width: parent.width; text: "Autocorrect"; icon: "checkmark.circle"; KeycapRow { text: "⇧⌘R" } }
-            AppRowButton { width: parent.width; text: "ChatGPT by OpenAI"; subtitle: "Use your ChatGPT subscription."; icon: "bubble.left.and.bubble.right"; AppIcon { name: "chevron.right"; size: 14; color: AppDesign.secondary } }
+            AppRowButton { objectName: "row"; width: parent.width; text: "ChatGPT by OpenAI"; subtitle: "Use your ChatGPT subscription."; icon: "bubble.left.and.bubble.right"; AppIcon { name: "chevron.right"; size: 14; color: AppDesign.secondary } }
             QuietRowButton { width: parent.width; text: "Refresh available models"; icon: "arrow.clockwise" }
-            QuietRowButton { width: parent.width; text: "اكتب بوضوح أكثر"; icon: "pencil"; detail: "⌃R" }
+            QuietRowButton { objectName: "quietRow"; width: parent.width; text: "اكتب بوضوح أكثر"; icon: "pencil"; detail: "⌃R" }
             Caption { text: "Status and keys" }
             Row {
                 spacing: 8
@@ -103,6 +103,10 @@ Rectangle {
                 options: [{ title: "Small", subtitle: "Quick answers" }, { title: "Medium", subtitle: "A good balance" }, { title: "Large", subtitle: "The most careful" }]
             }
             AppFieldMenu { width: parent.width; placeholder: "Choose an account"; options: ["One"] }
+            AppSelectOption { objectName: "option"; width: parent.width; title: "Claude"; subtitle: "by Anthropic · Connect an API key"; symbol: "key" }
+            AppMenuRow { objectName: "menuRow"; width: parent.width; text: "Formal"; icon: "building.2"; shortcut: "⌥F"; note: "⌥F is used by another program" }
+            AppMenuNotice { width: parent.width; text: "Update available · v1.1"; icon: "arrow.down.circle" }
+            AppStep { width: parent.width; number: 1; text: "Find Quillmarsh.app in your downloads." }
         }
 
         Column {

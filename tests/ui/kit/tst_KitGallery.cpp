@@ -1,4 +1,5 @@
 #include "support/FailOnWarnings.h"
+#include "support/FakePlatform.h"
 #include "ui/kit/AppDesign.h"
 #include "ui/kit/KitTypes.h"
 #include "ui/kit/Screenshot.h"
@@ -20,6 +21,8 @@ private slots:
     void initTestCase();
     void init() { test::failOnWarnings(); }
     void gallery();
+    void underThePointer();
+    void withMoreContrast();
     void popup();
     void sheet();
     void alert();
@@ -54,6 +57,39 @@ void tst_KitGallery::gallery()
         ->forceActiveFocus(Qt::TabFocusReason);
     QTest::qWait(300);
     QVERIFY(test::saveScreenshot(*view, QStringLiteral("kit")));
+}
+
+void tst_KitGallery::underThePointer()
+{
+    const auto view = show(QStringLiteral("Gallery.qml"));
+    QVERIFY(view);
+    for (const char* name :
+         {"primary", "secondary", "quiet", "row", "quietRow", "sidebar", "option", "menuRow"}) {
+        auto* item = view->rootObject()->findChild<QQuickItem*>(QString::fromLatin1(name));
+        QVERIFY2(item, name);
+        const QPoint middle = item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+        QTest::mouseMove(view.get(), middle);
+        QTRY_VERIFY(item->property("hovered").toBool());
+        const QString file = QStringLiteral("kit-%1-").arg(QLatin1String(name));
+        const QRect crop = item->mapRectToScene(item->boundingRect()).toRect().marginsAdded({12, 12, 12, 12});
+        QVERIFY(test::saveScreenshot(*view, file + QLatin1String("hovered"), crop));
+        QTest::mousePress(view.get(), Qt::LeftButton, {}, middle);
+        QTest::qWait(150); // the press animation, 120 ms
+        QVERIFY(test::saveScreenshot(*view, file + QLatin1String("pressed"), crop));
+        QTest::mouseRelease(view.get(), Qt::LeftButton, {}, middle);
+    }
+}
+
+void tst_KitGallery::withMoreContrast()
+{
+    test::FakeDesktopAppearance appearance;
+    appearance.setIncreaseContrast(true);
+    appearance.setReduceMotion(true);
+    AppDesign::setAppearance(&appearance);
+    const auto view = show(QStringLiteral("Gallery.qml"));
+    QVERIFY(view);
+    QVERIFY(test::saveScreenshot(*view, QStringLiteral("kit-contrast")));
+    AppDesign::setAppearance(nullptr);
 }
 
 void tst_KitGallery::popup()
