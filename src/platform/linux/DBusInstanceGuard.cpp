@@ -22,7 +22,7 @@ constexpr auto predecessorLeavesWithin = 30s;
 constexpr auto lookAgainAfter = 100ms;
 constexpr int activationAnswersWithinMs = 3000;
 
-// Replies of org.freedesktop.DBus.RequestName (D-Bus specification, "Message Bus Names").
+// Replies of the message bus to org.freedesktop.DBus.RequestName.
 constexpr uint primaryOwner = 1;
 constexpr uint alreadyOwner = 4;
 constexpr uint doNotQueue = 4; // flag

@@ -10,7 +10,7 @@
 
 namespace quillmarsh {
 
-/// What of a desktop entry (freedesktop.org Desktop Entry Specification 1.5) tells an application's name.
+/// What of a desktop entry (freedesktop.org, version 1.5 of the format) tells an application's name.
 struct DesktopEntry
 {
     QString name; ///< in the user's language where the entry has it

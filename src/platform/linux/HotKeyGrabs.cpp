@@ -4,6 +4,7 @@
 #include "platform/ModifierFlags.h"
 #include "platform/linux/EvdevKeys.h"
 #include "platform/linux/XConnection.h"
+#include "platform/linux/XInput2.h"
 #include "platform/linux/XcbXkb.h"
 
 #include <xcb/xinput.h>
@@ -37,7 +38,7 @@ HotKeyGrabs::HotKeyGrabs(XConnection& connection) : connection_(connection)
     connect(&connection_, &XConnection::received, this, &HotKeyGrabs::handle);
     modifiers_ = XModifiers::fetch(connection_.get());
     watchKeyboard();
-    findXTestKeyboard();
+    xtestKeyboard_ = findXTestKeyboard(connection_.get());
 }
 
 HotKeyGrabs::~HotKeyGrabs()
@@ -60,32 +61,11 @@ void HotKeyGrabs::watchKeyboard()
                                              .sequence);
 }
 
-void HotKeyGrabs::findXTestKeyboard()
-{
-    const auto reply = replyOf<xcb_input_xi_query_device_reply>(
-        connection_.get(), xcb_input_xi_query_device(connection_.get(), XCB_INPUT_DEVICE_ALL));
-    if (!reply)
-        return;
-    auto device = xcb_input_xi_query_device_infos_iterator(reply.get());
-    for (; device.rem > 0; xcb_input_xi_device_info_next(&device)) {
-        const QByteArray name(xcb_input_xi_device_info_name(device.data),
-                              xcb_input_xi_device_info_name_length(device.data));
-        if (device.data->type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD && name.endsWith("XTEST keyboard"))
-            xtestKeyboard_ = device.data->deviceid;
-    }
-}
-
 void HotKeyGrabs::watchReleases(bool on)
 {
     if (std::exchange(watchingReleases_, on) == on)
         return;
-    const struct
-    {
-        xcb_input_event_mask_t head;
-        uint32_t mask;
-    } selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
-                on ? uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE} : 0U};
-    xcb_input_xi_select_events(connection_.get(), connection_.root(), 1, &selection.head);
+    selectRawKeyReleases(connection_.get(), connection_.root(), on);
     down_.clear();
     lifted_.clear();
 }
@@ -145,34 +125,14 @@ void HotKeyGrabs::apply()
     xcb_flush(connection_.get());
 }
 
-bool HotKeyGrabs::isOwnedByInput2Client(const Grab& grab) const
-{
-    // Core grabs and XInput 2 grabs never refuse each other; the newest silently wins (measured). A grab of
-    // the other kind, given back at once, tells whether such a client is there.
-    xcb_connection_t* const connection = connection_.get();
-    std::vector<uint32_t> variants;
-    for (const uint16_t locks : modifiers_.lockVariants())
-        variants.push_back(uint32_t{grab.modifiers} | locks);
-    const auto count = static_cast<uint16_t>(variants.size());
-    constexpr uint32_t mask = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS;
-    const auto cookie = xcb_input_xi_passive_grab_device(
-        connection, XCB_CURRENT_TIME, connection_.root(), XCB_NONE, grab.keycode, XCB_INPUT_DEVICE_ALL_MASTER,
-        count, 1, XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
-        XCB_INPUT_GRAB_OWNER_NO_OWNER, &mask, variants.data());
-    xcb_input_xi_passive_ungrab_device(connection, connection_.root(), grab.keycode,
-                                       XCB_INPUT_DEVICE_ALL_MASTER, count, XCB_INPUT_GRAB_TYPE_KEYCODE,
-                                       variants.data());
-    const auto reply = replyOf<xcb_input_xi_passive_grab_device_reply>(connection, cookie);
-    return reply && reply->num_modifiers > 0;
-}
-
 bool HotKeyGrabs::take(const Grab& grab)
 {
-    if (isOwnedByInput2Client(grab))
-        return false;
     xcb_connection_t* const connection = connection_.get();
+    const auto variants = modifiers_.lockVariants();
+    if (isGrabbedThroughInput2(connection, connection_.root(), grab.keycode, grab.modifiers, variants))
+        return false;
     std::vector<xcb_void_cookie_t> cookies;
-    for (const uint16_t locks : modifiers_.lockVariants())
+    for (const uint16_t locks : variants)
         cookies.push_back(xcb_grab_key_checked(connection, 0, connection_.root(),
                                                static_cast<uint16_t>(grab.modifiers | locks), grab.keycode,
                                                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));

@@ -88,10 +88,8 @@ private:
     void refreshKeyboard();
     [[nodiscard]] bool take(const Grab& grab);
     void giveBack(const Grab& grab);
-    [[nodiscard]] bool isOwnedByInput2Client(const Grab& grab) const;
     void watchKeyboard();
     void watchReleases(bool on);
-    void findXTestKeyboard();
 
     XConnection& connection_;
     XModifiers modifiers_;

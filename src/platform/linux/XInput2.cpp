@@ -1,0 +1,54 @@
+#include "platform/linux/XInput2.h"
+
+#include <xcb/xinput.h>
+
+#include <QByteArray>
+
+namespace quillmarsh {
+
+uint16_t findXTestKeyboard(xcb_connection_t* connection)
+{
+    const auto reply = replyOf<xcb_input_xi_query_device_reply>(
+        connection, xcb_input_xi_query_device(connection, XCB_INPUT_DEVICE_ALL));
+    if (!reply)
+        return 0;
+    auto device = xcb_input_xi_query_device_infos_iterator(reply.get());
+    for (; device.rem > 0; xcb_input_xi_device_info_next(&device)) {
+        const QByteArray name(xcb_input_xi_device_info_name(device.data),
+                              xcb_input_xi_device_info_name_length(device.data));
+        if (device.data->type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD && name.endsWith("XTEST keyboard"))
+            return device.data->deviceid;
+    }
+    return 0;
+}
+
+void selectRawKeyReleases(xcb_connection_t* connection, xcb_window_t root, bool on)
+{
+    const struct
+    {
+        xcb_input_event_mask_t head;
+        uint32_t mask;
+    } selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+                on ? uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE} : 0U};
+    xcb_input_xi_select_events(connection, root, 1, &selection.head);
+}
+
+bool isGrabbedThroughInput2(xcb_connection_t* connection, xcb_window_t root, xcb_keycode_t keycode,
+                            uint16_t modifiers, const std::vector<uint16_t>& lockVariants)
+{
+    std::vector<uint32_t> variants;
+    for (const uint16_t locks : lockVariants)
+        variants.push_back(uint32_t{modifiers} | locks);
+    const auto count = static_cast<uint16_t>(variants.size());
+    constexpr uint32_t mask = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS;
+    const auto cookie = xcb_input_xi_passive_grab_device(
+        connection, XCB_CURRENT_TIME, root, XCB_NONE, keycode, XCB_INPUT_DEVICE_ALL_MASTER, count, 1,
+        XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
+        XCB_INPUT_GRAB_OWNER_NO_OWNER, &mask, variants.data());
+    xcb_input_xi_passive_ungrab_device(connection, root, keycode, XCB_INPUT_DEVICE_ALL_MASTER, count,
+                                       XCB_INPUT_GRAB_TYPE_KEYCODE, variants.data());
+    const auto reply = replyOf<xcb_input_xi_passive_grab_device_reply>(connection, cookie);
+    return reply && reply->num_modifiers > 0;
+}
+
+} // namespace quillmarsh
