@@ -2,6 +2,7 @@
 #include "support/CoroutineTest.h"
 #include "support/FakePlatform.h"
 #include "update/BundleFixture.h"
+#include "update/BundleInformation.h"
 #include "update/InstallationModel.h"
 #include "update/MoveToApplications.h"
 
@@ -129,6 +130,38 @@ private slots:
             writeFile(plist, content);
             QCOMPARE(copy("1.0"), QString());
         }
+    }
+
+    void aListThatIsTooDeepIsNotRead_data()
+    {
+        QTest::addColumn<int>("levels");
+        for (const int levels : {10, 3'000, 100'000})
+            QTest::addRow("%d levels", levels) << levels;
+    }
+
+    /// Of arrays in arrays, in the binary form; the bundle's author decides how deep it goes.
+    void aListThatIsTooDeepIsNotRead()
+    {
+        QFETCH(int, levels);
+        const auto bigEndian = [](quint64 value, int bytes) {
+            QByteArray text;
+            for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+                text.append(static_cast<char>((value >> shift) & 0xFF));
+            return text;
+        };
+        const int width = levels < 65'000 ? 2 : 4;
+        QByteArray list = "bplist00";
+        QByteArray offsets;
+        for (int level = 0; level < levels; ++level) {
+            offsets += bigEndian(static_cast<quint64>(list.size()), width);
+            list += level + 1 < levels ? '\xa1' + bigEndian(static_cast<quint64>(level) + 1, width)
+                                       : QByteArray("\xa0");
+        }
+        const auto table = static_cast<quint64>(list.size());
+        list += offsets + QByteArray(6, '\0') + bigEndian(static_cast<quint64>(width), 1) +
+                bigEndian(static_cast<quint64>(width), 1) + bigEndian(static_cast<quint64>(levels), 8) +
+                bigEndian(0, 8) + bigEndian(table, 8);
+        QVERIFY(!BundleInformation::parse(list).identifier);
     }
 
     void withoutIdentifierOrVersionThereIsNoCopy()
