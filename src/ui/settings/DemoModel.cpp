@@ -100,14 +100,18 @@ void DemoModel::tryAgain()
     report(Status::ready);
 }
 
+// Queued: the document is in the middle of a change when it tells of a new text.
 void DemoModel::styleDocument(QQuickTextDocument* document)
 {
-    constexpr qreal lineSpacing = 5;
-    QTextBlockFormat format;
-    format.setLineHeight(lineSpacing, QTextBlockFormat::LineDistanceHeight);
-    QTextCursor cursor(document->textDocument());
-    cursor.select(QTextCursor::Document);
-    cursor.mergeBlockFormat(format);
+    const auto style = [text = document->textDocument()] {
+        constexpr qreal lineSpacing = 5;
+        QTextBlockFormat format;
+        format.setLineHeight(lineSpacing, QTextBlockFormat::LineDistanceHeight);
+        QTextCursor cursor(text);
+        cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+        cursor.mergeBlockFormat(format);
+    };
+    QMetaObject::invokeMethod(document->textDocument(), style, Qt::QueuedConnection);
 }
 
 void DemoModel::announceChange(QObject* view) const

@@ -3,6 +3,8 @@
 #include <QKeyEvent>
 #include <QQuickWindow>
 
+#include <utility>
+
 namespace quillmarsh {
 
 KeyCaptureView::KeyCaptureView(QQuickItem* parent) : QQuickItem(parent)
@@ -53,18 +55,19 @@ void KeyCaptureView::takeKeyboard()
     if (!window())
         return;
     forceActiveFocus(Qt::OtherFocusReason);
-    grabbed_ = window();
-    grabbed_->installEventFilter(this);
-    grabbed_->setKeyboardGrabEnabled(true);
+    watched_ = window();
+    watched_->installEventFilter(this);
+    isGrabbing_ = watched_->setKeyboardGrabEnabled(true);
 }
 
 void KeyCaptureView::releaseKeyboard()
 {
-    if (!grabbed_)
+    if (!watched_)
         return;
-    grabbed_->setKeyboardGrabEnabled(false);
-    grabbed_->removeEventFilter(this);
-    grabbed_.clear();
+    watched_->removeEventFilter(this);
+    if (std::exchange(isGrabbing_, false))
+        watched_->setKeyboardGrabEnabled(false);
+    watched_.clear();
 }
 
 } // namespace quillmarsh

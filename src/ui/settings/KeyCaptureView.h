@@ -32,7 +32,8 @@ private:
     void releaseKeyboard();
 
     ShortcutRecorder* recorder_ = nullptr;
-    QPointer<QWindow> grabbed_;
+    QPointer<QWindow> watched_;
+    bool isGrabbing_ = false;
 };
 
 } // namespace quillmarsh

@@ -57,8 +57,19 @@ AppScrollView {
                 onClicked: view.models.editor.edit(index)
             }
         }
+        Item {
+            width: parent.width
+            height: 9
+
+            Rectangle {
+                anchors { left: parent.left; right: parent.right; margins: 9; verticalCenter: parent.verticalCenter }
+                height: 1
+                color: AppDesign.tint(AppDesign.border, 0.7)
+            }
+        }
         QuietRowButton {
             width: parent.width
+            implicitHeight: 40
             icon: "list.bullet"
             text: "All writing actions"
             onClicked: view.models.tutorial.showWritingActions()

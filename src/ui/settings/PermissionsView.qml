@@ -83,10 +83,9 @@ AppScrollView {
             width: parent.width
             height: 1
             color: AppDesign.border
-            visible: outcome.implicitHeight > 0
+            visible: view.isMissing || view.permissions.enabledText !== "" || view.permissions.problem !== ""
         }
         Column {
-            id: outcome
             width: parent.width
             spacing: 8
 

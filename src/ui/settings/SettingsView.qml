@@ -18,11 +18,12 @@ Rectangle {
     Rectangle {
         anchors { left: sidebar.right; top: parent.top; bottom: parent.bottom }
         width: 1
+        z: 1
         color: AppDesign.border
     }
     SettingsHeader {
         id: header
-        anchors { left: sidebar.right; leftMargin: 33; right: parent.right; rightMargin: 32; top: parent.top; topMargin: 28 }
+        anchors { left: sidebar.right; leftMargin: 32; right: parent.right; rightMargin: 32; top: parent.top; topMargin: 28 }
         title: view.models.sections.title
         subtitle: view.models.sections.subtitle
     }
@@ -36,7 +37,7 @@ Rectangle {
             setSource(files[view.models.sections.index] + ".qml", { models: view.models })
         }
 
-        anchors { left: sidebar.right; right: parent.right; top: header.bottom; topMargin: 8; bottom: parent.bottom }
+        anchors { left: sidebar.right; right: parent.right; top: header.bottom; topMargin: -8; bottom: parent.bottom }
         Component.onCompleted: show()
 
         Connections {

@@ -8,6 +8,7 @@
 
 #include <QQmlError>
 #include <QQuickView>
+#include <QScreen>
 #include <QtQml/qqml.h>
 
 namespace quillmarsh {
@@ -15,6 +16,8 @@ namespace quillmarsh {
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr QSize windowSize(900, 660);
 
 void registerSettingsTypes()
 {
@@ -86,7 +89,9 @@ void SettingsWindow::open()
     view_->setTitle(u"Quillmarsh"_s);
     view_->setResizeMode(QQuickView::SizeRootObjectToView);
     view_->setMinimumSize({720, 520});
-    view_->resize(900, 660);
+    view_->resize(windowSize);
+    const QRect room = view_->screen()->availableGeometry();
+    view_->setPosition(room.center() - QRect({}, windowSize).center());
     load();
 }
 

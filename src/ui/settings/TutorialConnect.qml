@@ -19,7 +19,6 @@ Column {
     AppRowButton {
         objectName: "chatGPTCard"
         width: parent.width
-        padding: 14
         icon: "bubble.left"
         text: "ChatGPT by OpenAI"
         subtitle: "Use your ChatGPT subscription."
@@ -36,16 +35,16 @@ Column {
     AppRowButton {
         objectName: "claudeCard"
         width: parent.width
-        padding: 14
         icon: "key"
         text: "Claude"
         subtitle: "by Anthropic · Connect an API key"
         onClicked: step.tutorial.connectClaude()
+
+        AppIcon { name: "chevron.right"; size: 14; color: AppDesign.secondary; anchors.verticalCenter: parent.verticalCenter }
     }
     AppRowButton {
         objectName: "otherCard"
         width: parent.width
-        padding: 14
         icon: "circle.hexagongrid"
         text: "Other connections"
         subtitle: step.tutorial.otherConnectionsText
@@ -55,13 +54,13 @@ Column {
             running: step.tutorial.isWaitingForBrowser
             anchors.verticalCenter: parent.verticalCenter
         }
+        AppIcon { name: "chevron.right"; size: 14; color: AppDesign.secondary; anchors.verticalCenter: parent.verticalCenter }
     }
     AppButton {
         objectName: "tutorialCancelSignIn"
         visible: step.tutorial.isWaitingForBrowser
         kind: "quiet"
         text: "Cancel"
-        x: 8
         onClicked: step.tutorial.cancelSignIn()
     }
     Note {

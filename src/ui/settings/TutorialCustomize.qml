@@ -11,14 +11,13 @@ Column {
 
     AppText {
         width: parent.width
-        text: "A writing action is an instruction with a shortcut. Five are ready; add the ones you miss."
+        text: "A writing action is an instruction with a shortcut. Start with the ones that are here, or add your own."
         color: AppDesign.secondary
         bottomPadding: 4
     }
     AppRowButton {
         objectName: "createAction"
         width: parent.width
-        padding: 14
         icon: "plus"
         text: "Create a writing action"
         onClicked: step.models.editor.create()
@@ -26,7 +25,6 @@ Column {
     AppRowButton {
         objectName: "allActions"
         width: parent.width
-        padding: 14
         icon: "list.bullet"
         text: "All writing actions"
         onClicked: step.models.tutorial.showWritingActions()

@@ -9,15 +9,15 @@ Item {
     readonly property var actions: models.actions
 
     AppText {
-        id: count
-        anchors { left: parent.left; leftMargin: 33; verticalCenter: create.verticalCenter }
+        id: total
+        anchors { left: parent.left; leftMargin: 32; verticalCenter: create.verticalCenter }
         text: view.actions.countText
         color: AppDesign.secondary
     }
     AppButton {
         id: create
         objectName: "newAction"
-        anchors { right: parent.right; rightMargin: 32; top: parent.top; topMargin: 12 }
+        anchors { right: parent.right; rightMargin: 32; top: parent.top; topMargin: 32 }
         kind: "primary"
         icon: "plus"
         text: "New action"

@@ -74,9 +74,17 @@ public:
         return found;
     }
 
+    /// Lets everything find its place, as the next frame would.
+    void settle()
+    {
+        QCoreApplication::processEvents();
+        (void)view().grabWindow();
+    }
+
     void click(QQuickItem* item)
     {
         QVERIFY(item);
+        settle();
         const QPointF centre = item->mapToScene({item->width() / 2, item->height() / 2});
         QTest::mouseClick(&view(), Qt::LeftButton, {}, centre.toPoint());
     }

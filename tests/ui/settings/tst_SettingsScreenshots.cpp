@@ -117,13 +117,16 @@ private slots:
         driver_->models().editor()->close();
         driver_->models().editor()->edit(0);
         shoot("editor");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("grabbing the keyboard")));
         driver_->models().editor()->startRecording();
         shoot("editor-recording");
         driver_->models().editor()->recorder()->cancel();
         driver_->models().editor()->close();
         driver_->models().editor()->edit(1);
         fixture_->owned = {{15, 0x120000}};
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("grabbing the keyboard")));
         driver_->models().editor()->startRecording();
+        driver_->settle();
         QKeyEvent press = SettingsFixture::keyEvent(15, Qt::Key_R, Qt::ShiftModifier | Qt::MetaModifier);
         driver_->models().editor()->recorder()->keyDown(press);
         shoot("editor-owned");
