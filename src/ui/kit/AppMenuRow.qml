@@ -58,7 +58,6 @@ Pressable {
         anchors { right: parent.right; rightMargin: 10; verticalCenter: parent.verticalCenter }
         text: row.shortcut
         framed: false
-        opacity: row.note !== "" ? 0.45 : 1
         Accessible.ignored: true
     }
 }
