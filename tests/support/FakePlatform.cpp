@@ -62,7 +62,7 @@ Task<bool> FakeKeyPoster::post(quint16 keyCode, quint64 flags)
 {
     posts.push_back({keyCode, flags});
     if (delay.count() > 0)
-        co_await Sleep(delay);
+        co_await sleepFor(delay);
     if (result && onPost)
         onPost({keyCode, flags});
     co_return result;
@@ -83,7 +83,7 @@ Task<std::optional<QString>> FakePasteboard::string()
 {
     ++reads;
     if (readDelay.count() > 0)
-        co_await Sleep(readDelay);
+        co_await sleepFor(readDelay);
     co_return text;
 }
 
@@ -186,7 +186,7 @@ Task<int> FakeProcessRunner::run(QString program, QStringList arguments, std::st
 {
     runs.emplace_back(program, arguments);
     if (duration.count() > 0)
-        co_await Sleep(duration, stop);
+        co_await sleepFor(duration, stop);
     throwIfStopped(stop);
     if (onRun)
         co_return onRun(program, arguments);
