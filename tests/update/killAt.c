@@ -76,7 +76,8 @@ ssize_t write(int descriptor, const void* bytes, size_t count)
     struct stat status;
     /* In how many pieces a download is written depends on the network: only the first few are points. */
     static int writes;
-    const int counts = descriptor > 2 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && ++writes <= 8;
+    const int counts =
+        descriptor > 2 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && ++writes <= 8;
     if (counts)
         point();
     return next(descriptor, bytes, count);
