@@ -23,6 +23,9 @@ AppCard {
         secret: true
         revealed: panel.key.isShown
         onRevealedChanged: panel.key.isShown = revealed
+        // A hidden text has no name of its own for a screen reader; the field around it has.
+        Accessible.role: Accessible.Grouping
+        Accessible.name: title
         onAccepted: panel.key.save()
         Component.onCompleted: panel.key.adoptField(field)
 

@@ -44,15 +44,15 @@ Rectangle {
 
                 function walk(step) {
                     const next = (index + step + rows.count) % rows.count
-                    sidebar.sections.index = next
                     rows.itemAt(next).forceActiveFocus(Qt.TabFocusReason)
+                    sidebar.sections.index = next
                 }
 
                 width: parent.width
                 text: modelData.label
                 icon: modelData.symbol
                 selected: index === sidebar.sections.index
-                tabStop: selected
+                tabStop: selected || activeFocus
                 onClicked: sidebar.sections.index = index
                 Keys.onUpPressed: walk(-1)
                 Keys.onDownPressed: walk(1)

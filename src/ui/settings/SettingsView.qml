@@ -38,7 +38,11 @@ Rectangle {
         }
 
         anchors { left: sidebar.right; right: parent.right; top: header.bottom; topMargin: -8; bottom: parent.bottom }
-        Component.onCompleted: show()
+        // The first one is there with the window; the others are made in slices, so that nothing stutters.
+        Component.onCompleted: {
+            show()
+            asynchronous = true
+        }
 
         Connections {
             target: view.models.sections

@@ -85,7 +85,11 @@ Item {
             width: ListView.view.width - 64
             actions: view.actions
             editor: view.models.editor
-            onReached: list.positionViewAtIndex(index, ListView.Contain)
+            // The list keeps the focus with its current row when rows move.
+            onReached: {
+                list.currentIndex = index
+                list.positionViewAtIndex(index, ListView.Contain)
+            }
         }
     }
 }

@@ -74,7 +74,7 @@ public:
                 *rewrite.platform.workspace,
                 *rewrite.platform.keyboardLayout,
                 KeychainService{rewrite.platform.secItems},
-                virtualKey,
+                virtualKeys,
                 [this](const KeyCombination& combination) { return owned.contains(combination); },
                 [this] { ++beeps; },
                 [this](bool focused) { demoFocus << focused; },
@@ -115,6 +115,7 @@ public:
     UpdateEnvironment updateEnvironment = makeUpdateEnvironment();
     UpdateService updates{&session, updateEnvironment, QStringLiteral("1.0.0"), false};
     InstallationModel installation{updateEnvironment};
+    std::function<std::optional<quint16>(quint32)> virtualKeys = virtualKey;
     QList<KeyCombination> owned; ///< by another program
     QList<bool> demoFocus;
     int beeps = 0;

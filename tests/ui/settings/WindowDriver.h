@@ -34,15 +34,21 @@ public:
 
     [[nodiscard]] SettingsViewModels& models() { return *window.models(); }
     [[nodiscard]] QQuickView& view() { return *window.view(); }
-    void select(SettingsSection section) { models().sections()->select(section); }
+    void select(SettingsSection section)
+    {
+        models().sections()->select(section);
+        settle();
+    }
 
     /// Every text that can be seen, in no particular order.
     [[nodiscard]] QStringList texts()
     {
         QStringList texts;
-        collect(view().rootObject(), [&](QQuickItem* item) {
+        settle();
+        collect(view().contentItem(), [&](QQuickItem* item) {
             const QString text = item->property("text").toString();
-            if (!text.isEmpty() && QByteArrayView(item->metaObject()->className()).contains("Text"))
+            const QByteArrayView kind(item->metaObject()->className());
+            if (!text.isEmpty() && (kind.contains("Text") || kind.contains("Keycap")))
                 texts << text;
             return false;
         });
@@ -78,6 +84,9 @@ public:
     void settle()
     {
         QCoreApplication::processEvents();
+        constexpr int ready = 1; // of a Loader
+        const QQuickItem* section = item(QStringLiteral("section"));
+        QTRY_VERIFY(!section || section->property("status").toInt() == ready);
         (void)view().grabWindow();
     }
 

@@ -100,7 +100,7 @@ private slots:
                                  << QStringList({"Writing actions",
                                                  "Choose what a shortcut does to your selected text.",
                                                  "5 writing actions", "New action", "Autocorrect", "Longer",
-                                                 "⇧", "⌘", "R"});
+                                                 "⇧", "R"});
         QTest::newRow("connections")
             << 2
             << QStringList(
@@ -173,7 +173,7 @@ private slots:
         driver_->open();
         driver_->select(SettingsSection::connections);
         expectTexts({"AL", "ada.lovelace@example.com", "Choose an account", "Refresh available models",
-                     "Manage usage ↗", "Loading available models…"});
+                     "Manage usage ↗"});
         QTRY_COMPARE(fixture_->oauth->models().size(), 2);
         driver_->settle();
         expectTexts({"Swift"});
@@ -185,6 +185,19 @@ private slots:
         QCOMPARE(fixture_->oauth->activeClientID(), QStringLiteral("client-grace@example.com"));
         driver_->settle();
         expectTexts({"Reconnect to allow this app to use your plan."});
+    }
+
+    void theModelsWhileTheyLoad()
+    {
+        driver_.reset();
+        fixture_->models.stayMute();
+        fixture_->makeAccounts({SettingsFixture::account("ada.lovelace@example.com")});
+        fixture_->rewrite.settings.select(AIConnectionChoice::chatgpt);
+        driver_ = std::make_unique<WindowDriver>(*fixture_);
+        driver_->open();
+        driver_->select(SettingsSection::connections);
+        expectTexts({"Loading available models…"});
+        QVERIFY(!driver_->item("modelMenu")->isEnabled());
     }
 
     void theKeyPanel()
@@ -319,7 +332,7 @@ private slots:
         driver_->press(Qt::Key_Up, Qt::AltModifier);
         driver_->settle();
         QCOMPARE(fixture_->rewrite.settings.instructionShortcuts().front().name, QStringLiteral("Casual"));
-        QCOMPARE(driver_->focused(), row);
+        QCOMPARE(driver_->focused()->property("name").toString(), QStringLiteral("Casual"));
         driver_->press(Qt::Key_Down);
         QCOMPARE(driver_->focused()->property("name").toString(), QStringLiteral("Autocorrect"));
         driver_->press(Qt::Key_Delete);
@@ -474,8 +487,8 @@ private slots:
         Ticker ticker;
         for (int round = 0; round < 3; ++round) {
             for (const SettingsSection section : allSettingsSections) {
-                driver_->select(section);
-                QTest::qWait(20);
+                driver_->models().sections()->select(section);
+                QTest::qWait(40);
             }
         }
         qInfo("The event loop was away for %lld ms at most", ticker.longest);
