@@ -64,6 +64,7 @@ AppCard {
                 text: "You approve access in your browser. Rewrites count toward your ChatGPT allowance; availability depends on your plan."
                 size: 12
                 lineHeight: 1.15
+                height: Math.ceil(implicitHeight)
                 color: AppDesign.secondary
             }
             AppButton {

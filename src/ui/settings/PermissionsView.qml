@@ -40,6 +40,7 @@ AppScrollView {
             width: parent.width
             text: "Quillmarsh needs this access to read your selected text using Copy, replace it using Paste, and respond to your shortcut in other apps."
             lineHeight: 1.15
+            height: Math.ceil(implicitHeight)
             color: AppDesign.secondary
         }
         Column {
@@ -114,6 +115,7 @@ AppScrollView {
                 text: view.permissions.helpText
                 size: 12
                 lineHeight: 1.15
+                height: Math.ceil(implicitHeight)
                 color: AppDesign.secondary
             }
             Note {

@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmarsh.Kit 1.0
 import Quillmarsh.Settings 1.0
 import "qrc:/quillmarsh/kit"
 
@@ -20,13 +21,13 @@ Column {
         size: 12
         weight: Font.Medium
     }
-    Rectangle {
+    RoundedBox {
         width: parent.width
         height: 52
         radius: 10
         color: view.isRecording ? AppDesign.accentSoft : AppDesign.surface
-        border.width: view.isRecording ? 1.5 : 1
-        border.color: view.isRecording ? AppDesign.accent : AppDesign.outline
+        lineWidth: view.isRecording ? 1.5 : 1
+        lineColor: view.isRecording ? AppDesign.accent : AppDesign.outline
 
         AppButton {
             id: record

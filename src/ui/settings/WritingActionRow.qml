@@ -80,6 +80,7 @@ Pressable {
             width: parent.width
             text: row.name
             weight: Font.Medium
+            horizontalAlignment: Text.AlignLeft // beside its symbol, whichever way it reads
             wrapMode: Text.NoWrap
             elide: Text.ElideRight
             Accessible.ignored: true

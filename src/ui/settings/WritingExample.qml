@@ -1,4 +1,5 @@
 import QtQuick
+import Quillmarsh.Kit 1.0
 import "qrc:/quillmarsh/kit"
 
 // The demo: a sentence to select and to rewrite with Control-R, without any back end.
@@ -49,13 +50,13 @@ AppCard {
             }
         }
     }
-    Rectangle {
+    RoundedBox {
         width: parent.width
         height: sentence.implicitHeight + 16
         radius: 12
         color: AppDesign.page
-        border.width: sentence.activeFocus ? 1.5 : 1
-        border.color: sentence.activeFocus ? AppDesign.accent : AppDesign.outline
+        lineWidth: sentence.activeFocus ? 1.5 : 1
+        lineColor: sentence.activeFocus ? AppDesign.accent : AppDesign.outline
 
         TextEdit {
             id: sentence

@@ -178,11 +178,11 @@ private:
 
     void shoot(const char* name)
     {
-        QCoreApplication::processEvents();
+        driver_->settle();
         const QImage picture = driver_->view().grabWindow();
         QVERIFY(!picture.isNull());
         const QString suffix =
-            qFuzzyCompare(picture.devicePixelRatio(), 1.0) ? QString() : QStringLiteral("@2x");
+            qFuzzyCompare(driver_->view().devicePixelRatio(), 1.0) ? QString() : QStringLiteral("@2x");
         QVERIFY(picture.save(
             folder_.filePath(QStringLiteral("settings-%1%2.png").arg(QLatin1String(name), suffix))));
     }
