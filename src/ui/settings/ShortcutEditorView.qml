@@ -23,7 +23,6 @@ AppSheet {
         width: parent.width
         title: "Name"
         placeholder: "e.g. Formal, Casual, Shorter..."
-        maximumLength: 80
         onTextChanged: sheet.editor.name = text
         onAccepted: sheet.editor.save()
     }
