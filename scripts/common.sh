@@ -10,6 +10,7 @@ build_packages=(
     libxcb1-dev libxcb-xtest0-dev libxcb-xfixes0-dev libxcb-xinput-dev libxcb-xkb-dev libxcb-res0-dev
     libxcb-ewmh-dev libxcb-icccm4-dev libxcb-keysyms1-dev libxcb-shape0-dev libxkbcommon-x11-dev libxkbcommon-dev
     libsecret-1-dev libssl-dev libplist-dev
+    libxtst-dev libxi-dev libxdamage-dev
     libcpp-httplib-dev nlohmann-json3-dev libsqlite3-dev libpq-dev libhunspell-dev libcurl4-openssl-dev libicu-dev
 )
 # To use it.

@@ -35,7 +35,7 @@ Task<QString> InstallationToken::value()
         if (cached_.isEmpty())
             cached_ = token;
     }
-    co_return cached_;
+    co_return QString(cached_); // a bare member would be moved from
 }
 
 Task<QString> InstallationToken::loadOrCreate()

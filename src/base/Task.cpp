@@ -30,10 +30,7 @@ public:
         : duration_(std::chrono::ceil<std::chrono::milliseconds>(duration)), stop_(std::move(stop))
     {}
 
-    [[nodiscard]] bool isOver() const noexcept
-    {
-        return stop_.stop_requested() || duration_.count() <= 0;
-    }
+    [[nodiscard]] bool isOver() const noexcept { return stop_.stop_requested() || duration_.count() <= 0; }
 
     void resumeLater(std::coroutine_handle<> flow)
     {

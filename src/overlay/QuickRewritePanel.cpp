@@ -140,7 +140,7 @@ void QuickRewritePanel::makeWindow()
 
 bool QuickRewritePanel::isVisible() const
 {
-    return window_->isVisible();
+    return isOrderedFront_;
 }
 
 void QuickRewritePanel::setFrame(const QRectF& frame)
@@ -156,8 +156,17 @@ void QuickRewritePanel::setOpacity(qreal opacity)
     applyOpacity(opacity);
 }
 
+// Queued: mapping a window takes milliseconds, and whoever asks has a selection to copy first.
 void QuickRewritePanel::orderFrontRegardless()
 {
+    isOrderedFront_ = true;
+    QMetaObject::invokeMethod(this, &QuickRewritePanel::bringToFront, Qt::QueuedConnection);
+}
+
+void QuickRewritePanel::bringToFront()
+{
+    if (!isOrderedFront_)
+        return;
     surroundings_.setIsOnScreen(true);
     panelWindow_.orderFrontRegardless(*window_);
     leaveIfPointerIsOutsideTheShape();
@@ -165,6 +174,7 @@ void QuickRewritePanel::orderFrontRegardless()
 
 void QuickRewritePanel::orderOut()
 {
+    isOrderedFront_ = false;
     frameAnimation_.stop();
     opacityAnimation_.stop();
     window_->hide();

@@ -33,6 +33,7 @@ public:
 
 private:
     void makeWindow();
+    void bringToFront();
     void applyFrame(const QRectF& frame);
     void applyOpacity(qreal opacity);
     void applyMask(const QSize& size);
@@ -52,6 +53,7 @@ private:
     std::function<void()> completed_;
     QRectF frame_;
     qreal opacity_ = 1;
+    bool isOrderedFront_ = false;
 };
 
 } // namespace quillmarsh

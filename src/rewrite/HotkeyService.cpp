@@ -20,6 +20,7 @@ HotkeyService::~HotkeyService()
 void HotkeyService::setRegistrations(std::vector<Registration> registrations)
 {
     registrations_ = std::move(registrations);
+    refused_.clear();
     announceInterest();
 }
 
@@ -37,7 +38,9 @@ bool HotkeyService::start()
     }
     announceInterest();
     tap_->setEnabled(true);
-    if (!registrations_.empty() && refused().size() == registrations_.size()) {
+    refused_ = tap_->refused();
+    if (!registrations_.empty() && refused_.size() >= interest().size()) {
+        qCWarning(lcQuillmarsh, "Every shortcut belongs to another program");
         stop();
         return false;
     }
@@ -58,7 +61,7 @@ void HotkeyService::stop()
 
 std::vector<KeyCombination> HotkeyService::refused() const
 {
-    return tap_ ? tap_->refused() : std::vector<KeyCombination>();
+    return tap_ ? tap_->refused() : refused_;
 }
 
 void HotkeyService::setDemoFocused(bool focused)
@@ -109,18 +112,23 @@ void HotkeyService::reenable()
         tap_->setEnabled(true);
 }
 
-void HotkeyService::announceInterest()
+std::vector<KeyCombination> HotkeyService::interest() const
 {
-    if (!tap_)
-        return;
-    std::vector<KeyCombination> interest;
+    std::vector<KeyCombination> combinations;
     for (const Registration& registration : registrations_) {
         if (!belongsToDemo(registration.keyCode, registration.modifiers))
-            interest.push_back({registration.keyCode, registration.modifiers & ModifierFlags::shortcutMask});
+            combinations.push_back(
+                {registration.keyCode, registration.modifiers & ModifierFlags::shortcutMask});
     }
-    std::ranges::sort(interest);
-    interest.erase(std::ranges::unique(interest).begin(), interest.end());
-    tap_->setInterest(std::move(interest));
+    std::ranges::sort(combinations);
+    combinations.erase(std::ranges::unique(combinations).begin(), combinations.end());
+    return combinations;
+}
+
+void HotkeyService::announceInterest()
+{
+    if (tap_)
+        tap_->setInterest(interest());
 }
 
 } // namespace quillmarsh

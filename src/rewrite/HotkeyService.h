@@ -27,7 +27,7 @@ public:
     /// False when the process is not trusted or no tap can be made. Starting twice is harmless.
     virtual bool start() = 0;
     virtual void stop() = 0;
-    /// The registered combinations that another program owns; empty while stopped.
+    /// The registered combinations that another program owns, as far as a start has found out.
     [[nodiscard]] virtual std::vector<KeyCombination> refused() const = 0;
 };
 
@@ -59,12 +59,14 @@ private:
     [[nodiscard]] const Registration* match(const KeyEvent& event) const;
     [[nodiscard]] bool belongsToDemo(quint16 keyCode, quint64 flags) const;
     void reenable();
+    [[nodiscard]] std::vector<KeyCombination> interest() const;
     void announceInterest();
 
     EventTapSource& taps_;
     const Accessibility& accessibility_;
     std::unique_ptr<EventTap> tap_;
     std::vector<Registration> registrations_;
+    std::vector<KeyCombination> refused_; ///< of the last start, also when it failed for that reason
     bool demoFocused_ = false;
 };
 

@@ -120,6 +120,8 @@ void RewriteService::registerHotkeys()
     } else {
         setHotkeyRegistered(false);
         setLastError(QStringLiteral("Failed to register shortcuts. Check Accessibility permission."));
+        reportRefusedShortcuts();
+        emit shortcutsRegistered();
         return;
     }
     setLastError(std::nullopt);

@@ -53,7 +53,8 @@ private slots:
 
     void aDetachedTaskLogsItsFailureWithoutTheText()
     {
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^A background task failed \\([^ ]*\\)$")));
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(QStringLiteral("^A background task failed \\([^ ]*\\)$")));
         detach(failWith(false));
         detach(failWith(true));
         QTest::qWait(50);

@@ -101,8 +101,11 @@ private slots:
         QVERIFY(service_->start());
         QCOMPARE(service_->refused().size(), 1u);
         service_->stop();
-        service_->setRegistrations({registration(15, shiftCommand, "a")});
+        service_->setRegistrations(
+            {registration(15, shiftCommand, "a"), registration(15, shiftCommand, "b")});
+        QTest::ignoreMessage(QtWarningMsg, "Every shortcut belongs to another program");
         QVERIFY(!service_->start());
+        QCOMPARE(service_->refused(), std::vector<KeyCombination>({{15, shiftCommand}}));
     }
 
     void stopGivesTheTapBack()

@@ -6,7 +6,7 @@
 namespace quillmarsh::test {
 
 /// Ends the test run when a warning is logged that the test did not announce with QTest::ignoreMessage.
-/// Call in initTestCase() of suites whose product code has to stay silent.
+/// Call in init(), since it lasts for one test function, of suites whose product code has to stay silent.
 inline void failOnWarnings()
 {
     QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
