@@ -187,12 +187,12 @@ class Product:
         self.process = None
         self.tray = None
 
-    def start(self, *arguments, wait_for="Event tap started"):
+    def start(self, *arguments, wait_for="Event tap started", program=PRODUCT, environment=None):
         # A desktop has a status bar; without one the product opens its settings at start.
         self.tray = Process(["tint2"])
         wait_until(lambda: run("xwininfo", "-name", "tint2"), "the status bar")
-        self.process = Process([str(PRODUCT), *arguments], log=self.log,
-                               environment={"QT_QPA_PLATFORM": "xcb"})
+        self.process = Process([str(program), *arguments], log=self.log,
+                               environment={"QT_QPA_PLATFORM": "xcb", **(environment or {})})
         if wait_for:
             wait_until(lambda: wait_for in self.log_text() or not self.process.is_running(), "the product's start", 30)
             assert self.process.is_running(), self.log_text()
@@ -254,3 +254,77 @@ def featherpad(text, keyboard):
 def text_field(text, keyboard, key_log=os.devnull):
     return Editor([str(BUILD / "bin" / "text-field"), "{file}", "{keys}"], "Text field", text, keyboard, saves=False,
                   key_log=key_log)
+
+
+class FakeOpenAI:
+    """The strict account and model servers, and a browser that follows their redirect."""
+
+    def __init__(self):
+        self.process = subprocess.Popen([str(BUILD / "bin" / "fake-openai")], stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, text=True)
+        self.auth_origin = self.process.stdout.readline().split()[1]
+        self.api_base = self.process.stdout.readline().split()[1]
+        tools = pathlib.Path(os.environ["HOME"]) / "bin"
+        tools.mkdir(exist_ok=True)
+        browser = tools / "xdg-open"
+        browser.write_text('#!/bin/sh\ncurl -sL --max-time 20 "$1" >/dev/null 2>&1 &\n')
+        browser.chmod(0o755)
+        self.environment = {
+            "PATH": f"{tools}:{os.environ['PATH']}",
+            "QUILLMARSH_TEST_AUTH_ORIGIN": self.auth_origin,
+            "QUILLMARSH_TEST_OPENAI_API_BASE": self.api_base,
+        }
+
+    def ask(self, what):
+        self.process.stdin.write(what + "\n")
+        self.process.stdin.flush()
+        lines = []
+        while (line := self.process.stdout.readline().rstrip("\n")) != ".":
+            lines.append(line)
+        return lines
+
+    def stop(self):
+        self.process.stdin.close()
+        self.process.wait(5)
+
+
+class ScreenReader:
+    """What assistive technology sees of a program, from outside its process."""
+
+    def __init__(self):
+        import gi
+
+        gi.require_version("Atspi", "2.0")
+        from gi.repository import Atspi
+
+        self.atspi = Atspi
+        Atspi.init()
+
+    def application(self, name):
+        desktop = self.atspi.get_desktop(0)
+        for index in range(desktop.get_child_count()):
+            child = desktop.get_child_at_index(index)
+            if child and child.get_name() == name:
+                return child
+        return None
+
+    def all_below(self, node, depth=0):
+        if node is None or depth > 40:
+            return
+        yield node
+        for index in range(node.get_child_count()):
+            yield from self.all_below(node.get_child_at_index(index), depth + 1)
+
+    def find(self, application, name, role=None):
+        for node in self.all_below(self.application(application)):
+            try:
+                if node.get_name() == name and (role is None or node.get_role_name() == role):
+                    return node
+            except Exception:  # a node may go while it is looked at
+                continue
+        return None
+
+    def press(self, application, name):
+        node = wait_until(lambda: self.find(application, name), f"“{name}” in the accessibility tree")
+        assert node.get_n_actions() > 0, f"“{name}” offers no action"
+        node.do_action(0)

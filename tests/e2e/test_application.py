@@ -1,0 +1,102 @@
+"""The application itself: one instance, status bar, menu, settings, settings files that cannot be read."""
+
+import os
+import pathlib
+import subprocess
+import time
+import unittest
+
+import harness
+from harness import wait_until
+
+
+def status_icon():
+    """The icon in the status bar as (x, y) of its middle."""
+    for line in harness.run("xwininfo", "-root", "-tree").splitlines():
+        if '"quillmarsh"' in line or '("quillmarsh" "Quillmarsh")' in line:
+            parts = line.split()
+            size, position = parts[-2], parts[-1]
+            width, height = (int(part) for part in size.split("+")[0].split("x"))
+            if 8 <= width <= 64 and 8 <= height <= 64:
+                x, y = (int(part) for part in position.lstrip("+").split("+"))
+                return x + width // 2, y + height // 2
+    return None
+
+
+class ApplicationTest(unittest.TestCase):
+    def setUp(self):
+        self.keyboard = harness.Keyboard()
+        self.products = []
+
+    def tearDown(self):
+        for product in self.products:
+            product.stop()
+        self.keyboard.stop()
+
+    def product(self, settings=None):
+        product = harness.Product(settings or {"selectedProvider": "cloud"})
+        self.products.append(product)
+        return product
+
+    def test_a_second_start_opens_the_settings_of_the_first(self):
+        first = self.product().start()
+        second = subprocess.run([str(harness.PRODUCT)], capture_output=True, text=True, timeout=20, check=False)
+        self.assertEqual(second.returncode, 0)
+        self.assertIn("already runs", second.stderr)
+        wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
+        self.assertTrue(first.process.is_running())
+        time.sleep(0.7)
+        harness.screenshot("settings-second-start")
+        self.assertEqual(first.stop(), 0)
+
+    def test_the_first_start_opens_the_guide(self):
+        product = self.product({"hasSeenModernOnboarding": "false"}).start()
+        wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
+        time.sleep(0.7)
+        harness.screenshot("first-start")
+        self.assertEqual(product.stop(), 0)
+        self.assertNotIn("warning", product.log_text().lower())
+
+    def test_the_icon_opens_the_menu(self):
+        product = self.product().start()
+        x, y = wait_until(status_icon, "the status icon", 15)
+        time.sleep(0.5)
+        harness.screenshot("status-bar")
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+        wait_until(lambda: harness.windows("^Quillmarsh menu$"), "the menu")
+        time.sleep(0.6)
+        harness.screenshot("menu")
+        self.keyboard.chord("Escape")
+        wait_until(lambda: not harness.windows("^Quillmarsh menu$"), "the menu to close")
+        self.assertEqual(product.stop(), 0)
+        self.assertNotIn("warning", product.log_text().lower())
+
+    def test_unreadable_settings(self):
+        product = self.product()
+        garbage = b"[General\nselectedProvider=who\nfoo\x00\xff\n"
+        product.defaults.write_bytes(garbage)
+        product.start()
+        log = wait_until(lambda: "settings file" in product.log_text() and product.log_text(), "the log line")
+        self.assertIn("could not be read", log)
+        kept = list(product.defaults.parent.glob("defaults.unreadable-*.ini"))
+        self.assertEqual([file.read_bytes() for file in kept], [garbage])
+
+    def test_unreadable_writing_actions(self):
+        product = self.product({"instructionShortcuts": "@ByteArray([{broken)", "selectedProvider": "Mistral"})
+        product.start(wait_for="Ignoring the stored writing actions")
+        time.sleep(1)
+        self.assertTrue(product.process.is_running())
+        self.assertIn("Ignoring the stored provider", product.log_text())
+        self.assertEqual(product.stop(), 0)
+        self.assertIn("{broken", product.defaults.read_text())
+
+    def test_it_ends_in_order_when_told_to(self):
+        product = self.product().start()
+        began = time.monotonic()
+        self.assertEqual(product.stop(), 0)
+        self.assertLess(time.monotonic() - began, 3)
+        self.assertIn("Event tap stopped", product.log_text())
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2, failfast=bool(os.environ.get("FAILFAST")))
