@@ -18,6 +18,15 @@
 
 namespace quillmarsh {
 
+namespace {
+
+/// What the autostart entry passes.
+constexpr auto loginArgument = "--login";
+/// A status bar that is there answers well within this time.
+constexpr std::chrono::seconds statusBarPatience{3};
+
+} // namespace
+
 void QuillmarshApp::describe(QApplication& application)
 {
     application.setApplicationName(QStringLiteral("Quillmarsh"));
@@ -30,6 +39,7 @@ void QuillmarshApp::describe(QApplication& application)
 QuillmarshApp::QuillmarshApp(const QStringList& arguments)
     : quitSignals_(std::make_unique<QuitSignals>()), services_(std::make_unique<Services>())
 {
+    isLoginStart_ = arguments.contains(QLatin1String(loginArgument));
     connect(quitSignals_.get(), &QuitSignals::quitRequested, this, [this] { detach(quit()); });
     Deployment::applyEndpoints(services_->defaults);
     detach(start(arguments.contains(QLatin1String(relaunchArgument))));
@@ -45,7 +55,8 @@ Task<> QuillmarshApp::start(bool isRelaunch)
         QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
         co_return;
     }
-    services_->create();
+    services_->create([this] { detach(quit()); });
+    detach(mendInterruptedUpdate());
     services_->startIfNeeded();
     // The shortcuts work from here on; the rest comes after the events that came meanwhile.
     co_await sleepFor(std::chrono::milliseconds(1));
@@ -54,7 +65,6 @@ Task<> QuillmarshApp::start(bool isRelaunch)
 
 void QuillmarshApp::finishLaunching()
 {
-    detach(mendInterruptedUpdate());
     services_->overlay->prepare();
     windows_ = std::make_unique<Windows>(*services_);
     connect(windows_.get(), &Windows::quitRequested, this, [this] { detach(quit()); });
@@ -62,6 +72,7 @@ void QuillmarshApp::finishLaunching()
             &Windows::openSettings);
     detach(prepareHostedBackEnd());
     detach(showStatusIcon());
+    detach(openSettingsWithoutStatusBar());
     if (!services_->defaults.boolean(QLatin1String(hasSeenModernOnboardingKey)))
         windows_->openSettings();
 }
@@ -77,13 +88,11 @@ Task<> QuillmarshApp::prepareHostedBackEnd()
 /// the copy there takes over.
 Task<> QuillmarshApp::mendInterruptedUpdate()
 {
-    const Platform& platform = services_->platform;
-    const auto moved = recoverInterruptedUpdate(
-        UpdateEnvironment::standard(*platform.bundle, *platform.processRunner, *platform.workspace));
+    const auto moved = recoverInterruptedUpdate(services_->updateEnvironment());
     if (!moved)
         co_return;
     const QStringList arguments{QLatin1String(relaunchArgument)};
-    const bool opened = co_await platform.workspace->openApplication(*moved, arguments);
+    const bool opened = co_await services_->platform.workspace->openApplication(*moved, arguments);
     if (opened)
         co_await quit();
 }
@@ -93,8 +102,15 @@ Task<> QuillmarshApp::showStatusIcon()
     const bool hasTray = co_await services_->platform.statusItemHost->waitUntilAvailable();
     if (hasTray)
         windows_->showStatusIcon();
-    else
-        windows_->openSettings(); // without a status bar it is the only way in
+}
+
+/// Without a status bar the settings window is the only way in. A desktop that is still starting gets its bar
+/// later, and nobody asked for a window then; starting the product once more opens it.
+Task<> QuillmarshApp::openSettingsWithoutStatusBar()
+{
+    co_await sleepFor(statusBarPatience);
+    if (!isLoginStart_ && !windows_->hasStatusIcon())
+        windows_->openSettings();
 }
 
 Task<> QuillmarshApp::quit()

@@ -32,12 +32,14 @@ private:
     void finishLaunching();
     Task<> mendInterruptedUpdate();
     Task<> showStatusIcon();
+    Task<> openSettingsWithoutStatusBar();
     Task<> prepareHostedBackEnd();
     Task<> quit();
 
     std::unique_ptr<QuitSignals> quitSignals_;
     std::unique_ptr<Services> services_;
     std::unique_ptr<Windows> windows_;
+    bool isLoginStart_ = false;
     bool isQuitting_ = false;
 };
 

@@ -19,16 +19,23 @@ Services::~Services()
     CodexOAuthService::installShared(nullptr);
 }
 
-void Services::create()
+UpdateEnvironment Services::updateEnvironment() const
 {
+    UpdateEnvironment environment =
+        UpdateEnvironment::standard(*platform.bundle, *platform.processRunner, *platform.workspace);
+    environment.terminate = quit_;
+    return environment;
+}
+
+void Services::create(std::function<void()> quit)
+{
+    quit_ = std::move(quit);
     installationToken = std::make_unique<InstallationToken>(*platform.secItems);
     appSettings = std::make_unique<AppSettings>(defaults);
     overlay = std::make_unique<RewriteOverlayController>(*platform.panelWindow, *platform.appearance);
     createAccountConnection();
     createRewriteService();
-    updateService = std::make_unique<UpdateService>(
-        &sharedUrlSession(),
-        UpdateEnvironment::standard(*platform.bundle, *platform.processRunner, *platform.workspace));
+    updateService = std::make_unique<UpdateService>(&sharedUrlSession(), updateEnvironment());
 }
 
 void Services::createAccountConnection()

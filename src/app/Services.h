@@ -2,6 +2,7 @@
 
 #include "base/UserDefaults.h"
 #include "platform/Platform.h"
+#include "update/UpdateEnvironment.h"
 
 #include <memory>
 
@@ -22,8 +23,11 @@ struct Services
     Services(const Services&) = delete;
     Services& operator=(const Services&) = delete;
 
-    /// Creates the services; until then there are only the platform and the defaults store.
-    void create();
+    /// Creates the services; until then there are only the platform and the defaults store. `quit` ends the
+    /// application in order.
+    void create(std::function<void()> quit);
+    /// What the updater and the installation screen work with.
+    [[nodiscard]] UpdateEnvironment updateEnvironment() const;
     /// Gives the orchestrator its settings, registers the shortcuts and starts the update checks; once.
     void startIfNeeded();
 
@@ -40,6 +44,7 @@ private:
     void createAccountConnection();
     void createRewriteService();
 
+    std::function<void()> quit_;
     bool started_ = false;
 };
 

@@ -6,6 +6,7 @@
 #include "app/Services.h"
 #include "base/NotificationCenter.h"
 #include "chatgpt/CodexOAuthService.h"
+#include "platform/FreeMemory.h"
 #include "rewrite/AppSettings.h"
 #include "rewrite/RewriteService.h"
 #include "ui/kit/AppDesign.h"
@@ -55,26 +56,28 @@ MenuBarEnvironment menuEnvironment(Services& services)
 Windows::Windows(Services& services, QObject* parent) : QObject(parent)
 {
     AppDesign::setAppearance(services.platform.appearance.get());
-    installation_ = std::make_unique<InstallationModel>(UpdateEnvironment::standard(
-        *services.platform.bundle, *services.platform.processRunner, *services.platform.workspace));
+    installation_ = std::make_unique<InstallationModel>(services.updateEnvironment());
     settings_ = std::make_unique<SettingsWindow>(settingsEnvironment(services, *installation_));
     update_ = std::make_unique<UpdateWindow>(*services.updateService);
     services.updateService->setPresentWindow([this] { update_->show(); });
     menuModel_ = std::make_unique<MenuBarModel>(menuEnvironment(services));
     menu_ = std::make_unique<MenuBarView>(*menuModel_, *services.platform.panelWindow);
     label_ = std::make_unique<MenuBarLabel>(*services.rewriteService);
-    connectMenu();
+    connectAll();
 }
 
 Windows::~Windows() = default;
 
-void Windows::connectMenu()
+void Windows::connectAll()
 {
     CodexOAuthService& accounts = CodexOAuthService::shared();
     connect(&accounts, &CodexOAuthService::profilesChanged, menuModel_.get(),
             &MenuBarModel::connectionChanged);
     connect(&accounts, &CodexOAuthService::activeClientIDChanged, menuModel_.get(),
             &MenuBarModel::connectionChanged);
+    connect(menu_.get(), &MenuBarView::closed, this, &giveBackFreeMemory);
+    connect(settings_.get(), &SettingsWindow::closed, this, &giveBackFreeMemory);
+    connect(update_.get(), &UpdateWindow::closed, this, &giveBackFreeMemory);
     connect(label_.get(), &MenuBarLabel::menuRequested, this, [this] { menu_->toggle(label_->geometry()); });
     connect(label_.get(), &MenuBarLabel::settingsRequested, this, &Windows::openSettings);
     connect(menuModel_.get(), &MenuBarModel::settingsRequested, this, &Windows::openSettings);
@@ -83,6 +86,7 @@ void Windows::connectMenu()
 
 void Windows::showStatusIcon()
 {
+    hasStatusIcon_ = true;
     label_->show();
 }
 

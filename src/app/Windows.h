@@ -26,13 +26,14 @@ public:
     ~Windows() override;
 
     void showStatusIcon();
+    [[nodiscard]] bool hasStatusIcon() const { return hasStatusIcon_; }
     void openSettings();
 
 signals:
     void quitRequested();
 
 private:
-    void connectMenu();
+    void connectAll();
 
     std::unique_ptr<InstallationModel> installation_;
     std::unique_ptr<SettingsWindow> settings_;
@@ -40,6 +41,7 @@ private:
     std::unique_ptr<MenuBarModel> menuModel_;
     std::unique_ptr<MenuBarView> menu_;
     std::unique_ptr<MenuBarLabel> label_;
+    bool hasStatusIcon_ = false;
 };
 
 } // namespace quillmarsh

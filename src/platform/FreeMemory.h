@@ -1,0 +1,9 @@
+#pragma once
+
+namespace quillmarsh {
+
+/// Hands memory that is no longer used back to the system; after a window was closed, say. Defined once per
+/// operating system.
+void giveBackFreeMemory();
+
+} // namespace quillmarsh
