@@ -1,5 +1,6 @@
 """The application itself: one instance, status bar, menu, settings, settings files that cannot be read."""
 
+import json
 import os
 import pathlib
 import subprocess
@@ -59,17 +60,58 @@ class ApplicationTest(unittest.TestCase):
 
     def test_the_icon_opens_the_menu(self):
         product = self.product().start()
-        x, y = wait_until(status_icon, "the status icon", 15)
+        wait_until(status_icon, "the status icon", 15)
         time.sleep(0.5)
         harness.screenshot("status-bar")
-        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
-        wait_until(lambda: harness.windows("^Quillmarsh menu$"), "the menu")
-        time.sleep(0.6)
+        self.open_menu()
         harness.screenshot("menu")
         self.keyboard.chord("Escape")
         wait_until(lambda: not harness.windows("^Quillmarsh menu$"), "the menu to close")
         self.assertEqual(product.stop(), 0)
         self.assertNotIn("warning", product.log_text().lower())
+
+    def open_menu(self):
+        x, y = wait_until(status_icon, "the status icon", 15)
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+        wait_until(lambda: harness.windows("^Quillmarsh menu$"), "the menu")
+        time.sleep(0.4)
+
+    def test_a_custom_instruction_goes_to_the_application_in_front(self):
+        back_end = harness.BackEnd()
+        product = self.product({"selectedProvider": "cloud", "endpoint.cloud": back_end.origin})
+        product.start(environment={"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"})
+        editor = harness.text_field("one two", self.keyboard)
+        try:
+            editor.select_all()
+            self.open_menu()
+            harness.ScreenReader().press("Quillmarsh", "Custom instruction…")
+            time.sleep(0.3)
+            subprocess.run(["xdotool", "type", "--delay", "20", " make it loud "], check=True)
+            harness.screenshot("menu-custom-instruction")
+            self.keyboard.chord("Return")
+            wait_until(lambda: editor.file.read_text() == "ONE TWO", "the rewritten text")
+            self.assertEqual(json.loads(back_end.requests[0][2]), {"text": "one two", "instruction": "make it loud"})
+            self.assertEqual(harness.active_window(), editor.window)
+        finally:
+            editor.stop()
+            back_end.stop()
+        self.assertEqual(product.stop(), 0)
+
+    def test_without_a_key_nothing_is_copied(self):
+        product = self.product({"selectedProvider": "claude"}).start()
+        editor = harness.text_field("one two", self.keyboard)
+        try:
+            editor.select_all()
+            before = harness.clipboard()
+            self.keyboard.chord(harness.SHORTCUT)
+            wait_until(lambda: harness.windows("^Quillmarsh panel$"), "the panel")
+            time.sleep(0.5)
+            harness.screenshot("panel-no-provider")
+            self.assertEqual(harness.clipboard(), before)
+            self.assertEqual(editor.text(), "one two")
+        finally:
+            editor.stop()
+        self.assertEqual(product.stop(), 0)
 
     def test_unreadable_settings(self):
         product = self.product()
