@@ -73,7 +73,7 @@ void QuillmarshApp::finishLaunching()
     detach(prepareHostedBackEnd());
     detach(showStatusIcon());
     detach(openSettingsWithoutStatusBar());
-    if (!services_->defaults.boolean(QLatin1String(hasSeenModernOnboardingKey)))
+    if (!isLoginStart_ && !services_->defaults.boolean(QLatin1String(hasSeenModernOnboardingKey)))
         windows_->openSettings();
 }
 

@@ -23,6 +23,7 @@ public:
     /// $XDG_CONFIG_HOME/quillmarsh/defaults.ini on this desktop.
     [[nodiscard]] static QString standardPath();
 
+    [[nodiscard]] bool contains(const QString& key) const { return settings_->contains(key); }
     [[nodiscard]] std::optional<QString> string(const QString& key) const;
     [[nodiscard]] std::optional<QByteArray> data(const QString& key) const;
     /// 0 when the value is missing or not a number.

@@ -27,7 +27,7 @@ AppSettings::AppSettings(UserDefaults& store, QObject* parent)
 
 void AppSettings::applyFirstRun()
 {
-    if (!store_.string(providerKey))
+    if (!store_.contains(providerKey))
         setProvider(AIProvider::cloud);
 }
 
@@ -45,9 +45,9 @@ void AppSettings::migrateLegacyProvider()
 void AppSettings::seedShortcuts()
 {
     const std::optional<QByteArray> data = store_.data(shortcutsKey);
-    if (!data)
+    if (!store_.contains(shortcutsKey))
         return setInstructionShortcuts(InstructionShortcut::defaultShortcuts());
-    const auto stored = decodeShortcuts(*data);
+    const auto stored = decodeShortcuts(data.value_or(QByteArray()));
     if (!stored)
         qCWarning(lcQuillmarsh,
                   "Ignoring the stored writing actions: they cannot be read; they are kept as they are");

@@ -28,8 +28,10 @@ bool HotkeyService::start()
 {
     if (!accessibility_.isProcessTrusted())
         return false;
-    if (tap_)
-        return true;
+    if (tap_) {
+        refused_ = tap_->refused();
+        return !isWhollyRefused();
+    }
     qCInfo(lcQuillmarsh, "AXIsProcessTrusted = %d", 1);
     tap_ = taps_.create([this](const KeyEvent& event) { return handleEvent(event); });
     if (!tap_) {
@@ -39,7 +41,7 @@ bool HotkeyService::start()
     announceInterest();
     tap_->setEnabled(true);
     refused_ = tap_->refused();
-    if (!registrations_.empty() && refused_.size() >= interest().size()) {
+    if (isWhollyRefused()) {
         qCWarning(lcQuillmarsh, "Every shortcut belongs to another program");
         stop();
         return false;
@@ -51,10 +53,10 @@ bool HotkeyService::start()
 
 void HotkeyService::stop()
 {
-    if (!tap_)
-        return;
-    tap_->setEnabled(false);
-    tap_->invalidate();
+    if (tap_) {
+        tap_->setEnabled(false);
+        tap_->invalidate();
+    }
     tap_.reset();
     qCInfo(lcQuillmarsh, "Event tap stopped");
 }
@@ -62,6 +64,17 @@ void HotkeyService::stop()
 std::vector<KeyCombination> HotkeyService::refused() const
 {
     return tap_ ? tap_->refused() : refused_;
+}
+
+void HotkeyService::retryRefused()
+{
+    if (tap_ && !tap_->refused().empty())
+        announceInterest();
+}
+
+bool HotkeyService::isWhollyRefused() const
+{
+    return !refused_.empty() && refused_.size() >= interest().size();
 }
 
 void HotkeyService::setDemoFocused(bool focused)

@@ -29,6 +29,8 @@ public:
     virtual void stop() = 0;
     /// The registered combinations that another program owns, as far as a start has found out.
     [[nodiscard]] virtual std::vector<KeyCombination> refused() const = 0;
+    /// Tries once more to get what another program owned; cheap when nothing is refused.
+    virtual void retryRefused() = 0;
 };
 
 /// Makes the writing actions' shortcuts work in every application: one system-wide event tap that swallows a
@@ -48,6 +50,7 @@ public:
     bool start() override;
     void stop() override;
     [[nodiscard]] std::vector<KeyCombination> refused() const override;
+    void retryRefused() override;
 
     /// While the onboarding demo's text has the keyboard focus, Control-R reaches it even if a writing action
     /// has that shortcut.
@@ -60,6 +63,7 @@ private:
     [[nodiscard]] bool belongsToDemo(quint16 keyCode, quint64 flags) const;
     void reenable();
     [[nodiscard]] std::vector<KeyCombination> interest() const;
+    [[nodiscard]] bool isWhollyRefused() const;
     void announceInterest();
 
     EventTapSource& taps_;

@@ -52,7 +52,7 @@ public:
     {
         const QString value = text(key);
         const QUuid id = QUuid::fromString(value);
-        succeeded_ = succeeded_ && value.size() == 36 && !id.isNull();
+        succeeded_ = succeeded_ && id.toString(QUuid::WithoutBraces).compare(value, Qt::CaseInsensitive) == 0;
         return id;
     }
 

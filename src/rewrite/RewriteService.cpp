@@ -76,10 +76,10 @@ class RewriteService::Run final
 public:
     explicit Run(RewriteService& service) : service_(&service)
     {
+        service.setProcessing(true);
         service.cancelled_ = false;
         service.rewriteTask_ = std::stop_source();
         service.setLastError(std::nullopt);
-        service.setProcessing(true);
     }
     ~Run()
     {
@@ -123,13 +123,18 @@ Task<> RewriteService::performRewrite(std::optional<QString> instruction, QStrin
         cancelRewrite();
         co_return;
     }
+    const QPointer self(this);
     const Run run(*this);
     try {
         co_await rewriteSelection(std::move(instruction), std::move(title));
     } catch (const Cancelled&) {
-        // A cancelled run ends without a message.
+        // A cancelled run ends without a message; one that its back end gave up goes with its panel.
+        if (self)
+            environment_.overlay.hide(false);
     } catch (const Failure& failure) {
         fail(failure);
+    } catch (const std::exception& error) {
+        fail({QStringLiteral("Couldn’t rewrite"), errorDescription(error)});
     }
 }
 
@@ -143,6 +148,7 @@ Task<> RewriteService::rewriteSelection(std::optional<QString> instruction, QStr
     const ProviderSelection provider = co_await stage(self, requireProvider());
     environment_.warmUp(provider.provider, provider.mode);
 
+    requireTarget(target); // a keyring may have asked the user something meanwhile
     const QString text = co_await stage(self, requireSelectedText());
     requireTarget(target);
 
@@ -235,6 +241,8 @@ Task<QString> RewriteService::requireResult(ProviderSelection provider, QString 
             throw AIError::textTooLong();
         const auto backEnd = environment_.makeBackEnd(provider.provider, provider.mode);
         co_return co_await backEnd->rewriteText(text, provider.apiKey, instruction, rewriteTask_.get_token());
+    } catch (const Cancelled&) {
+        throw;
     } catch (const std::exception& error) {
         throw Failure(QStringLiteral("Couldn’t rewrite"), errorDescription(error));
     }
@@ -252,7 +260,7 @@ Task<> RewriteService::pasteResult(std::optional<RunningApplication> target, QSt
     if (pasted)
         complete(QStringLiteral("Text rewritten"), nameOf(target));
     else
-        completeOnClipboard();
+        co_await leaveOnClipboard(result); // a paste that was refused may have found the clipboard taken
 }
 
 Task<> RewriteService::leaveOnClipboard(QString result)

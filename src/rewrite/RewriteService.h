@@ -110,6 +110,7 @@ private:
     static Task<> monitorPermission(QPointer<RewriteService> service, std::stop_token stop);
     [[nodiscard]] std::vector<Registration> makeRegistrations();
     void reportRefusedShortcuts() const;
+    void retryRefusedShortcuts();
 
     template <typename T>
     static Task<T> stage(QPointer<RewriteService> service, Task<T> task);

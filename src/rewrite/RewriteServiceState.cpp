@@ -62,7 +62,18 @@ Task<> RewriteService::monitorPermission(QPointer<RewriteService> service, std::
         if (stop.stop_requested() || !service)
             co_return;
         service->checkAndSetupAccessibility(false);
+        service->retryRefusedShortcuts();
     }
+}
+
+void RewriteService::retryRefusedShortcuts()
+{
+    const size_t before = hotkeyService_->refused().size();
+    if (before == 0 || !hotkeyRegistered_)
+        return;
+    hotkeyService_->retryRefused();
+    if (hotkeyService_->refused().size() != before)
+        emit shortcutsRegistered();
 }
 
 void RewriteService::setAppSettings(AppSettings* settings)

@@ -12,6 +12,12 @@ namespace quillmarsh {
 
 namespace {
 
+/// Server times are milliseconds in 32 bits; they wrap every 49.7 days.
+bool isNotBefore(xcb_timestamp_t time, xcb_timestamp_t reference)
+{
+    return static_cast<qint32>(time - reference) >= 0;
+}
+
 using namespace std::chrono_literals;
 
 // Another program may claim the clipboard between our reading of the time and our claim.
@@ -127,7 +133,7 @@ void SelectionOwner::handle(const xcb_generic_event_t& event)
 void SelectionOwner::handleClear(const xcb_selection_clear_event_t& clear)
 {
     // One that is older than our claim tells of an owner before it.
-    if (clear.owner == window_ && (claimed_ == 0 || clear.time >= claimed_))
+    if (clear.owner == window_ && (claimed_ == 0 || isNotBefore(clear.time, claimed_)))
         owning_ = false;
 }
 
@@ -138,7 +144,7 @@ void SelectionOwner::handleRequest(const xcb_selection_request_event_t& request)
     // Old clients name no property and mean the one that has the target's name (ICCCM 2.2).
     const xcb_atom_t property = request.property != XCB_ATOM_NONE ? request.property : request.target;
     const bool current = owning_ && request.selection == connection_.atom("CLIPBOARD") &&
-                         (request.time == XCB_CURRENT_TIME || request.time >= claimed_);
+                         (request.time == XCB_CURRENT_TIME || isNotBefore(request.time, claimed_));
     const bool served = current && convert(request.requestor, request.target, property);
     // Every event is 32 bytes on the wire; the structure is shorter.
     union {
