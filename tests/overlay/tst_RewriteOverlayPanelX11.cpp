@@ -169,6 +169,7 @@ private slots:
     void aCompositorIsToldOfTheShadowInTheMargin()
     {
         show();
+        QTRY_VERIFY(panel_->window().isVisible());
         const auto window = static_cast<xcb_window_t>(panel_->window().winId());
         const auto connection = XConnection::open();
         const auto reply = replyOf<xcb_get_property_reply>(
@@ -235,7 +236,7 @@ private slots:
         const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
         QCursor::setPos(free.center().x(), free.bottom() - 14 - 3);
         show();
-        QVERIFY(!controller_->isHovered());
+        QTRY_VERIFY(!controller_->isHovered());
         succeed();
         QTRY_VERIFY_WITH_TIMEOUT(!controller_->state().isVisible(), 2500);
     }

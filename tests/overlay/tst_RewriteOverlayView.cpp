@@ -339,12 +339,12 @@ private slots:
     {
         Stage stage;
         stage.show();
-        QVERIFY(stage.orb()->isAnimating());
+        QTRY_VERIFY(stage.orb()->isAnimating());
         stage().hide(false);
         QVERIFY(!stage.orb()->isAnimating());
         QVERIFY(!stage.window().isVisible());
         stage.show();
-        QVERIFY(stage.orb()->isAnimating());
+        QTRY_VERIFY(stage.orb()->isAnimating());
         stage.fail({}, {});
         QVERIFY(!stage.orb()->isAnimating());
     }
@@ -406,7 +406,7 @@ private slots:
         stage().hide(false);
         stage.panelWindow.mouse = stage.window().position() + QPoint(2, 2);
         stage.show();
-        QVERIFY(!stage().isHovered());
+        QTRY_VERIFY(!stage().isHovered());
         stage.panelWindow.mouse = stage.window().position() + QPoint(40, 30);
         stage.show();
         QVERIFY(stage().isHovered());

@@ -29,7 +29,9 @@ double luminance(const QColor& color)
 
 double contrast(const QColor& a, const QColor& b)
 {
-    const auto [darker, lighter] = std::minmax(luminance(a), luminance(b));
+    const double first = luminance(a);
+    const double second = luminance(b);
+    const auto [darker, lighter] = std::minmax(first, second);
     return (lighter + 0.05) / (darker + 0.05);
 }
 
