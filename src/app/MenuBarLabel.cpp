@@ -12,6 +12,8 @@ namespace quillmarsh {
 
 namespace {
 
+const QString idleSymbol = QStringLiteral("textformat.abc");
+
 QPixmap drawStatusIcon(const QString& symbol, int pixels)
 {
     QPixmap pixmap(pixels, pixels);
@@ -39,6 +41,11 @@ QIcon statusIcon(const QString& symbol)
     return icon;
 }
 
+QIcon applicationIcon()
+{
+    return statusIcon(idleSymbol);
+}
+
 MenuBarLabel::MenuBarLabel(const RewriteService& service, QObject* parent)
     : QObject(parent), service_(service)
 {
@@ -59,15 +66,18 @@ void MenuBarLabel::show()
         return;
     icon_ = std::make_unique<QSystemTrayIcon>();
     icon_->setToolTip(QStringLiteral("Quillmarsh"));
-    connect(icon_.get(), &QSystemTrayIcon::activated, this, &MenuBarLabel::menuRequested);
+    // A double click arrives as a click and a double click; the second would close what the first opened.
+    connect(icon_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context)
+            emit menuRequested();
+    });
     update();
     icon_->show();
 }
 
 QString MenuBarLabel::symbol() const
 {
-    return service_.isProcessing() ? QStringLiteral("arrow.triangle.2.circlepath")
-                                   : QStringLiteral("textformat.abc");
+    return service_.isProcessing() ? QStringLiteral("arrow.triangle.2.circlepath") : idleSymbol;
 }
 
 QRect MenuBarLabel::geometry() const

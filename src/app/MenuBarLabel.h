@@ -43,4 +43,7 @@ private:
 /// A white symbol on a rounded square of the accent colour, legible on light and dark panels alike.
 [[nodiscard]] QIcon statusIcon(const QString& symbol);
 
+/// What the windows show in a task list.
+[[nodiscard]] QIcon applicationIcon();
+
 } // namespace quillmarsh

@@ -1,6 +1,7 @@
 #include "app/MenuBarModel.h"
 
 #include "base/NotificationCenter.h"
+#include "base/UserDefaults.h"
 #include "platform/KeyboardLayout.h"
 #include "platform/ModifierFlags.h"
 #include "rewrite/AppSettings.h"
@@ -213,12 +214,15 @@ void MenuBarModel::close()
 void MenuBarModel::openSettings(SettingsSection section)
 {
     close();
+    // A window that opens for the notice reads the store; one that is open listens.
+    environment_.defaults.set(QStringLiteral("settingsSection"), rawValue(section));
     NotificationCenter::defaultCenter().post(QString::fromLatin1(openSettingsFromAlert),
                                              {{QStringLiteral("section"), rawValue(section)}});
 }
 
 void MenuBarModel::openPermissions()
 {
+    environment_.rewrites.requestAccessibility();
     openSettings(SettingsSection::permissions);
 }
 

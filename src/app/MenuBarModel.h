@@ -12,6 +12,7 @@ class AppSettings;
 class KeyboardLayout;
 class RewriteService;
 class UpdateService;
+class UserDefaults;
 enum class SettingsSection;
 struct InstructionShortcut;
 
@@ -23,6 +24,7 @@ struct MenuBarEnvironment
     UpdateService& updates;
     Workspace& workspace;
     KeyboardLayout& layout;
+    UserDefaults& defaults;
     /// Whether a ChatGPT account is connected; connectionChanged() tells of another answer.
     std::function<bool()> isChatGPTConnected;
 };

@@ -75,6 +75,8 @@ void MenuBarView::close()
         return;
     // The window may be in the middle of the event that closes it.
     window_->disconnect(this);
+    if (QQuickItem* root = window_->rootObject())
+        root->disconnect(this);
     window_->hide();
     window_.release()->deleteLater();
     sinceClosed_.start();

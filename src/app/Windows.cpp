@@ -48,6 +48,7 @@ MenuBarEnvironment menuEnvironment(Services& services)
             *services.updateService,
             *services.platform.workspace,
             *services.platform.keyboardLayout,
+            services.defaults,
             [] { return CodexOAuthService::shared().tokens().has_value(); }};
 }
 
@@ -55,6 +56,7 @@ MenuBarEnvironment menuEnvironment(Services& services)
 
 Windows::Windows(Services& services, QObject* parent) : QObject(parent)
 {
+    QApplication::setWindowIcon(applicationIcon());
     AppDesign::setAppearance(services.platform.appearance.get());
     installation_ = std::make_unique<InstallationModel>(services.updateEnvironment());
     settings_ = std::make_unique<SettingsWindow>(settingsEnvironment(services, *installation_));

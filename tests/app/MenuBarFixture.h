@@ -22,9 +22,9 @@ public:
         environment.workspace = rewrites.platform.workspace;
         updates = std::make_unique<UpdateService>(&network, environment, QStringLiteral("1.0"));
         updates->setPresentWindow([this] { ++updateWindows; });
-        model = std::make_unique<MenuBarModel>(
-            MenuBarEnvironment{rewrites.settings, *rewrites.service, *updates, *rewrites.platform.workspace,
-                               *rewrites.platform.keyboardLayout, [this] { return isChatGPTConnected; }});
+        model = std::make_unique<MenuBarModel>(MenuBarEnvironment{
+            rewrites.settings, *rewrites.service, *updates, *rewrites.platform.workspace,
+            *rewrites.platform.keyboardLayout, rewrites.defaults, [this] { return isChatGPTConnected; }});
     }
 
     void findRelease(const QByteArray& version)

@@ -276,8 +276,13 @@ void tst_MenuBarModel::aHiddenFieldForgetsItsText()
 void tst_MenuBarModel::sectionsOfTheSettings()
 {
     QSignalSpy posted(&NotificationCenter::defaultCenter(), &NotificationCenter::posted);
+    const auto storedSection = [this] {
+        return fixture_->rewrites.defaults.string(QStringLiteral("settingsSection")).value_or(QString());
+    };
     menu().openPermissions();
+    QCOMPARE(storedSection(), QStringLiteral("Permissions")); // for a window that is not open yet
     menu().openConnections();
+    QCOMPARE(storedSection(), QStringLiteral("AI connections"));
     QCOMPARE(posted.count(), 2);
     for (const auto& [index, section] : {std::pair(0, "Permissions"), std::pair(1, "AI connections")}) {
         QCOMPARE(posted.at(index).at(0).toString(), QStringLiteral("openSettingsFromAlert"));

@@ -68,6 +68,7 @@ void SettingsWindow::show()
         open();
         view_->show();
     } else {
+        view_->showNormal(); // also from a task list, and when it is just being closed
         view_->raise();
     }
     view_->requestActivate();

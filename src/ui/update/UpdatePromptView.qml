@@ -177,5 +177,4 @@ Rectangle {
 
     focus: true
     Keys.onEscapePressed: prompt.close()
-    Keys.onReturnPressed: if (prompt.showsMain && prompt.isMainEnabled) prompt.pressMain()
 }

@@ -224,14 +224,11 @@ void tst_UpdateViews::promptKeys()
              {{QStringLiteral("prompt"), QVariant::fromValue<QObject*>(&prompt)}}, {470, 360});
     QVERIFY(window);
     QTest::keyClick(window.get(), Qt::Key_Return);
+    QCOMPARE(prompt.presses, QStringList()); // an update replaces the application: no key starts it unasked
     QTest::keyClick(window.get(), Qt::Key_Escape);
     QTest::keyClick(window.get(), Qt::Key_Tab);
     QTest::keyClick(window.get(), Qt::Key_Return);
-    QCOMPARE(prompt.presses, QStringList({"main", "close", "close"}));
-    prompt.insert(QStringLiteral("isMainEnabled"), false);
-    window->rootObject()->forceActiveFocus();
-    QTest::keyClick(window.get(), Qt::Key_Return);
-    QCOMPARE(prompt.presses.size(), 3);
+    QCOMPARE(prompt.presses, QStringList({"close", "close"}));
 }
 
 void tst_UpdateViews::installationScreen()
