@@ -17,7 +17,7 @@ enum class Habit {
     Ordinary,    ///< Control-C and Control-V
     Terminal,    ///< Control-Shift-C and -V: Control-C alone interrupts the program in it
     AltTerminal, ///< Control-Alt-C and -V, for the same reason
-    InsertKeys,  ///< Control-Insert and Shift-Insert: Control-C is a prefix key
+    CopyInsert,  ///< Control-Insert, as Control-C is a prefix key; nothing pastes over the selection
     Unsupported, ///< no key copies to the clipboard, or the key goes to another machine
 };
 
@@ -59,7 +59,7 @@ constexpr auto table = std::to_array<Entry>({
     {"yakuake", Habit::Terminal},
     {"rxvt-unicode", Habit::AltTerminal},
     {"urxvt", Habit::AltTerminal},
-    {"emacs", Habit::InsertKeys},
+    {"emacs", Habit::CopyInsert},
     // Terminals that copy to the primary selection only.
     {"aterm", Habit::Unsupported},
     {"eterm", Habit::Unsupported},
@@ -125,12 +125,27 @@ std::vector<KeyStroke> strokesFor(Gesture gesture, const WindowClass& windowClas
         return {letter(gesture, control | shift)};
     case Habit::AltTerminal:
         return {letter(gesture, control | option)};
-    case Habit::InsertKeys:
-        return {insertKey(gesture)};
+    case Habit::CopyInsert:
+        // Measured: a copy ends the selection, also with delete-selection-mode, so that a paste would add the
+        // answer beside the text it is to replace.
+        if (gesture == Gesture::Copy)
+            return {insertKey(gesture)};
+        break;
     case Habit::Unsupported:
         break;
     }
     return {};
+}
+
+bool wouldExecute(const QByteArray& utf8, const WindowClass& windowClass)
+{
+    const Habit habit = habitOf(windowClass);
+    if (habit != Habit::Terminal && habit != Habit::AltTerminal)
+        return false;
+    // Whether the program in it asked for bracketed paste cannot be seen from outside.
+    const QString text = QString::fromUtf8(utf8);
+    return std::any_of(text.begin(), text.end(),
+                       [](QChar unit) { return unit.category() == QChar::Other_Control; });
 }
 
 } // namespace quillmarsh

@@ -21,4 +21,9 @@ struct KeyStroke
 /// keyboard without the key of the one before. Empty when nothing is safe.
 [[nodiscard]] std::vector<KeyStroke> strokesFor(Gesture gesture, const WindowClass& windowClass);
 
+/// Whether an application of this window class may act on pasting `utf8` as on typing it: a terminal hands a
+/// line break to a shell without bracketed paste, which runs the line, and any other control character to the
+/// program in it as the key of that name.
+[[nodiscard]] bool wouldExecute(const QByteArray& utf8, const WindowClass& windowClass);
+
 } // namespace quillmarsh

@@ -75,18 +75,35 @@ bool KeyInjector::post(quint16 keyCode, quint64 flags)
 bool KeyInjector::perform(Gesture gesture)
 {
     const XWindows windows(connection_);
-    const WindowClass target = windows.classOf(windows.active());
+    const xcb_window_t window = windows.active();
+    const WindowClass target = windows.classOf(window);
     const auto strokes = strokesFor(gesture, target);
     if (strokes.empty()) {
         qCInfo(lcQuillmarsh, "No safe key to %s is known for the application \"%s\"",
                gesture == Gesture::Copy ? "copy" : "paste", qUtf8Printable(target.name));
         return false;
     }
-    if (gesture == Gesture::Paste && !owner_.secureForPaste()) {
+    if (gesture == Gesture::Paste && !mayPaste(window, target))
+        return false;
+    return press(strokes);
+}
+
+bool KeyInjector::mayPaste(xcb_window_t window, const WindowClass& target)
+{
+    if (XWindows(connection_).isTk(window)) {
+        // Measured: on X11 its text widgets paste beside the selection, which stays.
+        qCInfo(lcQuillmarsh, "Not pasting: a Tk application would keep the selected text");
+        return false;
+    }
+    if (!owner_.secureForPaste()) {
         qCWarning(lcQuillmarsh, "Not pasting: another program took the clipboard");
         return false;
     }
-    return press(strokes);
+    if (wouldExecute(owner_.ownText().value_or(QByteArray()), target)) {
+        qCInfo(lcQuillmarsh, "Not pasting: a terminal may run a text with line breaks as commands");
+        return false;
+    }
+    return true;
 }
 
 bool KeyInjector::press(const std::vector<KeyStroke>& strokes)

@@ -23,6 +23,7 @@ private:
     enum class Outcome { Tapped, NoSuchKey, Disturbed };
 
     [[nodiscard]] bool perform(Gesture gesture);
+    [[nodiscard]] bool mayPaste(xcb_window_t window, const WindowClass& target);
     [[nodiscard]] bool press(const std::vector<KeyStroke>& strokes);
     [[nodiscard]] bool pressPosition(quint16 keyCode, quint64 flags);
     template <typename FindKey>

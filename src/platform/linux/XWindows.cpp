@@ -4,6 +4,8 @@
 
 #include <xcb/res.h>
 
+#include <algorithm>
+
 namespace quillmarsh {
 
 namespace {
@@ -64,8 +66,8 @@ QByteArray XWindows::bytes(xcb_window_t window, xcb_atom_t property) const
 
 QString XWindows::text(xcb_window_t window, const QByteArray& property) const
 {
-    QByteArray value = bytes(window, connection_.atom(property));
-    return QString::fromUtf8(value.left(value.indexOf('\0')));
+    // Some end with a zero, most do not.
+    return QString::fromUtf8(bytes(window, connection_.atom(property)).split('\0').constFirst());
 }
 
 WindowClass XWindows::classOf(xcb_window_t window) const
@@ -125,6 +127,19 @@ qint64 XWindows::processByResources(xcb_window_t window) const
 uint32_t XWindows::clientOf(xcb_window_t window) const
 {
     return window & ~xcb_get_setup(connection_.get())->resource_id_mask;
+}
+
+bool XWindows::isTk(xcb_window_t window) const
+{
+    // Every Tk program enters its name and a window of its own, in hexadecimal, in this list on the root
+    // window.
+    const auto entries = bytes(connection_.root(), connection_.atom("InterpRegistry")).split('\0');
+    return std::any_of(entries.begin(), entries.end(), [&](const QByteArray& entry) {
+        const xcb_window_t entered = entry.split(' ').constFirst().toUInt(nullptr, 16);
+        // An entry outlives a program that was killed, and the server gives its numbers to another.
+        return entered != XCB_NONE && clientOf(entered) == clientOf(window) &&
+               !text(entered, "TK_APPLICATION").isEmpty();
+    });
 }
 
 bool XWindows::exists(xcb_window_t window) const

@@ -37,6 +37,8 @@ public:
     /// What identifies the X connection that made the window; windows of one program share it.
     [[nodiscard]] uint32_t clientOf(xcb_window_t window) const;
     [[nodiscard]] bool exists(xcb_window_t window) const;
+    /// Whether the window's program is written with Tk, whatever class it gave itself.
+    [[nodiscard]] bool isTk(xcb_window_t window) const;
 
 private:
     [[nodiscard]] QByteArray bytes(xcb_window_t window, xcb_atom_t property) const;
