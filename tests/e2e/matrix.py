@@ -1,0 +1,223 @@
+"""What the matrix of real applications stands on: the cases, how applications are driven, and the table."""
+
+import contextlib
+import json
+import os
+import pathlib
+import subprocess
+import time
+import unittest
+
+import harness
+from harness import SHORTCUT, wait_until
+
+APPLICATIONS = pathlib.Path(__file__).with_name("applications")
+FIRST, LAST = "first line\n", "\nlast line\n"
+# Two lines: beyond the basic plane, combined, right to left, tabs inside and in front.
+MIDDLE = "söme text 👍🏽 with 𝒳\n\tשלום עולם\ttab مرحبا end"
+DOCUMENT = FIRST + MIDDLE + LAST
+MINE = "what the user had on the clipboard"
+
+REPLACED = "Selection replaced"
+LINE_BREAK = "Line break kept"
+UNDO = "One undo"
+NOTHING = "Nothing selected"
+INTERRUPT = "No interrupt"
+NOT_RUN = "Lines not run"
+PASSWORD = "Password not sent"
+CASES = [REPLACED, LINE_BREAK, UNDO, NOTHING, INTERRUPT, NOT_RUN, PASSWORD]
+
+
+class Table:
+    """application × case, kept beside the build and printed as Markdown."""
+
+    file = harness.BUILD / "matrix.json"
+
+    def record(self, application, case, outcome):
+        cells = json.loads(self.file.read_text()) if self.file.exists() else {}
+        cells.setdefault(application, {})[case] = outcome
+        self.file.write_text(json.dumps(cells, indent=1))
+        self.file.with_suffix(".md").write_text(self.markdown(cells))
+
+    @staticmethod
+    def markdown(cells):
+        rows = [["Application", *CASES], ["---"] * (len(CASES) + 1)]
+        rows += [[name, *(cells[name].get(case, "–") for case in CASES)] for name in sorted(cells, key=str.lower)]
+        return "".join(f"| {' | '.join(row)} |\n" for row in rows)
+
+
+def require(*packages):
+    """Installs what is missing of Debian's packages; only the administrator can."""
+    query = ["dpkg-query", "-W", "-f=${db:Status-Abbrev}"]
+    missing = [name for name in packages if b"ii" not in subprocess.run([*query, name], capture_output=True).stdout]
+    if not missing:
+        return
+    if os.geteuid() != 0:
+        raise RuntimeError(f"the matrix needs packages; as root: apt-get install {' '.join(missing)}")
+    environment = {**os.environ, "DEBIAN_FRONTEND": "noninteractive"}
+    command = ["apt-get", "install", "-y", "-qq", "--no-install-recommends", *missing]
+    if subprocess.run(command, env=environment, stdout=subprocess.DEVNULL).returncode != 0:
+        raise RuntimeError(f"apt-get could not install {' '.join(missing)}")
+
+
+def set_clipboard(text):
+    subprocess.run(["xclip", "-selection", "clipboard"], input=text.encode(), check=True,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    wait_until(lambda: harness.clipboard() == text, "the clipboard to be set")
+
+
+class MatrixTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.table = Table()
+        cls.back_end = harness.BackEnd()
+        cls.keyboard = harness.Keyboard()
+        cls.product = harness.Product({"endpoint.cloud": cls.back_end.origin, "selectedProvider": "cloud"}).start()
+
+    @classmethod
+    def tearDownClass(cls):
+        try:
+            status = cls.product.stop()
+            assert status == 0, f"the product ended with {status}\n{cls.product.log_text()}"
+        finally:
+            cls.keyboard.stop()
+            cls.back_end.stop()
+
+    def setUp(self):
+        self.back_end.requests.clear()
+        self.back_end.answer = lambda text: (200, {"text": text.upper()})
+        self.back_end.delay = 0.0
+        self.wait_for_no_panel()
+
+    def tearDown(self):
+        self.assertTrue(self.keyboard.nothing_is_down(), self.keyboard.state())
+
+    @contextlib.contextmanager
+    def case(self, application, *cases, outcome="pass"):
+        """Enters the outcome of the block in the table."""
+        try:
+            yield
+        except Exception as error:
+            reason = str(error).splitlines()[0].replace("|", "/")[:80]
+            for case in cases:
+                self.table.record(application, case, f"FAILS: {reason}")
+            harness.screenshot(f"matrix-{application.replace(' ', '-')}-{cases[0].replace(' ', '-')}")
+            raise
+        for case in cases:
+            self.table.record(application, case, outcome)
+
+    def wait_for_no_panel(self):
+        wait_until(lambda: not harness.windows("^Quillmarsh panel$"), "the panel to leave", 12)
+
+    def rewrite(self):
+        self.keyboard.chord(SHORTCUT)
+
+    def expect_request(self, text):
+        wait_until(lambda: self.back_end.requests, "the request", 3)
+        self.assertEqual(self.back_end.texts, [text])
+
+    def expect_pasted(self, answer):
+        """Not read back before: some are read through the clipboard, which the product still needs."""
+        wait_until(lambda: harness.clipboard() == answer, "the answer on the clipboard")
+        time.sleep(0.5)
+
+    def expect_text(self, editor, text, limit=5):
+        deadline = time.monotonic() + limit
+        while (now := editor.text()) != text and time.monotonic() < deadline:
+            time.sleep(0.2)
+        self.assertEqual(now, text)
+
+    def expect_no_request(self, seconds=0.8):
+        wait_until(lambda: harness.windows("^Quillmarsh panel$"), "the panel")
+        time.sleep(seconds)
+        self.assertEqual(self.back_end.texts, [])
+
+    def check_replaced(self, name, open_editor, undo="Control_L z"):
+        with contextlib.closing(open_editor(DOCUMENT)) as editor:
+            with self.case(name, REPLACED):
+                editor.select("Control_L Home", "Down", "Shift_L Down", "Shift_L End")
+                self.rewrite()
+                self.expect_request(MIDDLE)
+                self.expect_pasted(MIDDLE.upper())
+                self.expect_text(editor, FIRST + MIDDLE.upper() + LAST)
+            with self.case(name, UNDO):
+                editor.select(undo)
+                self.expect_text(editor, DOCUMENT)
+
+    def check_line_break(self, name, open_editor, after=FIRST.upper() + MIDDLE + LAST, outcome="pass"):
+        with contextlib.closing(open_editor(DOCUMENT)) as editor, self.case(name, LINE_BREAK, outcome=outcome):
+            editor.select("Control_L Home", "Shift_L Down")
+            self.rewrite()
+            self.expect_request(FIRST)
+            self.expect_pasted(FIRST.upper())
+            self.expect_text(editor, after)
+
+    def check_nothing(self, name, open_editor):
+        with contextlib.closing(open_editor(DOCUMENT)) as editor, self.case(name, NOTHING):
+            set_clipboard(MINE)
+            editor.select("Control_L Home", "Down", "End")
+            self.rewrite()
+            self.expect_no_request()
+            self.assertEqual(harness.clipboard(), MINE)
+            self.expect_text(editor, DOCUMENT)
+
+    def check_left_on_clipboard(self, name, open_editor):
+        """Where a paste would not replace the selection, nothing in the document changes."""
+        with contextlib.closing(open_editor(DOCUMENT)) as editor:
+            with self.case(name, REPLACED, LINE_BREAK, outcome="left on the clipboard"):
+                editor.select("Control_L Home", "Down", "Shift_L Down", "Shift_L End")
+                self.rewrite()
+                self.expect_request(MIDDLE)
+                self.expect_pasted(MIDDLE.upper())
+                self.expect_text(editor, DOCUMENT)
+
+    def check_editor(self, name, open_editor, **options):
+        """The cases every editor has to pass, each in a fresh one."""
+        checks = [(self.check_replaced, options), (self.check_line_break, {}), (self.check_nothing, {})]
+        for check, arguments in checks:
+            with self.subTest(check.__name__):
+                self.setUp()
+                check(name, open_editor, **arguments)
+
+
+class Editor(harness.Editor):
+    """An editor whose file is read back, after the given keys where it does not save by itself."""
+
+    def __init__(self, command, title, text, keyboard, save=()):
+        self.save_keys = save
+        super().__init__(command, title, text, keyboard, saves=False)
+
+    def text(self):
+        for chord in self.save_keys:
+            self.keyboard.chord(chord)
+        time.sleep(0.2)
+        return self.file.read_text()
+
+    close = harness.Editor.stop
+
+
+class Terminal:
+    """A terminal with a program in it; the words in it are selected with the mouse."""
+
+    def __init__(self, command, keyboard, program):
+        self.keyboard = keyboard
+        before = set(harness.windows(".*"))
+        self.process = harness.Process([*command, *program])
+
+        def opened():
+            # The window manager may go on naming the window of a program that just ended.
+            active = str(harness.active_window())
+            return active in set(harness.windows(".*")) - before and int(active)
+
+        self.window = wait_until(opened, f"a window of {command[0]}", 30)
+        time.sleep(0.5)
+
+    def select_word(self):
+        move = ["xdotool", "mousemove", "--window", str(self.window), "120", "150"]
+        subprocess.run(move, check=True)
+        time.sleep(0.1)
+        subprocess.run(["xdotool", "click", "--repeat", "2", "--delay", "60", "1"], check=True)
+        time.sleep(0.3)
+
+    def close(self):
+        self.process.stop()

@@ -1,0 +1,149 @@
+"""The matrix of real applications: the light ones, in the everyday run."""
+
+import contextlib
+import os
+import pathlib
+import sys
+import tempfile
+import time
+import unittest
+
+import harness
+import matrix
+from harness import wait_until
+from matrix import APPLICATIONS, DOCUMENT, INTERRUPT, MINE, NOT_RUN, NOTHING, REPLACED, Editor, Terminal
+
+SAVE = ("Control_L s",)
+PYTHON = sys.executable
+
+
+class Editors(matrix.MatrixTest):
+    @classmethod
+    def setUpClass(cls):
+        matrix.require("mousepad", "featherpad", "python3-gi", "gir1.2-gtk-4.0", "python3-tk", "emacs-gtk", "xclip")
+        super().setUpClass()
+
+    def opener(self, command, title, save=()):
+        return lambda text: Editor(command, title, text, self.keyboard, save)
+
+    def test_mousepad(self):
+        command = ["mousepad", "--disable-server", "{file}"]
+        self.check_editor("mousepad (GTK 3)", self.opener(command, "{name}", SAVE))
+
+    def test_featherpad(self):
+        command = ["featherpad", "--standalone", "{file}"]
+        self.check_editor("FeatherPad (Qt 5)", self.opener(command, "{name}", SAVE))
+
+    def test_qt_widgets(self):
+        command = [str(harness.BUILD / "bin" / "text-field"), "{file}"]
+        self.check_editor("Qt 6 text field", self.opener(command, "Text field"))
+
+    def test_qt_quick(self):
+        command = [str(harness.BUILD / "bin" / "quick-text"), "{file}"]
+        self.check_editor("Qt Quick text area", self.opener(command, "Qt Quick text"))
+
+    def test_gtk_4(self):
+        command = [PYTHON, str(APPLICATIONS / "gtk4-text.py"), "{file}"]
+        self.check_editor("GTK 4 text view", self.opener(command, "GTK 4 text"))
+
+    def test_tk(self):
+        """Its text widget pastes beside the selection."""
+        open_editor = self.opener([PYTHON, str(APPLICATIONS / "tk-text.py"), "{file}"], "Tk text")
+        self.check_left_on_clipboard("Tk text", open_editor)
+        self.setUp()
+        self.check_nothing("Tk text", open_editor)
+
+    def test_emacs(self):
+        """It pastes beside the text it copied, and copies its last region when none is marked."""
+        name = "Emacs"
+        open_editor = self.opener(["emacs", "-Q", "{file}"], "{name}", ("Control_L x", "Control_L s"))
+        self.check_left_on_clipboard(name, open_editor)
+        self.setUp()
+        with contextlib.closing(open_editor(DOCUMENT)) as editor:
+            with self.case(name, NOTHING, outcome="copies the last region; nothing changes"):
+                editor.select("Control_L Home", "Down", "End")
+                self.rewrite()
+                time.sleep(1)
+                self.expect_text(editor, DOCUMENT)
+
+
+class Terminals(matrix.MatrixTest):
+    @classmethod
+    def setUpClass(cls):
+        matrix.require("xterm", "xfce4-terminal", "qterminal", "dash", "xdotool", "xclip")
+        super().setUpClass()
+
+    @contextlib.contextmanager
+    def recorder(self, command):
+        """The terminal with a program that records what reaches it."""
+        log = pathlib.Path(tempfile.mkdtemp(dir=os.environ["HOME"])) / "received"
+        program = [PYTHON, str(APPLICATIONS / "signal-recorder.py"), str(log)]
+        with contextlib.closing(Terminal(command, self.keyboard, program)) as terminal:
+            wait_until(lambda: log.exists() and b"[ready]" in log.read_bytes(), "the program in the terminal")
+            yield terminal, lambda: log.read_bytes().removeprefix(b"[ready]").decode()
+
+    def check_nothing(self, name, command, clipboard=MINE):
+        with self.recorder(command) as (_, received), self.case(name, NOTHING, INTERRUPT):
+            matrix.set_clipboard(MINE)
+            self.rewrite()
+            self.expect_no_request()
+            self.assertEqual(harness.clipboard(), clipboard)
+            self.assertEqual(received(), "")
+
+    def check_word(self, name, command):
+        outcome = "answer at the cursor"
+        with self.recorder(command) as (terminal, received), self.case(name, REPLACED, outcome=outcome):
+            terminal.select_word()
+            self.rewrite()
+            wait_until(lambda: self.back_end.requests, "the request", 3)
+            answer = self.back_end.texts[0].upper()
+            self.assertIn("words", answer.lower())
+            wait_until(lambda: received() == answer, "the answer in the terminal", 3)
+
+    def check_not_run(self, name, command):
+        marker = pathlib.Path(os.environ["HOME"]) / "executed"
+        show = 'for i in 1 2 3 4 5 6 7 8 9 10 11 12 13 14; do echo words-words-words-words-words; done; exec dash'
+        with contextlib.closing(Terminal(command, self.keyboard, ["sh", "-c", show])) as terminal:
+            with self.case(name, NOT_RUN, outcome="left on the clipboard"):
+                self.back_end.answer = lambda text: (200, {"text": f"touch {marker}\nls\n"})
+                terminal.select_word()
+                self.rewrite()
+                wait_until(lambda: self.back_end.requests, "the request", 3)
+                time.sleep(1)
+                self.assertFalse(marker.exists())
+                self.assertEqual(harness.clipboard(), f"touch {marker}\nls\n")
+
+    def check_terminal(self, name, command):
+        for check in (self.check_nothing, self.check_word, self.check_not_run):
+            with self.subTest(check.__name__):
+                self.setUp()
+                check(name, command)
+
+    def test_vte(self):
+        name, command = "Xfce Terminal (VTE)", ["xfce4-terminal", "--disable-server", "-x"]
+        # Its copy of no selection is an empty text.
+        self.check_nothing(name, command, clipboard="")
+        self.table.record(name, NOTHING, "pass; the terminal empties the clipboard")
+        for check in (self.check_word, self.check_not_run):
+            self.setUp()
+            check(name, command)
+
+    def test_qterminal(self):
+        self.check_terminal("QTerminal (Qt)", ["qterminal", "-e"])
+
+    def test_xterm(self):
+        """Copies to the primary selection only: no key is pressed in it at all."""
+        name = "xterm"
+        self.check_nothing(name, ["xterm", "-e"])
+        self.setUp()
+        with self.recorder(["xterm", "-e"]) as (terminal, received):
+            with self.case(name, REPLACED, NOT_RUN, INTERRUPT, outcome="“Select some text first”"):
+                terminal.select_word()
+                self.rewrite()
+                self.expect_no_request()
+                self.assertEqual(received(), "")
+        self.table.record(name, INTERRUPT, "pass")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2, failfast=bool(os.environ.get("FAILFAST")))
