@@ -31,7 +31,10 @@ QByteArray requestBody(const QString& text, const std::optional<QString>& instru
 
 QUrl AnthropicService::endpoint() const
 {
-    return QUrl(Deployment::current().anthropicApiBase + QStringLiteral("/v1/messages"));
+    const QUrl url(Deployment::current().anthropicApiBase + QStringLiteral("/v1/messages"));
+    if (!url.isValid() || url.host().isEmpty())
+        qFatal("The messages address is not a URL");
+    return url;
 }
 
 Task<QString> AnthropicService::rewriteText(QString text, QString apiKey, std::optional<QString> instruction,

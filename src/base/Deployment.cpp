@@ -12,7 +12,11 @@ namespace {
 
 Deployment& mutableDeployment()
 {
-    static Deployment deployment = builtInDeployment();
+    static Deployment deployment = [] {
+        Deployment built = builtInDeployment();
+        built.chatGPTApiBase = built.openAIApiBase;
+        return built;
+    }();
     return deployment;
 }
 

@@ -11,15 +11,16 @@ class UserDefaults;
 /// trailing slash. Nothing in here that decides who is trusted can be changed at run time.
 struct Deployment
 {
-    QString webOrigin;              ///< site root; "/api/download"
-    QString updateHost;             ///< host or host:port of "/update.json"
-    QString gitHubHost;             ///< host of the release archives
-    QString cloudOrigin;            ///< "/api/rewrite"
-    QString openAIApiBase;          ///< ends in "/v1"
-    QString anthropicApiBase;       ///< "/v1/messages"
-    QString authOrigin;             ///< ChatGPT's authorization server
-    QString chatGPTOrigin;          ///< "/settings/usage"
-    QString openAIKeysOrigin;       ///< "/api-keys"
+    QString webOrigin;        ///< site root; "/api/download"
+    QString updateHost;       ///< host or host:port of "/update.json"
+    QString gitHubHost;       ///< host of the release archives
+    QString cloudOrigin;      ///< "/api/rewrite"
+    QString openAIApiBase;    ///< ends in "/v1"; for the user's own API key
+    QString chatGPTApiBase;   ///< the same as built; account tokens go nowhere else, whatever the user sets
+    QString anthropicApiBase; ///< "/v1/messages"
+    QString authOrigin;       ///< ChatGPT's authorization server
+    QString chatGPTOrigin;    ///< "/settings/usage"
+    QString openAIKeysOrigin; ///< "/api-keys"
     QString anthropicConsoleOrigin; ///< "/settings/keys"
     QByteArray codesignAnchor;      ///< PEM; empty: no update verifies
 

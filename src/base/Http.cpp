@@ -68,19 +68,6 @@ private:
     qint64 position_ = 0;
 };
 
-QNetworkReply* start(QNetworkAccessManager& session, const QByteArray& method, QNetworkRequest request,
-                     const QByteArray& body)
-{
-    if (body.isEmpty())
-        return session.sendCustomRequest(request, method);
-    auto device = std::make_unique<OneShotBody>(body);
-    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
-    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-    QNetworkReply* reply = session.sendCustomRequest(request, method, device.get());
-    device.release()->setParent(reply);
-    return reply;
-}
-
 /// What answered did not speak HTTP, as opposed to nothing having answered.
 bool isForeignProtocol(QNetworkReply::NetworkError code)
 {
@@ -121,11 +108,24 @@ QNetworkRequest makeRequest(const QUrl& url, std::chrono::milliseconds timeout)
     return request;
 }
 
+QNetworkReply* startRequest(QNetworkAccessManager& session, const QByteArray& method, QNetworkRequest request,
+                            const QByteArray& body)
+{
+    if (body.isEmpty())
+        return session.sendCustomRequest(request, method);
+    auto device = std::make_unique<OneShotBody>(body);
+    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
+    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    QNetworkReply* reply = session.sendCustomRequest(request, method, device.get());
+    device.release()->setParent(reply);
+    return reply;
+}
+
 Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetworkRequest request,
                         QByteArray body, std::stop_token stop)
 {
     throwIfStopped(stop);
-    const ReplyHandle reply(start(*session, method, request, body));
+    const ReplyHandle reply(startRequest(*session, method, request, body));
     const std::stop_callback abortOnStop(stop, [guard = QPointer(reply.get())] {
         QMetaObject::invokeMethod(guard, &QNetworkReply::abort, Qt::QueuedConnection);
     });

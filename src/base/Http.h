@@ -38,6 +38,11 @@ struct HttpResponse
 /// origin), no cookies, HTTP/1.1. `timeout` is the longest time without a byte in either direction.
 [[nodiscard]] QNetworkRequest makeRequest(const QUrl& url, std::chrono::milliseconds timeout);
 
+/// Sends `body` with `method`, once: when the connection ends without an answer, the reply fails instead of
+/// asking again, since the server may have counted the request. The caller owns the reply.
+[[nodiscard]] QNetworkReply* startRequest(QNetworkAccessManager& session, const QByteArray& method,
+                                          QNetworkRequest request, const QByteArray& body);
+
 /// Sends `body` with `method` and collects the answer; an HTTP error status is an answer like any other.
 /// Throws TransportError, or Cancelled when `stop` is requested (the connection is closed at once).
 [[nodiscard]] Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method,

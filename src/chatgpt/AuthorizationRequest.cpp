@@ -9,7 +9,7 @@ namespace quillmarsh {
 
 CodexEndpoints CodexEndpoints::current()
 {
-    return {Deployment::current().authOrigin, Deployment::current().openAIApiBase};
+    return {Deployment::current().authOrigin, Deployment::current().chatGPTApiBase};
 }
 
 QString AuthorizationRequest::redirectURI() const
