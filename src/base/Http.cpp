@@ -121,6 +121,15 @@ QNetworkReply* startRequest(QNetworkAccessManager& session, const QByteArray& me
     return reply;
 }
 
+bool isCut(const QNetworkReply& reply)
+{
+    // A body that cannot be sent again is all that some cut connections tell, also in the middle of an
+    // answer.
+    const auto error = reply.error();
+    return error == QNetworkReply::ContentReSendError ||
+           (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied);
+}
+
 Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetworkRequest request,
                         QByteArray body, std::stop_token stop)
 {
@@ -135,9 +144,7 @@ Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetw
     if (isForeignProtocol(reply->error()))
         co_return HttpResponse{};
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    const bool cut =
-        reply->error() != QNetworkReply::NoError && reply->error() < QNetworkReply::ContentAccessDenied;
-    if (!status.isValid() || cut)
+    if (!status.isValid() || isCut(*reply))
         throw TransportError(reply->error());
     co_return HttpResponse{status.toInt(), reply->readAll()};
 }

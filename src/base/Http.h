@@ -43,6 +43,9 @@ struct HttpResponse
 [[nodiscard]] QNetworkReply* startRequest(QNetworkAccessManager& session, const QByteArray& method,
                                           QNetworkRequest request, const QByteArray& body);
 
+/// Whether the connection of a finished reply failed, as opposed to an HTTP status that tells an error.
+[[nodiscard]] bool isCut(const QNetworkReply& reply);
+
 /// Sends `body` with `method` and collects the answer; an HTTP error status is an answer like any other.
 /// Throws TransportError, or Cancelled when `stop` is requested (the connection is closed at once).
 [[nodiscard]] Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method,

@@ -30,13 +30,6 @@ int statusOf(const QNetworkReply& reply)
     return status.isValid() ? status.toInt() : -1;
 }
 
-/// Whether the connection failed, as opposed to an HTTP status that tells an error.
-bool isCut(const QNetworkReply& reply)
-{
-    const auto error = reply.error();
-    return error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied;
-}
-
 [[noreturn]] void throwWithoutStatus(const QNetworkReply& reply)
 {
     if (isCut(reply))
@@ -125,8 +118,8 @@ Task<QString> CodexResponsesService::call(Context context, Request request, Atte
 {
     throwIfStopped(stop);
     std::unique_ptr<QNetworkReply, DeleteLater> reply(
-        context.session->post(streamRequest(context.endpoint, request.tokens.accessToken),
-                              requestBody(request.text, request.instruction, request.model)));
+        startRequest(*context.session, "POST", streamRequest(context.endpoint, request.tokens.accessToken),
+                     requestBody(request.text, request.instruction, request.model)));
     const std::stop_callback abortOnStop(stop, [guard = QPointer(reply.get())] {
         QMetaObject::invokeMethod(guard, &QNetworkReply::abort, Qt::QueuedConnection);
     });

@@ -203,6 +203,17 @@ private slots:
                                  TransportError);
     }
 
+    /// The plan may have been charged for the request by then, also on a connection that was used before.
+    void aConnectionThatEndsUnansweredIsNotAskedAgain()
+    {
+        QCOMPARE(test::runTask(rewrite()), f_->model.answer);
+        f_->model.http().setResponder(
+            [](const test::RecordedRequest&, QTcpSocket& socket) { socket.abort(); });
+        const auto before = f_->model.http().requests().size();
+        QCOMPARE(failure(), QStringLiteral("The network connection was lost."));
+        QCOMPARE(f_->model.http().requests().size(), before + 1);
+    }
+
     void aStopClosesTheConnectionAtOnce_data()
     {
         QTest::addColumn<bool>("hasBegun");
