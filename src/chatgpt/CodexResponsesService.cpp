@@ -155,9 +155,11 @@ Task<QString> CodexResponsesService::readStream(QNetworkReply* reply, std::stop_
             throwIfStopped(stop);
         }
     }
-    if (reply->isFinished() && isCut(*reply) && !accumulator.completed)
+    const bool wasCut = reply->isFinished() && isCut(*reply);
+    if (wasCut && !accumulator.completed)
         throw TransportError(reply->error());
-    lines.finish(take);
+    if (!wasCut) // else the last line is only a part, behind an answer that is whole
+        lines.finish(take);
     co_return accumulator.result();
 }
 

@@ -122,6 +122,16 @@ private slots:
         QCOMPARE(test::runTask(rewrite()), QStringLiteral("first"));
     }
 
+    void aCutBehindTheWholeAnswerChangesNothing()
+    {
+        f_->model.onStream = [this](ModelStream answer) {
+            answer.sendCompleted(QStringLiteral("whole"));
+            answer.send("data: {\"type\":\"resp");
+            QTimer::singleShot(20, this, [answer]() mutable { answer.cut(); });
+        };
+        QCOMPARE(test::runTask(rewrite()), QStringLiteral("whole"));
+    }
+
     void partsAreNeverReturned_data()
     {
         QTest::addColumn<QString>("end");
