@@ -173,11 +173,11 @@ void APIKeyModel::setText(const QString& text)
 {
     if (text_ == text)
         return;
+    if (isBusy_) // the outcome is about the text from before, and may empty the field
+        return fill(text_);
     text_ = text;
-    if (!isBusy_) {
-        beginWork();
-        setStatus({});
-    }
+    beginWork();
+    setStatus({});
     emit canSaveChanged();
     emit canRemoveChanged();
 }
@@ -225,6 +225,7 @@ void APIKeyModel::setBusy(bool busy)
     if (isBusy_ == busy)
         return;
     isBusy_ = busy;
+    emit isBusyChanged();
     emit canSaveChanged();
     emit canRemoveChanged();
 }

@@ -21,6 +21,7 @@ class APIKeyModel final : public QObject
     Q_PROPERTY(bool isStatusPositive READ isStatusPositive NOTIFY statusChanged)
     Q_PROPERTY(bool isSaved READ isSaved NOTIFY isSavedChanged)
     Q_PROPERTY(bool isShown READ isShown WRITE setShown NOTIFY isShownChanged)
+    Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)
     Q_PROPERTY(bool canSave READ canSave NOTIFY canSaveChanged)
     Q_PROPERTY(bool canRemove READ canRemove NOTIFY canRemoveChanged)
 
@@ -47,6 +48,8 @@ public:
     [[nodiscard]] bool isSaved() const { return isSaved_; }
     [[nodiscard]] bool isShown() const { return isShown_; }
     void setShown(bool shown);
+    /// A save or a removal is under way; the text stays as it is until it has ended.
+    [[nodiscard]] bool isBusy() const { return isBusy_; }
     [[nodiscard]] bool canSave() const { return !isBusy_ && !text_.trimmed().isEmpty(); }
     [[nodiscard]] bool canRemove() const { return !isBusy_ && (isSaved_ || !text_.isEmpty()); }
 
@@ -55,6 +58,7 @@ signals:
     void statusChanged();
     void isSavedChanged();
     void isShownChanged();
+    void isBusyChanged();
     void canSaveChanged();
     void canRemoveChanged();
 
@@ -92,7 +96,7 @@ private:
     bool isStatusPositive_ = false;
     bool isSaved_ = false;
     bool isShown_ = false;
-    bool isBusy_ = false; ///< a save or a removal is under way
+    bool isBusy_ = false;
 };
 
 } // namespace quillmarsh

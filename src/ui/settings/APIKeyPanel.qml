@@ -21,6 +21,7 @@ AppCard {
         width: parent.width
         title: "API key"
         secret: true
+        readOnly: panel.key.isBusy
         revealed: panel.key.isShown
         onRevealedChanged: panel.key.isShown = revealed
         // A hidden text has no name of its own for a screen reader; the field around it has.

@@ -10,32 +10,44 @@ using test::SettingsFixture;
 
 namespace {
 
-/// A store that answers a read when the test lets it.
+/// A store that answers a read, and a write, when the test lets it.
 class SlowItems final : public SecItems
 {
 public:
     explicit SlowItems(SecItems& items) : items_(items) {}
 
-    int holds = 0; ///< how many reads wait
+    int holds = 0; ///< how many answers wait
 
     Task<SecItemResult> copyMatching(SecItemQuery query) override
     {
         const SecItemResult result = co_await items_.copyMatching(query);
-        ++holds;
-        co_await sleepFor(std::chrono::hours(1), gate_.get_token());
-        --holds;
+        co_await hold();
         co_return result;
     }
-    Task<OSStatus> update(SecItemQuery query, QByteArray data) override { return items_.update(query, data); }
+    Task<OSStatus> update(SecItemQuery query, QByteArray data) override
+    {
+        const OSStatus status = co_await items_.update(query, data);
+        co_await hold();
+        co_return status;
+    }
     Task<OSStatus> add(SecItemQuery query, QByteArray data, SecAccessible accessible) override
     {
-        return items_.add(query, data, accessible);
+        const OSStatus status = co_await items_.add(query, data, accessible);
+        co_await hold();
+        co_return status;
     }
     Task<OSStatus> remove(SecItemQuery query) override { return items_.remove(query); }
 
     void open() { gate_.request_stop(); }
 
 private:
+    Task<> hold()
+    {
+        ++holds;
+        co_await sleepFor(std::chrono::hours(1), gate_.get_token());
+        --holds;
+    }
+
     SecItems& items_;
     std::stop_source gate_;
 };
@@ -236,6 +248,43 @@ private slots:
         slow.open();
         QTRY_COMPARE(slow.holds, 0);
         QCOMPARE(model.text(), QStringLiteral("typed"));
+    }
+
+    void aSaveUnderWayIsAboutTheTextFromBefore()
+    {
+        SlowItems slow(*fixture_->rewrite.platform.secItems);
+        fixture_->rewrite.settings.select(AIConnectionChoice::claude);
+        APIKeyModel model(fixture_->rewrite.settings, *fixture_->rewrite.platform.workspace,
+                          KeychainService{&slow});
+        model.setText(QStringLiteral("sk-1"));
+        model.save();
+        QVERIFY(model.isBusy());
+        QVERIFY(!model.canSave());
+        model.setText(QStringLiteral("sk-12"));
+        QCOMPARE(model.text(), QStringLiteral("sk-1"));
+        slow.open();
+        QTRY_VERIFY(!model.isBusy());
+        QCOMPARE(model.text(), QStringLiteral("sk-1"));
+        QCOMPARE(fixture_->storedSecret("anthropic-api-key"), QByteArray("sk-1"));
+        QCOMPARE(model.status(), QStringLiteral("Saved securely on this Mac."));
+        model.setText(QStringLiteral("sk-12"));
+        QCOMPARE(model.text(), QStringLiteral("sk-12"));
+        QCOMPARE(model.status(), QString());
+    }
+
+    void aRemovalUnderWayWipesNothingTyped()
+    {
+        SlowItems slow(*fixture_->rewrite.platform.secItems);
+        fixture_->rewrite.settings.select(AIConnectionChoice::claude);
+        APIKeyModel model(fixture_->rewrite.settings, *fixture_->rewrite.platform.workspace,
+                          KeychainService{&slow});
+        model.setText(QStringLiteral("sk-1"));
+        model.remove();
+        QVERIFY(model.isBusy());
+        model.setText(QStringLiteral("sk-2")); // refused, as the field is read-only now
+        QCOMPARE(model.text(), QStringLiteral("sk-1"));
+        slow.open();
+        QTRY_COMPARE(model.text(), QString());
     }
 
     void aModelMayDieWhileTheStoreThinks()
