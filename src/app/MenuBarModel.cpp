@@ -107,6 +107,12 @@ bool MenuBarModel::isConnected() const
     return !usesChatGPT() || environment_.isChatGPTConnected();
 }
 
+bool MenuBarModel::isVerified() const
+{
+    const bool needsKey = !usesChatGPT() && environment_.settings.provider() != AIProvider::cloud;
+    return isConnected() && !needsKey;
+}
+
 QVariantList MenuBarModel::actions() const
 {
     QVariantList list;

@@ -40,6 +40,7 @@ class MenuBarModel final : public QObject
     Q_PROPERTY(QString updateNotice READ updateNotice NOTIFY updateChanged)
     Q_PROPERTY(QString connection READ connection NOTIFY connectionChanged)
     Q_PROPERTY(bool isConnected READ isConnected NOTIFY connectionChanged)
+    Q_PROPERTY(bool isVerified READ isVerified NOTIFY connectionChanged)
     Q_PROPERTY(QVariantList actions READ actions NOTIFY actionsChanged)
     Q_PROPERTY(bool showsCustomField READ showsCustomField NOTIFY showsCustomFieldChanged)
     Q_PROPERTY(QString customInstruction READ customInstruction WRITE setCustomInstruction NOTIFY
@@ -57,7 +58,10 @@ public:
     [[nodiscard]] QString updateNotice() const;
     /// The back end in use, or what is missing for it.
     [[nodiscard]] QString connection() const;
+    /// False when something is missing that can be told without opening the secret store.
     [[nodiscard]] bool isConnected() const;
+    /// Known to work as it is: a provider that needs a key is not, for all the menu knows.
+    [[nodiscard]] bool isVerified() const;
     /// One {name, icon, shortcut, refusal} for each writing action; the last two may be empty.
     [[nodiscard]] QVariantList actions() const;
     [[nodiscard]] bool showsCustomField() const { return showsCustomField_; }

@@ -184,7 +184,7 @@ FocusScope {
                 x: 8
                 anchors.verticalCenter: parent.verticalCenter
                 text: root.menu.connection
-                positive: true
+                positive: root.menu.isVerified
             }
         }
         AppMenuRow {

@@ -101,17 +101,19 @@ void tst_MenuBarModel::connections_data()
     QTest::addColumn<bool>("hasAccount");
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("connected");
+    QTest::addColumn<bool>("verified");
     const auto row = [](const char* name, AIConnectionChoice choice, bool hasAccount, const char* text,
-                        bool connected) {
-        QTest::newRow(name) << static_cast<int>(choice) << hasAccount << QString::fromUtf8(text) << connected;
+                        bool connected, bool verified) {
+        QTest::newRow(name) << static_cast<int>(choice) << hasAccount << QString::fromUtf8(text) << connected
+                            << verified;
     };
-    row("cloud", AIConnectionChoice::cloud, false, "Quillmarsh Cloud", true);
-    row("cloud, an account all the same", AIConnectionChoice::cloud, true, "Quillmarsh Cloud", true);
-    row("OpenAI key", AIConnectionChoice::openaiKey, false, "OpenAI", true);
-    row("Claude", AIConnectionChoice::claude, false, "Claude", true);
+    row("cloud", AIConnectionChoice::cloud, false, "Quillmarsh Cloud", true, true);
+    row("cloud, an account all the same", AIConnectionChoice::cloud, true, "Quillmarsh Cloud", true, true);
+    row("OpenAI key", AIConnectionChoice::openaiKey, false, "OpenAI", true, false);
+    row("Claude", AIConnectionChoice::claude, false, "Claude", true, false);
     row("ChatGPT without an account", AIConnectionChoice::chatgpt, false, "Connect ChatGPT in Settings",
-        false);
-    row("ChatGPT", AIConnectionChoice::chatgpt, true, "ChatGPT connected", true);
+        false, false);
+    row("ChatGPT", AIConnectionChoice::chatgpt, true, "ChatGPT connected", true, true);
 }
 
 void tst_MenuBarModel::connections()
@@ -122,6 +124,7 @@ void tst_MenuBarModel::connections()
     settings().select(static_cast<AIConnectionChoice>(choice));
     QTEST(menu().connection(), "text");
     QTEST(menu().isConnected(), "connected");
+    QTEST(menu().isVerified(), "verified");
 }
 
 void tst_MenuBarModel::theActionsInOrder()
