@@ -39,6 +39,10 @@ SettingsViewModels::SettingsViewModels(const SettingsEnvironment& environment, Q
       permissions_(environment.rewrites, environment.defaults),
       demo_(environment.virtualKey, environment.setDemoFocused)
 {
+    connect(&sections_, &SettingsModel::sectionChanged, &tutorial_, [this] {
+        if (sections_.section() != SettingsSection::guide)
+            tutorial_.endDemo();
+    });
     if (environment.loadsSavedKey)
         connections_.apiKey()->loadKey();
     if (connections_.panel() == ConnectionsModel::Panel::chatGPT)

@@ -21,12 +21,29 @@ Column {
         width: parent.width
         icon: "bubble.left"
         text: "ChatGPT by OpenAI"
-        subtitle: "Use your ChatGPT subscription."
-        enabled: !step.tutorial.isWaitingForBrowser
-        onClicked: step.tutorial.isChatGPTConnected ? step.tutorial.showConnections() : step.tutorial.connectChatGPT()
+        subtitle: step.tutorial.chatGPTText
+        onClicked: {
+            if (step.tutorial.isChatGPTConnected)
+                step.tutorial.showConnections()
+            else if (!step.tutorial.isWaitingForBrowser)
+                step.tutorial.connectChatGPT()
+        }
 
+        AppSpinner {
+            visible: running
+            running: step.tutorial.isWaitingForBrowser
+            anchors.verticalCenter: parent.verticalCenter
+        }
+        AppButton {
+            objectName: "tutorialCancelSignIn"
+            visible: step.tutorial.isWaitingForBrowser
+            kind: "quiet"
+            text: "Cancel"
+            anchors.verticalCenter: parent.verticalCenter
+            onClicked: step.tutorial.cancelSignIn()
+        }
         AppStatus {
-            visible: step.tutorial.isChatGPTConnected
+            visible: step.tutorial.isChatGPTConnected && !step.tutorial.isWaitingForBrowser
             positive: true
             text: "Connected"
             anchors.verticalCenter: parent.verticalCenter
@@ -47,21 +64,10 @@ Column {
         width: parent.width
         icon: "circle.hexagongrid"
         text: "Other connections"
-        subtitle: step.tutorial.otherConnectionsText
+        subtitle: "Quillmarsh Cloud or an OpenAI API key"
         onClicked: step.tutorial.showConnections()
 
-        AppSpinner {
-            running: step.tutorial.isWaitingForBrowser
-            anchors.verticalCenter: parent.verticalCenter
-        }
         AppIcon { name: "chevron.right"; size: 14; color: AppDesign.secondary; anchors.verticalCenter: parent.verticalCenter }
-    }
-    AppButton {
-        objectName: "tutorialCancelSignIn"
-        visible: step.tutorial.isWaitingForBrowser
-        kind: "quiet"
-        text: "Cancel"
-        onClicked: step.tutorial.cancelSignIn()
     }
     Note {
         width: parent.width

@@ -25,6 +25,8 @@ TutorialModel::TutorialModel(UserDefaults& defaults, AppSettings& settings, Code
 
 int TutorialModel::step() const
 {
+    if (isShowingDemo_)
+        return 0;
     const qint64 stored = defaults_.integer(QLatin1String(quickOnboardingStepKey));
     return static_cast<int>(std::clamp<qint64>(stored, 0, stepCount - 1));
 }
@@ -64,10 +66,9 @@ bool TutorialModel::isWaitingForBrowser() const
     return oauth_.isAuthenticating();
 }
 
-QString TutorialModel::otherConnectionsText() const
+QString TutorialModel::chatGPTText() const
 {
-    return isWaitingForBrowser() ? u"Continue in your browser…"_s
-                                 : u"Quillmarsh Cloud or an OpenAI API key"_s;
+    return isWaitingForBrowser() ? u"Continue in your browser…"_s : u"Use your ChatGPT subscription."_s;
 }
 
 QString TutorialModel::error() const
@@ -117,15 +118,17 @@ void TutorialModel::connectClaude()
 
 void TutorialModel::continueFromPermissions()
 {
+    showDemo(false);
     if (isFinished())
         return show(SettingsSection::shortcuts);
     setStep(step() + 1);
     show(SettingsSection::guide);
 }
 
+// Only shown: the stored step stays where the user had come to.
 void TutorialModel::tryDemo()
 {
-    setStep(0);
+    showDemo(true);
     show(SettingsSection::guide);
 }
 
@@ -152,7 +155,16 @@ void TutorialModel::setStep(int step)
     const int target = std::clamp(step, 0, stepCount - 1);
     if (target == this->step())
         return;
+    isShowingDemo_ = false;
     defaults_.set(QLatin1String(quickOnboardingStepKey), target);
+    emit changed();
+}
+
+void TutorialModel::showDemo(bool shown)
+{
+    if (isShowingDemo_ == shown)
+        return;
+    isShowingDemo_ = shown;
     emit changed();
 }
 

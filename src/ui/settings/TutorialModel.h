@@ -23,7 +23,7 @@ class TutorialModel final : public QObject
     Q_PROPERTY(bool canSkip READ canSkip NOTIFY changed)
     Q_PROPERTY(bool isChatGPTConnected READ isChatGPTConnected NOTIFY changed)
     Q_PROPERTY(bool isWaitingForBrowser READ isWaitingForBrowser NOTIFY changed)
-    Q_PROPERTY(QString otherConnectionsText READ otherConnectionsText NOTIFY changed)
+    Q_PROPERTY(QString chatGPTText READ chatGPTText NOTIFY changed)
     Q_PROPERTY(QString error READ error NOTIFY changed)
 
 public:
@@ -33,7 +33,7 @@ public:
     TutorialModel(UserDefaults& defaults, AppSettings& settings, CodexOAuthService& oauth,
                   NotificationCenter& notifications, QObject* parent = nullptr);
 
-    /// 0 to 2; a stored value outside counts as the nearest.
+    /// 0 to 2; a stored value outside counts as the nearest. 0 during the demo, whatever is stored.
     [[nodiscard]] int step() const;
     [[nodiscard]] QString progressText() const;
     [[nodiscard]] QString nextTitle() const;
@@ -43,7 +43,8 @@ public:
     [[nodiscard]] bool canSkip() const;
     [[nodiscard]] bool isChatGPTConnected() const;
     [[nodiscard]] bool isWaitingForBrowser() const;
-    [[nodiscard]] QString otherConnectionsText() const;
+    /// What stands below the name on the ChatGPT card.
+    [[nodiscard]] QString chatGPTText() const;
     [[nodiscard]] QString error() const;
 
     /// What the primary button does in this step.
@@ -58,14 +59,17 @@ public:
     Q_INVOKABLE void setUpPermissions() { show(SettingsSection::permissions); }
     /// From the permissions guide on to the next step, or to the writing actions when the guide was finished.
     Q_INVOKABLE void continueFromPermissions();
-    /// From the permissions guide to the demo of the first step.
+    /// From the permissions guide to the demo of the first step; the stored step stays.
     Q_INVOKABLE void tryDemo();
+    /// The guide is left: it opens at the stored step the next time.
+    void endDemo() { showDemo(false); }
 
 signals:
     void changed();
 
 private:
     void setStep(int step);
+    void showDemo(bool shown);
     void finish();
     void show(SettingsSection section);
     [[nodiscard]] bool isFinished() const;
@@ -74,6 +78,7 @@ private:
     AppSettings& settings_;
     CodexOAuthService& oauth_;
     NotificationCenter& notifications_;
+    bool isShowingDemo_ = false;
 };
 
 } // namespace quillmarsh

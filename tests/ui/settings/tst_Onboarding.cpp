@@ -226,13 +226,13 @@ private slots:
     {
         TutorialModel& tutorial = *models_->tutorial();
         tutorial.advance();
-        QCOMPARE(tutorial.otherConnectionsText(), QStringLiteral("Quillmarsh Cloud or an OpenAI API key"));
+        QCOMPARE(tutorial.chatGPTText(), QStringLiteral("Use your ChatGPT subscription."));
         tutorial.advance();
         QCOMPARE(fixture_->rewrite.settings.connectionChoice(), AIConnectionChoice::chatgpt);
         QVERIFY(fixture_->oauth->isAuthenticating());
         QCOMPARE(tutorial.step(), 1);
         QVERIFY(!tutorial.canAdvance());
-        QCOMPARE(tutorial.otherConnectionsText(), QStringLiteral("Continue in your browser…"));
+        QCOMPARE(tutorial.chatGPTText(), QStringLiteral("Continue in your browser…"));
         QTRY_COMPARE(fixture_->rewrite.platform.workspace->opened.size(), 1U);
         tutorial.cancelSignIn();
         QVERIFY(tutorial.canAdvance());
@@ -257,8 +257,16 @@ private slots:
         models_->tutorial()->continueFromPermissions();
         QCOMPARE(models_->sections()->section(), SettingsSection::guide);
         QCOMPARE(models_->tutorial()->step(), 2);
+        models_->sections()->select(SettingsSection::permissions);
         models_->tutorial()->tryDemo();
+        QCOMPARE(models_->sections()->section(), SettingsSection::guide);
         QCOMPARE(models_->tutorial()->step(), 0);
+        QCOMPARE(fixture_->rewrite.defaults.integer("quickOnboardingStep"), 2);
+        models_->sections()->select(SettingsSection::general);
+        QCOMPARE(models_->tutorial()->step(), 2);
+        models_->tutorial()->tryDemo();
+        models_->tutorial()->advance();
+        QCOMPARE(models_->tutorial()->step(), 1);
         fixture_->rewrite.defaults.set("hasSeenModernOnboarding", true);
         models_->tutorial()->continueFromPermissions();
         QCOMPARE(models_->sections()->section(), SettingsSection::shortcuts);
