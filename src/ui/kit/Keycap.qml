@@ -8,11 +8,13 @@ RoundedBox {
     property string text
     // Without its frame it is the bare sign, as menus show shortcuts.
     property bool framed: true
+    property color tone: framed ? AppDesign.ink : AppDesign.secondary
+    readonly property real content: symbol !== "" ? sign.size : Math.ceil(label.implicitWidth)
     readonly property string symbol: ({ "⌃": "control", "⌥": "option", "⇧": "shift", "⌘": "command" })[text] || ""
 
-    implicitWidth: framed ? Math.max(symbol !== "" ? 0 : Math.ceil(label.implicitWidth) + 18, implicitHeight)
-                          : symbol !== "" ? sign.size : Math.ceil(label.implicitWidth)
-    implicitHeight: Math.ceil(label.implicitHeight) + (framed ? 12 : 0)
+    implicitWidth: framed ? Math.max(content + 18, implicitHeight) : content
+    // Of one letter, whatever the text is: a sign has no glyph in the font, and the one that stands in is higher.
+    implicitHeight: Math.ceil(letter.implicitHeight) + (framed ? 12 : 0)
     radius: 6
     color: framed ? AppDesign.surface : "transparent"
     lineWidth: framed ? 0.6 : 0
@@ -23,12 +25,20 @@ RoundedBox {
     Accessible.name: text
 
     AppText {
+        id: letter
+        text: "R"
+        visible: false
+        size: label.size
+        weight: label.weight
+        Accessible.ignored: true
+    }
+    AppText {
         id: label
         anchors.centerIn: parent
         text: cap.text
         visible: cap.symbol === ""
         size: cap.framed ? 11 : 12
-        color: cap.framed ? AppDesign.ink : AppDesign.secondary
+        color: cap.tone
         weight: Font.Medium
         wrapMode: Text.NoWrap
         Accessible.ignored: true
@@ -39,6 +49,6 @@ RoundedBox {
         visible: cap.symbol !== ""
         name: cap.symbol
         size: cap.framed ? 13 : 12
-        color: cap.framed ? AppDesign.ink : AppDesign.secondary
+        color: cap.tone
     }
 }

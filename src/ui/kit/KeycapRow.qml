@@ -6,6 +6,7 @@ Row {
 
     property string text
     property bool framed: true
+    property color tone: framed ? AppDesign.ink : AppDesign.secondary
     readonly property var keys: split(text)
 
     function split(shortcut) {
@@ -31,6 +32,7 @@ Row {
             required property string modelData
             text: modelData
             framed: row.framed
+            tone: row.tone
             Accessible.ignored: true
         }
     }

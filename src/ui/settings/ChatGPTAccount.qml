@@ -88,8 +88,7 @@ Column {
     AppFieldMenu {
         objectName: "modelMenu"
         width: parent.width
-        visible: !account.chatGPT.needsReconnect
-        enabled: account.chatGPT.models.length > 0 && !account.chatGPT.isLoadingModels
+        enabled: !account.chatGPT.needsReconnect && account.chatGPT.models.length > 0 && !account.chatGPT.isLoadingModels
         title: "Model"
         placeholder: account.chatGPT.isLoadingModels ? "Loading available models…" : "No model chosen"
         options: account.chatGPT.models
@@ -102,8 +101,7 @@ Column {
 
         AppButton {
             objectName: "refreshModels"
-            visible: !account.chatGPT.needsReconnect
-            enabled: !account.chatGPT.isLoadingModels
+            enabled: !account.chatGPT.needsReconnect && !account.chatGPT.isLoadingModels
             kind: "quiet"
             icon: "arrow.clockwise"
             text: "Refresh available models"

@@ -90,13 +90,53 @@ Column {
             }
         }
     }
-    Note {
+    // The combination is drawn, as few fonts have its signs.
+    Item {
+        id: owner
+        readonly property var pieces: view.editor.ownerNote !== "" ? view.editor.ownerNote.split(view.editor.shortcutText) : []
+
         width: parent.width
-        visible: text !== ""
-        symbol: "exclamationmark.triangle"
-        tone: AppDesign.ink
-        text: view.editor.ownerNote
+        height: sentence.implicitHeight
+        visible: view.editor.ownerNote !== ""
         Accessible.role: Accessible.AlertMessage
+        Accessible.name: view.editor.ownerNote
+
+        AppIcon {
+            name: "exclamationmark.triangle"
+            size: 14
+            color: AppDesign.ink
+            y: 1
+        }
+        Flow {
+            id: sentence
+            x: 23
+            width: parent.width - x
+            spacing: 4
+
+            AppText {
+                text: owner.pieces.length > 0 ? owner.pieces[0].trim() : ""
+                size: 12
+                Accessible.ignored: true
+            }
+            Row {
+                KeycapRow {
+                    text: view.editor.shortcutText
+                    framed: false
+                    tone: AppDesign.ink
+                    Accessible.ignored: true
+                }
+                AppText {
+                    text: owner.pieces.length > 1 ? owner.pieces[1].charAt(0) : ""
+                    size: 12
+                    Accessible.ignored: true
+                }
+            }
+            AppText {
+                text: owner.pieces.length > 1 ? owner.pieces[1].substring(1).trim() : ""
+                size: 12
+                Accessible.ignored: true
+            }
+        }
     }
     AppText {
         width: parent.width

@@ -100,7 +100,7 @@ Pressable {
         visible: text !== ""
         width: visible ? implicitWidth : 0
         text: row.shortcut
-        opacity: row.refusal === "" ? 1 : 0.5
+        tone: row.refusal === "" ? AppDesign.ink : AppDesign.secondary
         Accessible.ignored: true
     }
     AppMenuButton {

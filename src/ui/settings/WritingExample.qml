@@ -12,41 +12,56 @@ AppCard {
     spacing: 16
     Component.onCompleted: demo.tryAgain()
 
+    // As high in every state, so that the text below never jumps; a heading alone stands in its middle.
     Item {
         width: parent.width
-        height: Math.max(heading.implicitHeight, again.implicitHeight)
+        height: Math.ceil(heading.implicitHeight + guidance.spacing + guidanceHeight.implicitHeight)
 
-        AppIcon {
-            id: mark
-            visible: example.demo.isComplete
-            name: "checkmark.circle.fill"
-            size: 22
-            color: AppDesign.success
+        Column {
+            width: parent.width
+            spacing: guidance.spacing
             anchors.verticalCenter: parent.verticalCenter
-        }
-        AppText {
-            id: heading
-            objectName: "demoHeading"
-            x: mark.visible ? 32 : 0
-            width: parent.width - x - (again.visible ? again.width + 12 : 0)
-            text: example.demo.heading
-            size: 17
-            weight: Font.DemiBold
-            color: example.demo.isComplete ? AppDesign.success : AppDesign.ink
-            anchors.verticalCenter: parent.verticalCenter
-            Accessible.role: Accessible.Heading
-        }
-        AppButton {
-            id: again
-            objectName: "tryAgain"
-            visible: example.demo.isComplete
-            icon: "arrow.counterclockwise"
-            text: "Try again"
-            anchors { right: parent.right; verticalCenter: parent.verticalCenter }
-            onClicked: {
-                example.demo.tryAgain()
-                sentence.forceActiveFocus()
-                sentence.deselect()
+
+            Item {
+                width: parent.width
+                height: heading.implicitHeight
+
+                AppIcon {
+                    id: mark
+                    visible: example.demo.isComplete
+                    name: "checkmark.circle.fill"
+                    size: 22
+                    color: AppDesign.success
+                    anchors.verticalCenter: parent.verticalCenter
+                }
+                AppText {
+                    id: heading
+                    objectName: "demoHeading"
+                    x: mark.visible ? 32 : 0
+                    width: parent.width - x
+                    text: example.demo.heading
+                    size: 17
+                    weight: Font.DemiBold
+                    color: example.demo.isComplete ? AppDesign.success : AppDesign.ink
+                    anchors.verticalCenter: parent.verticalCenter
+                    Accessible.role: Accessible.Heading
+                }
+            }
+            Flow {
+                id: guidance
+                width: parent.width
+                visible: example.demo.instruction !== ""
+                spacing: 6
+
+                AppText {
+                    id: guidanceHeight
+                    text: example.demo.instruction || " "
+                    weight: Font.Medium
+                }
+                AppText {
+                    text: example.demo.hint
+                    color: AppDesign.secondary
+                }
             }
         }
     }
@@ -104,48 +119,38 @@ AppCard {
     // As high in every state, so that nothing below jumps.
     Item {
         width: parent.width
-        height: Math.max(guidance.implicitHeight, rhythm.implicitHeight)
+        height: Math.max(again.implicitHeight, keys.implicitHeight)
 
-        Keycap {
-            id: rhythm
-            visible: false
-            text: "R"
+        AppButton {
+            id: again
+            objectName: "tryAgain"
+            visible: example.demo.isComplete
+            icon: "arrow.counterclockwise"
+            text: "Try again"
+            anchors.verticalCenter: parent.verticalCenter
+            onClicked: {
+                example.demo.tryAgain()
+                sentence.forceActiveFocus()
+                sentence.deselect()
+            }
         }
-        Flow {
-            id: guidance
-            width: parent.width
+        Row {
+            visible: example.demo.pressText !== ""
             spacing: 8
+            anchors.verticalCenter: parent.verticalCenter
 
             AppText {
-                height: rhythm.implicitHeight
-                visible: text !== ""
-                text: example.demo.instruction
+                height: keys.implicitHeight
+                text: example.demo.pressText
                 weight: Font.Medium
                 verticalAlignment: Text.AlignVCenter
             }
-            AppText {
-                height: rhythm.implicitHeight
-                visible: text !== ""
-                text: example.demo.hint
-                color: AppDesign.secondary
-                verticalAlignment: Text.AlignVCenter
-            }
             Row {
-                visible: example.demo.pressText !== ""
-                spacing: 8
+                id: keys
+                spacing: 4
 
-                AppText {
-                    height: rhythm.implicitHeight
-                    text: example.demo.pressText
-                    weight: Font.Medium
-                    verticalAlignment: Text.AlignVCenter
-                }
-                Row {
-                    spacing: 4
-
-                    Keycap { text: "Control" }
-                    Keycap { text: "R" }
-                }
+                Keycap { text: "Control" }
+                Keycap { text: "R" }
             }
         }
     }

@@ -89,7 +89,7 @@ Rectangle {
                         AppText { text: root.model.folderLabel; size: 12; color: AppDesign.secondary; anchors.horizontalCenter: parent.horizontalCenter }
                     }
                 }
-                AppMenuSeparator { width: parent.width; height: 1 }
+                Rectangle { width: parent.width; height: 1; color: AppDesign.outline }
                 Column {
                     width: parent.width
                     spacing: 10
@@ -114,19 +114,19 @@ Rectangle {
                 spacing: 10
 
                 AppButton {
-                    objectName: "openInstalled"
-                    kind: "primary"
-                    text: root.model.openInstalledLabel
-                    enabled: !root.model.isOpening
-                    onClicked: root.model.openInstalled()
-                }
-                AppButton {
                     text: root.model.showDownloadLabel
                     onClicked: root.model.showDownload()
                 }
                 AppButton {
                     text: root.model.openApplicationsLabel
                     onClicked: root.model.openApplications()
+                }
+                AppButton {
+                    objectName: "openInstalled"
+                    kind: "primary"
+                    text: root.model.openInstalledLabel
+                    enabled: !root.model.isOpening
+                    onClicked: root.model.openInstalled()
                 }
             }
             Column {
