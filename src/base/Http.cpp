@@ -123,11 +123,13 @@ QNetworkReply* startRequest(QNetworkAccessManager& session, const QByteArray& me
 
 bool isCut(const QNetworkReply& reply)
 {
-    // A body that cannot be sent again is all that some cut connections tell, also in the middle of an
-    // answer.
     const auto error = reply.error();
-    return error == QNetworkReply::ContentReSendError ||
-           (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied);
+    if (error != QNetworkReply::ContentReSendError)
+        return error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied;
+    // A body that can be sent only once is all that a broken connection tells; but so do a redirect and a
+    // challenge, which are answers.
+    const QVariant status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    return !status.isValid() || (status.toInt() >= 200 && status.toInt() <= 299);
 }
 
 Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetworkRequest request,
