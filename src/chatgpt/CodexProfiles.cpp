@@ -29,6 +29,26 @@ Task<> CodexProfiles::load()
         co_await readIfUnknown();
 }
 
+Task<> CodexProfiles::open()
+{
+    const QPointer<CodexProfiles> self(this);
+    const auto turn = co_await queue_.enter();
+    if (!self)
+        throw Cancelled();
+    if (known_)
+        co_return;
+    const OSStatus unlocked = co_await store_.items->unlock();
+    if (unlocked != errSecSuccess)
+        throw CodexTokenStoreError::osStatus(unlocked);
+    if (!self)
+        throw Cancelled();
+    co_await readIfUnknown();
+    if (!self)
+        throw Cancelled();
+    if (!known_)
+        throw CodexTokenStoreError::osStatus(status_);
+}
+
 Task<> CodexProfiles::readIfUnknown()
 {
     if (known_)

@@ -42,7 +42,7 @@ Task<> CodexOAuthService::signIn(bool addAccount)
     const QPointer<CodexOAuthService> self(this);
     std::optional<QString> failure;
     try {
-        co_await loaded();
+        co_await profiles_.open(); // before the browser: an account that cannot be stored is of no use
         if (!self || attempt.stop.stop_requested())
             co_return;
         Attempt started = attempt;

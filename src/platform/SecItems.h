@@ -69,6 +69,9 @@ public:
     /// errSecDuplicateItem when there is one already.
     virtual Task<OSStatus> add(SecItemQuery query, QByteArray data, SecAccessible accessible) = 0;
     virtual Task<OSStatus> remove(SecItemQuery query) = 0;
+    /// Opens the place where new items go, asking the user where that is needed. A store that is never locked
+    /// is open.
+    virtual Task<OSStatus> unlock() { co_return errSecSuccess; }
 };
 
 } // namespace quillmarsh

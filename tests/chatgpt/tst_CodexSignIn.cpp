@@ -336,8 +336,8 @@ private slots:
     {
         f_->connectAccount();
         f_->secItems.inner.copyStatus = errSecInteractionNotAllowed;
-        // At the start, when the fixture waits for it, by the sign-in, and before anything is written.
-        for (int i = 0; i < 4; ++i)
+        // At the start, when the fixture waits for it, and by the sign-in.
+        for (int i = 0; i < 3; ++i)
             QTest::ignoreMessage(QtWarningMsg,
                                  QRegularExpression(QStringLiteral("could not be read.*locked")));
         f_->restart();
@@ -347,6 +347,35 @@ private slots:
         f_->secItems.inner.copyStatus = errSecSuccess;
         QVERIFY(test::runTask(f_->service->loadedTokens()));
         QCOMPARE(f_->service->profiles().size(), 1);
+    }
+
+    void aLockedStoreIsUnlockedBeforeTheBrowserOpens()
+    {
+        f_->secItems.inner.copyStatus = errSecInteractionNotAllowed;
+        for (int i = 0; i < 2; ++i)
+            QTest::ignoreMessage(QtWarningMsg,
+                                 QRegularExpression(QStringLiteral("could not be read.*locked")));
+        f_->restart();
+        f_->secItems.onUnlock = [this] {
+            f_->secItems.inner.copyStatus = errSecSuccess;
+            return f_->auth.visitedUrls.isEmpty() ? errSecSuccess : errSecIO;
+        };
+        f_->connectAccount();
+        QCOMPARE(f_->secItems.storedProfiles(), f_->service->profiles());
+    }
+
+    void aDismissedUnlockPromptEndsTheAttempt()
+    {
+        f_->secItems.inner.copyStatus = errSecInteractionNotAllowed;
+        for (int i = 0; i < 2; ++i)
+            QTest::ignoreMessage(QtWarningMsg,
+                                 QRegularExpression(QStringLiteral("could not be read.*locked")));
+        f_->restart();
+        f_->secItems.onUnlock = [] { return errSecInteractionNotAllowed; };
+        QCOMPARE(failureOf(*f_, false),
+                 QStringLiteral("The operation couldn’t be completed. (OSStatus error -25308.)"));
+        QVERIFY(!f_->service->isAuthenticating());
+        QVERIFY(f_->auth.visitedUrls.isEmpty());
     }
 
     void noNetwork()

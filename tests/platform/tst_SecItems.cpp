@@ -126,6 +126,14 @@ private slots:
         QCOMPARE(test::runTask(items.add(unknown, "x", SecAccessible::whenUnlocked)),
                  errSecInteractionNotAllowed);
         QCOMPARE(test::runTask(items.remove(key)), errSecInteractionNotAllowed);
+        QCOMPARE(test::runTask(items.unlock()), errSecInteractionNotAllowed);
+    }
+
+    void anOpenStoreNeedsNoUnlocking()
+    {
+        LibsecretItems items;
+        restartSecretService();
+        QCOMPARE(test::runTask(items.unlock()), errSecSuccess);
     }
 
     /// After a restart the encrypted session of the old service is worthless.

@@ -18,6 +18,7 @@ public:
     FakeSecItems inner;
     bool held = false;
     int waiting = 0;
+    std::function<OSStatus()> onUnlock = [] { return errSecSuccess; }; ///< what the user does at the prompt
 
     Task<SecItemResult> copyMatching(SecItemQuery query) override
     {
@@ -38,6 +39,11 @@ public:
     {
         co_await opened();
         co_return co_await inner.remove(query);
+    }
+    Task<OSStatus> unlock() override
+    {
+        co_await opened();
+        co_return onUnlock();
     }
 
     [[nodiscard]] QByteArray stored() const

@@ -60,4 +60,9 @@ Task<OSStatus> LibsecretItems::remove(SecItemQuery query)
     return onWorker<OSStatus>([query](SecretStore& store) { return store.remove(query); });
 }
 
+Task<OSStatus> LibsecretItems::unlock()
+{
+    return onWorker<OSStatus>([](SecretStore& store) { return store.unlock(); });
+}
+
 } // namespace quillmarsh

@@ -35,6 +35,8 @@ public:
     Task<OSStatus> update(SecItemQuery query, QByteArray data) override;
     Task<OSStatus> add(SecItemQuery query, QByteArray data, SecAccessible accessible) override;
     Task<OSStatus> remove(SecItemQuery query) override;
+    /// errSecInteractionNotAllowed when the user dismissed the prompt.
+    Task<OSStatus> unlock() override;
 
 private:
     template <typename Result, typename Operation>

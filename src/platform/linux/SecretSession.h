@@ -63,6 +63,8 @@ public:
     /// Adds the item to the default collection.
     void store(const QByteArray& data);
     void remove(const SecretItems& items);
+    /// Opens the collection that new items go to, if there is one.
+    void unlockDefaultCollection();
 
 private:
     using Collection = std::unique_ptr<SecretCollection, SecretRelease>;
@@ -71,7 +73,6 @@ private:
     /// Shows the desktop's prompt where one is needed; the user may also dismiss it.
     void unlock(GList* objects);
     [[nodiscard]] Collection defaultCollection();
-    void unlockDefaultCollection();
 
     SecretService* service_;
     GCancellable* cancellable_;

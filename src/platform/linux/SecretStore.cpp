@@ -109,4 +109,12 @@ OSStatus SecretStore::remove(const SecItemQuery& query)
     });
 }
 
+OSStatus SecretStore::unlock()
+{
+    return attempt({}, [](SecretSession& session) {
+        session.unlockDefaultCollection();
+        return errSecSuccess;
+    });
+}
+
 } // namespace quillmarsh

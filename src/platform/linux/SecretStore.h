@@ -27,6 +27,7 @@ public:
     [[nodiscard]] OSStatus update(const SecItemQuery& query, const QByteArray& data);
     [[nodiscard]] OSStatus add(const SecItemQuery& query, const QByteArray& data);
     [[nodiscard]] OSStatus remove(const SecItemQuery& query);
+    [[nodiscard]] OSStatus unlock();
 
     /// Ends the call under way; it and all later ones give errSecNotAvailable.
     void close();
