@@ -55,6 +55,7 @@ def require(*packages):
     if os.geteuid() != 0:
         raise RuntimeError(f"the matrix needs packages; as root: apt-get install {' '.join(missing)}")
     environment = {**os.environ, "DEBIAN_FRONTEND": "noninteractive"}
+    subprocess.run(["apt-get", "update", "-qq"], stdout=subprocess.DEVNULL)
     command = ["apt-get", "install", "-y", "-qq", "--no-install-recommends", *missing]
     if subprocess.run(command, env=environment, stdout=subprocess.DEVNULL).returncode != 0:
         raise RuntimeError(f"apt-get could not install {' '.join(missing)}")
@@ -87,7 +88,6 @@ class MatrixTest(unittest.TestCase):
         self.back_end.requests.clear()
         self.back_end.answer = lambda text: (200, {"text": text.upper()})
         self.back_end.delay = 0.0
-        self.wait_for_no_panel()
 
     def tearDown(self):
         self.assertTrue(self.keyboard.nothing_is_down(), self.keyboard.state())
@@ -127,7 +127,13 @@ class MatrixTest(unittest.TestCase):
             time.sleep(0.2)
         self.assertEqual(now, text)
 
-    def expect_no_request(self, seconds=0.8):
+    def rewrite_nothing(self, seconds=0.8):
+        """The user is told that nothing is selected, and nothing is sent."""
+        self.wait_for_no_panel()
+        self.rewrite()
+        self.expect_no_request(seconds)
+
+    def expect_no_request(self, seconds):
         wait_until(lambda: harness.windows("^Quillmarsh panel$"), "the panel")
         time.sleep(seconds)
         self.assertEqual(self.back_end.texts, [])
@@ -156,8 +162,7 @@ class MatrixTest(unittest.TestCase):
         with contextlib.closing(open_editor(DOCUMENT)) as editor, self.case(name, NOTHING):
             set_clipboard(MINE)
             editor.select("Control_L Home", "Down", "End")
-            self.rewrite()
-            self.expect_no_request()
+            self.rewrite_nothing()
             self.assertEqual(harness.clipboard(), MINE)
             self.expect_text(editor, DOCUMENT)
 

@@ -85,8 +85,7 @@ class Terminals(matrix.MatrixTest):
     def check_nothing(self, name, command, clipboard=MINE):
         with self.recorder(command) as (_, received), self.case(name, NOTHING, INTERRUPT):
             matrix.set_clipboard(MINE)
-            self.rewrite()
-            self.expect_no_request()
+            self.rewrite_nothing()
             self.assertEqual(harness.clipboard(), clipboard)
             self.assertEqual(received(), "")
 
@@ -139,8 +138,7 @@ class Terminals(matrix.MatrixTest):
         with self.recorder(["xterm", "-e"]) as (terminal, received):
             with self.case(name, REPLACED, NOT_RUN, INTERRUPT, outcome="“Select some text first”"):
                 terminal.select_word()
-                self.rewrite()
-                self.expect_no_request()
+                self.rewrite_nothing()
                 self.assertEqual(received(), "")
         self.table.record(name, INTERRUPT, "pass")
 
