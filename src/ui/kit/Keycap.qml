@@ -13,8 +13,8 @@ RoundedBox {
     readonly property string symbol: ({ "⌃": "control", "⌥": "option", "⇧": "shift", "⌘": "command" })[text] || ""
 
     implicitWidth: framed ? Math.max(content + 18, implicitHeight) : content
-    // Of one letter, whatever the text is: a sign has no glyph in the font, and the one that stands in is higher.
-    implicitHeight: Math.ceil(letter.implicitHeight) + (framed ? 12 : 0)
+    // Of the font's line, whatever the text is: a sign has no glyph in the font, and the one that stands in is higher.
+    implicitHeight: Math.ceil(letter.height) + (framed ? 12 : 0)
     radius: 6
     color: framed ? AppDesign.surface : "transparent"
     lineWidth: framed ? 0.6 : 0
@@ -24,13 +24,9 @@ RoundedBox {
     Accessible.role: Accessible.StaticText
     Accessible.name: text
 
-    AppText {
+    FontMetrics {
         id: letter
-        text: "R"
-        visible: false
-        size: label.size
-        weight: label.weight
-        Accessible.ignored: true
+        font: label.font
     }
     AppText {
         id: label
