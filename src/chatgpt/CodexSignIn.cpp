@@ -136,10 +136,14 @@ Task<> CodexOAuthService::openBrowser(CodexEnvironment environment, QUrl url,
             CodexOAuthError(QStringLiteral("Couldn’t open your browser. Please try again."))));
 }
 
-/// Recorded before the exchange: the server knows this client from now on, whatever happens.
+/// Recorded before the exchange: the server knows this client from now on, whatever happens. An account that
+/// is connected through this client already stays as it is until the exchange has succeeded.
 Task<> CodexOAuthService::recordRegistration(Attempt attempt, QString clientID)
 {
     const QPointer<CodexOAuthService> self(this);
+    const auto known = profiles_.find(clientID);
+    if (known && !known->accessToken.isEmpty())
+        co_return;
     CodexTokens placeholder;
     placeholder.clientID = clientID;
     const bool saved =
