@@ -21,7 +21,7 @@ CallbackRequestBuffer::State CallbackRequestBuffer::append(const QByteArray& chu
 
 CallbackConnection::CallbackConnection(QTcpSocket* socket, qsizetype requestLimit,
                                        std::chrono::milliseconds timeLimit, QObject* parent)
-    : QObject(parent), socket_(socket), chunkSize_(requestLimit), buffer_(requestLimit)
+    : QObject(parent), socket_(socket), timeLimit_(timeLimit), chunkSize_(requestLimit), buffer_(requestLimit)
 {
     socket_->setParent(this);
     socket_->setReadBufferSize(chunkSize_);
@@ -29,10 +29,16 @@ CallbackConnection::CallbackConnection(QTcpSocket* socket, qsizetype requestLimi
     connect(socket_, &QTcpSocket::disconnected, this, &CallbackConnection::end);
     connect(socket_, &QTcpSocket::errorOccurred, this, &CallbackConnection::end);
     guard_.setSingleShot(true);
+    guard_.setTimerType(Qt::PreciseTimer);
     connect(&guard_, &QTimer::timeout, this, &CallbackConnection::cancel);
-    guard_.start(timeLimit);
-    if (socket_->bytesAvailable() > 0)
-        read();
+}
+
+void CallbackConnection::start()
+{
+    guard_.start(timeLimit_);
+    if (socket_->state() != QTcpSocket::ConnectedState && socket_->bytesAvailable() == 0)
+        return end();
+    read();
 }
 
 void CallbackConnection::read()

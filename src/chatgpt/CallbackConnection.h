@@ -42,6 +42,8 @@ public:
     CallbackConnection(QTcpSocket* socket, qsizetype requestLimit, std::chrono::milliseconds timeLimit,
                        QObject* parent);
 
+    /// Begins to read, also what has arrived already: connect to the signals first.
+    void start();
     /// Sends `response` and closes.
     void respond(const QByteArray& response);
     /// Drops the connection at once.
@@ -57,6 +59,7 @@ private:
     void end();
 
     QTcpSocket* socket_;
+    std::chrono::milliseconds timeLimit_;
     qsizetype chunkSize_;
     CallbackRequestBuffer buffer_;
     QTimer guard_;

@@ -25,6 +25,7 @@ OAuthCallbackServer::OAuthCallbackServer(QString state, QString issuer, Limits l
     connect(&listener_, &QTcpServer::newConnection, this, &OAuthCallbackServer::acceptPending,
             Qt::QueuedConnection);
     timeout_.setSingleShot(true);
+    timeout_.setTimerType(Qt::PreciseTimer);
     connect(&timeout_, &QTimer::timeout, this, [this] {
         finish(
             std::make_exception_ptr(CodexOAuthError(QStringLiteral("Sign-in timed out. Please try again."))));
@@ -95,6 +96,7 @@ void OAuthCallbackServer::admit(QTcpSocket* socket)
         connections_.removeOne(connection);
         connection->deleteLater();
     });
+    connection->start();
 }
 
 /// The outcome is recorded only after the response, because it closes the listener.
