@@ -153,8 +153,10 @@ Task<> CodexOAuthService::signOut()
 Task<bool> CodexOAuthService::removeProfile(CodexTokens profile)
 {
     const QPointer<CodexOAuthService> self(this);
+    bool removed = false;
+    const auto isThere = [self, profile] { return self && self->profiles_.find(profile.clientID); };
     try {
-        co_await profiles_.apply(CodexProfiles::removing(profile.clientID), [] { return true; });
+        removed = co_await profiles_.apply(CodexProfiles::removing(profile.clientID), isThere);
     } catch (const CodexTokenStoreError&) {
         if (self)
             setLastError(QStringLiteral("Couldn’t clear the saved session from Keychain."));
@@ -162,6 +164,8 @@ Task<bool> CodexOAuthService::removeProfile(CodexTokens profile)
     }
     if (!self)
         throw Cancelled();
+    if (!removed) // by an earlier sign-out, while this one waited
+        co_return false;
     renewGeneration();
     cancelRefresh();
     if (environment_.defaults)
