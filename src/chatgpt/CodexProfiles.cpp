@@ -94,8 +94,18 @@ Task<bool> CodexProfiles::apply(Change change, Condition wanted)
         publish(after);
         co_return true;
     }
+    if (!self) // whoever took over may have stored since
+        co_return false;
+    known_ = false; // until the store has its old content again
     co_await store.save(before);
+    if (self)
+        known_ = true;
     co_return false;
+}
+
+Task<> CodexProfiles::settled()
+{
+    const auto turn = co_await queue_.enter();
 }
 
 void CodexProfiles::publish(const QList<CodexTokens>& list)

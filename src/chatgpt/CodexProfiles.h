@@ -34,9 +34,13 @@ public:
     /// CodexTokenStoreError when the profiles are still not known, Cancelled when this object goes away.
     Task<> open();
     /// Stores and publishes `change`, if `wanted` holds before and after; otherwise the store gets its old
-    /// content back. Returns whether it was made. Throws CodexTokenStoreError, also when the store has never
-    /// been read: accounts that are not known may not be overwritten.
+    /// content back, or is read again by the next call where that failed. Returns whether it was made. Throws
+    /// CodexTokenStoreError, also when the store has never been read: accounts that are not known may not be
+    /// overwritten.
     Task<bool> apply(Change change, Condition wanted);
+
+    /// Completes when every change begun so far is over.
+    Task<> settled();
 
     /// Replaces the record with the same client identifier in place, or appends.
     [[nodiscard]] static Change saving(CodexTokens tokens);
