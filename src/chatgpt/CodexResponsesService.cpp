@@ -136,7 +136,17 @@ Task<QString> CodexResponsesService::call(Context context, Request request, Atte
     reply.reset();
     if (!context.service)
         throw Cancelled();
-    request.tokens = co_await context.service->refreshIfNeeded(CodexOAuthService::Refresh::forced, stop);
+    const CodexTokens refreshed =
+        co_await context.service->refreshIfNeeded(CodexOAuthService::Refresh::forced, stop);
+    if (!context.service)
+        throw Cancelled();
+    if (refreshed.clientID != request.tokens.clientID) { // the user has switched profiles meanwhile
+        const auto inference = co_await context.service->inferenceContext(stop);
+        request.tokens = inference.tokens;
+        request.model = inference.model;
+    } else {
+        request.tokens = refreshed;
+    }
     co_return co_await call(context, request, Attempt::afterRefresh, stop);
 }
 
