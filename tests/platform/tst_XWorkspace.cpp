@@ -117,6 +117,22 @@ private slots:
         QVERIFY(isSameApplication(*front, *front));
     }
 
+    void anIdentifierIsReadWithAndWithoutAZeroAtItsEnd()
+    {
+        for (const QByteArray& identifier :
+             {QByteArray("org.test.Editor"), QByteArray("org.test.Editor", 16)}) {
+            TargetWindow window("first", "First");
+            XConnection& connection = window.connection();
+            xcb_change_property(connection.get(), XCB_PROP_MODE_REPLACE, window.window(),
+                                connection.atom("_GTK_APPLICATION_ID"), connection.atom("UTF8_STRING"), 8,
+                                static_cast<uint32_t>(identifier.size()), identifier.constData());
+            connection.synchronize();
+            QTRY_COMPARE(workspace_->frontmostApplication()->window, quint64{window.window()});
+            QCOMPARE(workspace_->frontmostApplication()->identifier, QStringLiteral("org.test.Editor"));
+            QCOMPARE(workspace_->frontmostApplication()->localizedName, QStringLiteral("Schreiber"));
+        }
+    }
+
     void activatingAClosedWindowBringsItsProgramForward()
     {
         QProcess editor;
