@@ -35,7 +35,18 @@ Task<CodexTokens> CodexOAuthService::refreshIfNeeded(Refresh mode, std::stop_tok
             throw CodexOAuthError(QStringLiteral("Your ChatGPT session ended. Please reconnect."));
         refresh = startRefresh(*active);
     }
-    co_return co_await resultOf(refresh->promise.future(), stop);
+    try {
+        co_return co_await resultOf(refresh->promise.future(), stop);
+    } catch (const Cancelled&) {
+        if (!self || stop.stop_requested() || !refresh->stop.stop_requested())
+            throw;
+    }
+    // A sign-in, a sign-out or another choice of profile has ended the refresh, not this caller.
+    co_await profiles_.settled();
+    if (!self)
+        throw Cancelled();
+    const bool isSame = activeClientID_ == active->clientID;
+    co_return co_await refreshIfNeeded(isSame ? mode : Refresh::ifNeeded, stop);
 }
 
 std::shared_ptr<CodexOAuthService::SharedRefresh> CodexOAuthService::startRefresh(const CodexTokens& profile)
@@ -110,7 +121,7 @@ Task<CodexOAuthService::InferenceContext> CodexOAuthService::inferenceContext(st
 {
     const QPointer<CodexOAuthService> self(this);
     for (;;) {
-        const CodexTokens tokens = co_await refreshIfNeeded(Refresh::ifNeeded, stop);
+        CodexTokens tokens = co_await refreshIfNeeded(Refresh::ifNeeded, stop);
         if (!self)
             throw Cancelled();
         if (!tokens.canUsePlan())
@@ -120,8 +131,11 @@ Task<CodexOAuthService::InferenceContext> CodexOAuthService::inferenceContext(st
             co_await loadModels(stop);
         if (!self)
             throw Cancelled();
-        if (activeClientID_ != tokens.clientID)
-            continue; // the user has switched profiles meanwhile
+        const auto current = this->tokens();
+        if (!current || current->clientID != tokens.clientID)
+            continue; // the user has switched profiles or signed out meanwhile
+        if (current->isFresh(environment_.now()))
+            tokens = *current; // those before may have been withdrawn while the models were loaded
         for (const ChatGPTModel& model : models_) {
             if (model.slug == selectedModel_)
                 co_return InferenceContext{tokens, selectedModel_};

@@ -74,6 +74,21 @@ private slots:
         QCOMPARE(f_->defaultsValue("chatgpt.model.client-1"), QString());
     }
 
+    void aSecondSignOutAtTheSameTimeDoesNothing()
+    {
+        useTls();
+        f_->connectAccount();
+        f_->secItems.held = true;
+        Task<> first = f_->service->signOut();
+        Task<> second = f_->service->signOut();
+        f_->secItems.held = false;
+        test::runTask(std::move(first));
+        test::runTask(std::move(second));
+        QCOMPARE(f_->auth.count(FakeAuthorizationServer::revokePath), 1);
+        QCOMPARE(f_->service->lastError(), std::nullopt);
+        QCOMPARE(f_->secItems.stored(), QByteArray("[]"));
+    }
+
     void signOutWithoutAnAccountDoesNothing()
     {
         test::runTask(f_->service->signOut());

@@ -231,7 +231,9 @@ private slots:
         f_->secItems.held = false;
         f_->auth.release();
         const QString outcome = failureOf(std::move(refreshing));
-        QVERIFY2(outcome.isEmpty() || outcome == u"cancelled", qPrintable(outcome));
+        // During a sign-in the same profile is refreshed anew, with a token that may be used up by then.
+        const bool isUsedUp = deed == u"sign in" && outcome.contains(u"HTTP 400");
+        QVERIFY2(outcome.isEmpty() || outcome == u"cancelled" || isUsedUp, qPrintable(outcome));
         if (deed == u"sign in")
             f_->service->cancelSignIn();
         for (Task<>& task : deeds)
@@ -245,6 +247,8 @@ private slots:
         // The server may have taken the refresh token back already; that is no fault of the client here.
         f_->auth.violations.removeAll(QStringLiteral("revocation of a token that is not live"));
         f_->auth.violations.removeAll(QStringLiteral("a bad revocation"));
+        if (isUsedUp)
+            f_->auth.violations.clear();
     }
 
     void twoRefreshesNeverRunForOneProfile()
@@ -258,12 +262,24 @@ private slots:
         f_->service->selectProfile(QStringLiteral("client-2"));
         Task<CodexTokens> second = f_->service->refreshIfNeeded(Refresh::forced);
         QCOMPARE(tokenRequests(), before); // not before the first has ended
-        QCOMPARE(failureOf(std::move(first)), QStringLiteral("cancelled"));
         QTRY_COMPARE(f_->auth.parked(), 2);
         QCOMPARE(tokenRequests(), before + 1);
         f_->auth.violations.clear(); // the first had reached the server, which took the token back
         f_->auth.release();
-        failureOf(std::move(second));
+        QCOMPARE(failureOf(std::move(first)), failureOf(std::move(second))); // they have shared it
+    }
+
+    /// Whoever waits for a refresh that another choice of profile ends gets the new profile's token.
+    void aRefreshEndedByASwitchGoesOnForTheNewProfile()
+    {
+        connectTwoAccounts();
+        const CodexTokens other = f_->service->profiles().first();
+        f_->auth.hold(FakeAuthorizationServer::tokenPath);
+        Task<CodexTokens> refreshing = f_->service->refreshIfNeeded(Refresh::forced);
+        QTRY_COMPARE(f_->auth.parked(), 1);
+        f_->service->selectProfile(other.clientID);
+        QCOMPARE(test::runTask(std::move(refreshing)), other);
+        f_->auth.release();
     }
 
     void aRefreshDoesNotOverwriteAReconnection()

@@ -310,6 +310,20 @@ private slots:
         QCOMPARE(f_->service->activeClientID(), QStringLiteral("client-2"));
     }
 
+    void anUnfinishedRegistrationNeverReplacesAnAccount()
+    {
+        f_->connectAccount();
+        CodexTokens working = *f_->service->tokens();
+        working.clientID = QStringLiteral("client-999");
+        test::runTask(f_->service->save(working));
+        const auto before = f_->service->profiles();
+        f_->auth.visit = Visit::returnsOtherClient;
+        f_->auth.tokenStatuses = {500};
+        QVERIFY(failureOf(*f_, true).contains(QStringLiteral("HTTP 500")));
+        QCOMPARE(f_->service->profiles(), before);
+        QCOMPARE(f_->secItems.storedProfiles(), before);
+    }
+
     void anUnfinishedRegistrationIsGoneAfterAStart()
     {
         f_->connectAccount();
