@@ -121,7 +121,7 @@ Task<CodexOAuthService::InferenceContext> CodexOAuthService::inferenceContext(st
 {
     const QPointer<CodexOAuthService> self(this);
     for (;;) {
-        const CodexTokens tokens = co_await refreshIfNeeded(Refresh::ifNeeded, stop);
+        CodexTokens tokens = co_await refreshIfNeeded(Refresh::ifNeeded, stop);
         if (!self)
             throw Cancelled();
         if (!tokens.canUsePlan())
@@ -131,8 +131,11 @@ Task<CodexOAuthService::InferenceContext> CodexOAuthService::inferenceContext(st
             co_await loadModels(stop);
         if (!self)
             throw Cancelled();
-        if (activeClientID_ != tokens.clientID)
-            continue; // the user has switched profiles meanwhile
+        const auto current = this->tokens();
+        if (!current || current->clientID != tokens.clientID)
+            continue; // the user has switched profiles or signed out meanwhile
+        if (current->isFresh(environment_.now()))
+            tokens = *current; // those before may have been withdrawn while the models were loaded
         for (const ChatGPTModel& model : models_) {
             if (model.slug == selectedModel_)
                 co_return InferenceContext{tokens, selectedModel_};
