@@ -225,6 +225,24 @@ private slots:
         QVERIFY(f_->secItems.storedProfiles().isEmpty());
     }
 
+    void aRollbackThatFailsIsFollowedByAnotherReading()
+    {
+        f_->secItems.held = true;
+        Task<> attempt = f_->service->signIn(false);
+        QTRY_COMPARE(f_->secItems.waiting, 1);
+        f_->secItems.inner.updateStatus = errSecItemNotFound; // the list is added, and cannot be replaced
+        f_->service->cancelSignIn();
+        f_->secItems.held = false;
+        test::runTask(std::move(attempt));
+        QCOMPARE(f_->secItems.storedProfiles().size(), 1);
+        QVERIFY(f_->service->profiles().isEmpty());
+        f_->secItems.inner.updateStatus = errSecSuccess;
+        f_->secItems.inner.calls.clear();
+        test::runTask(f_->service->loaded());
+        QCOMPARE(f_->secItems.inner.calls.front().first, QByteArray("copyMatching"));
+        QVERIFY(f_->secItems.storedProfiles().isEmpty());
+    }
+
     void cancelledWhileTheAccountIsStored()
     {
         f_->auth.hold(test::FakeAuthorizationServer::keysPath);
