@@ -297,7 +297,8 @@ int main(int argc, char* argv[])
         marks.painted = marks.pasted = Clock::time_point();
         if (command) {
             marks.pressed = Clock::now();
-            [[maybe_unused]] const int started = std::system((std::string(command) + " >/dev/null 2>&1 &").c_str());
+            [[maybe_unused]] const int started =
+                std::system((std::string(command) + " >/dev/null 2>&1 &").c_str());
         } else {
             target.pressShortcut();
         }
