@@ -6,7 +6,7 @@ root=$PWD
 # To compile the product, its service and its tools.
 build_packages=(
     g++ cmake ninja-build ccache pkg-config git ca-certificates
-    qt6-base-dev qt6-base-private-dev qt6-declarative-dev libqt6svg6-dev libgl-dev qcoro-qt6-dev
+    qt6-base-dev qt6-base-private-dev qt6-declarative-dev qt6-svg-dev libgl-dev qcoro-qt6-dev
     libxcb1-dev libxcb-xtest0-dev libxcb-xfixes0-dev libxcb-xinput-dev libxcb-xkb-dev libxcb-res0-dev
     libxcb-ewmh-dev libxcb-icccm4-dev libxcb-keysyms1-dev libxcb-shape0-dev libxkbcommon-x11-dev libxkbcommon-dev
     libsecret-1-dev libssl-dev libplist-dev
