@@ -3,6 +3,7 @@
 #include <exception>
 #include <malloc.h>
 #include <optional>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <thread>
 
@@ -38,11 +39,13 @@ sigset_t blockEndSignals()
     return signals;
 }
 
-/// A core file would hold the texts that were being rewritten.
+/// A core would hold the texts that were being rewritten. The limit alone does not stop one that the system
+/// pipes to a program; that the memory may not be dumped does, and keeps other processes out of it, too.
 void forbidCoreFiles()
 {
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
+    prctl(PR_SET_DUMPABLE, 0);
 }
 
 void warnAboutOpenNetwork(const std::string& address)

@@ -1,12 +1,8 @@
 #include "engine/HttpPost.h"
 
 #include <algorithm>
-#include <charconv>
-#include <string_view>
 
 #include <curl/curl.h>
-
-#include "base/Text.h"
 
 namespace quillmarsh::service {
 
@@ -15,7 +11,7 @@ namespace {
 constexpr size_t maximumReply = 1024UL * 1024UL;
 constexpr size_t maximumIdle = 16;
 /// A longer wish than this is a mistake of the upstream.
-constexpr int maximumRetryAfter = 3600;
+constexpr curl_off_t maximumRetryAfter = 3600;
 
 struct FreeList
 {
@@ -32,18 +28,20 @@ size_t takeBody(char* bytes, size_t size, size_t count, void* user)
     return size * count;
 }
 
-size_t takeHeader(char* bytes, size_t size, size_t count, void* user)
+/// The wish of the upstream, as a number or as a date.
+std::chrono::seconds retryAfterOf(CURL* curl)
 {
-    const std::string_view line(bytes, size * count);
-    constexpr std::string_view name = "retry-after:";
-    if (asciiLower(line.substr(0, name.size())) == name) {
-        const std::string_view value = trimmed(line.substr(name.size()));
-        int seconds = 0; // the form with a date is not used by anybody who asks programs to wait
-        std::from_chars(value.data(), value.data() + value.size(), seconds);
-        static_cast<PostReply*>(user)->retryAfter =
-            std::chrono::seconds(std::clamp(seconds, 0, maximumRetryAfter));
-    }
-    return size * count;
+    curl_off_t seconds = 0;
+    curl_easy_getinfo(curl, CURLINFO_RETRY_AFTER, &seconds);
+    return std::chrono::seconds(std::clamp<curl_off_t>(seconds, 0, maximumRetryAfter));
+}
+
+/// A connection that could not even be made in time was never asked anything.
+bool wasConnected(CURL* curl)
+{
+    curl_off_t microseconds = 0;
+    curl_easy_getinfo(curl, CURLINFO_CONNECT_TIME_T, &microseconds);
+    return microseconds > 0;
 }
 
 } // namespace
@@ -102,15 +100,14 @@ PostReply HttpPost::send(const PostRequest& request)
     curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, takeBody);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &reply);
-    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, takeHeader);
-    curl_easy_setopt(curl, CURLOPT_HEADERDATA, &reply);
     const CURLcode code = curl_easy_perform(curl);
     if (code == CURLE_OK) {
         long status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
         reply.status = static_cast<int>(status);
+        reply.retryAfter = retryAfterOf(curl);
     }
-    reply.timedOut = code == CURLE_OPERATION_TIMEDOUT;
+    reply.timedOut = code == CURLE_OPERATION_TIMEDOUT && wasConnected(curl);
     giveBack(std::move(handle));
     return reply;
 }

@@ -25,7 +25,7 @@ struct PostReply
     int status = 0; ///< HTTP; 0 when there was no answer
     std::string body;
     std::chrono::seconds retryAfter{0};
-    bool timedOut = false;
+    bool timedOut = false; ///< after the connection was made: the request may have been heard
 };
 
 /// Sends requests over kept-alive connections. May be used from any thread.

@@ -23,6 +23,8 @@ const char* const refused = "The AI service behind this rewrite service refused 
 /// waiting user is put through.
 constexpr milliseconds retryPause(200);
 constexpr seconds longestPause(3);
+/// With less than this an upstream is not asked: its failure would not be its own.
+constexpr milliseconds leastTime(100);
 
 milliseconds leftUntil(Engine::Deadline deadline)
 {
@@ -43,6 +45,9 @@ std::variant<nlohmann::json, EngineAnswer> Upstream::post(const std::string& pat
                                                           const nlohmann::json& body,
                                                           Engine::Deadline deadline)
 {
+    if (leftUntil(deadline) < leastTime) {
+        return EngineAnswer::failed("engine_timeout", unavailable, seconds(1));
+    }
     if (!breaker_.allows()) {
         const auto wait = std::max(std::chrono::ceil<seconds>(breaker_.wait()), seconds(1));
         return EngineAnswer::failed("engine_unavailable", unavailable, wait);

@@ -69,8 +69,10 @@ void RewriteHandler::rewrite(const std::string& caller, const RewriteJob& job, h
         response.set_header("Retry-After", std::to_string(quota.renewsIn.count()));
         writeProblem(response,
                      {429, "quota_exceeded",
-                      "You’ve used all " + std::to_string(quota.limit) +
-                          " rewrites. The allowance renews at " + quota.resetsAt + "."},
+                      "You’ve used " +
+                          (quota.limit == 1 ? "your only rewrite"
+                                            : "all " + std::to_string(quota.limit) + " rewrites") +
+                          ". The allowance renews at " + quota.resetsAt + "."},
                      &quota);
         return;
     }
@@ -80,8 +82,9 @@ void RewriteHandler::rewrite(const std::string& caller, const RewriteJob& job, h
         answerRefusal(caller, answer, response);
         return;
     }
+    const Quota quota = allowance_.quota(caller); // while the ticket still takes the count back if this fails
     ticket->keep();
-    writeText(response, answer.text, allowance_.quota(caller));
+    writeText(response, answer.text, quota);
 }
 
 void RewriteHandler::answerRefusal(const std::string& caller, const EngineAnswer& refusal,

@@ -2,6 +2,7 @@
 
 #include <unordered_map>
 
+#include "offline/Token.h"
 #include "offline/WordClasses.h"
 
 namespace quillmarsh::service {
@@ -25,6 +26,20 @@ std::string thirdPersonOf(const std::string& verb)
                                                                                  : pluralOf(verb);
 }
 
+std::string theirs(const std::string& verb)
+{
+    return verb == "is" ? "are" : verb == "was" ? "were" : "have";
+}
+
+/// "won't": the auxiliary without its "not".
+std::string auxiliaryOf(const std::string& negation)
+{
+    return negation == "won't"    ? "will"
+           : negation == "can't"  ? "can"
+           : negation == "shan't" ? "shall"
+                                  : negation.substr(0, negation.size() - 3);
+}
+
 std::string ingOf(const std::string& verb)
 {
     return verb.ends_with('e') && !verb.ends_with("ee") ? verb.substr(0, verb.size() - 1) + "ing"
@@ -36,7 +51,12 @@ std::string ingOf(const std::string& verb)
 Inflection inflectionNamed(std::string_view name)
 {
     static const std::unordered_map<std::string_view, Inflection> inflections{
+        {"-aux", auxiliaryOf},
+        {"-they", theirs},
+        {"-it", [](const std::string& verb) { return std::string(verb == "are" ? "is" : "was"); }},
+        {"-name", [](const std::string& word) { return capitalised(word); }},
         {"-base", [](const std::string& word) { return baseOfPast(word); }},
+        {"-pp", participleOfPast},
         {"-s", thirdPersonOf},
         {"-ing", ingOf},
         {"-plain", [](const std::string& word) { return word.substr(0, word.size() - 1); }},

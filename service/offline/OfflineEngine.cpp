@@ -13,7 +13,7 @@ const char* const cannotFollow = "This rewrite service works without AI and canâ
                                  "It can correct English text and make it "
                                  "shorter, more formal or more casual.";
 const char* const otherLanguage =
-    "This rewrite service works without AI and only knows English. Your text was left as it is.";
+    "This rewrite service works without AI and only knows English. Your text was left as it was.";
 const char* const alreadyShort =
     "This rewrite service works without AI and found nothing to leave out of this text.";
 
@@ -39,8 +39,12 @@ EngineAnswer OfflineEngine::rewrite(const RewriteJob& job, Deadline)
         return EngineAnswer::cannotDo("language_not_supported", otherLanguage);
     }
     correct(tokens, language == Language::English);
+    const bool asMeant = isChatLine(tokens) && joined(tokens) == job.text;
     switch (*intent) {
     case Intent::Correct:
+        if (asMeant) {
+            return EngineAnswer::done(job.text);
+        }
         break;
     case Intent::Formalise:
         makeFormal(tokens);
@@ -55,12 +59,15 @@ EngineAnswer OfflineEngine::rewrite(const RewriteJob& job, Deadline)
         break;
     }
     polish(tokens);
+    fixApostrophes(tokens, job.text);
     return EngineAnswer::done(joined(tokens));
 }
 
 void OfflineEngine::correct(Tokens& tokens, bool spelling) const
 {
-    fixSpacing(tokens, lexicon_);
+    if (spelling) {
+        fixSpacing(tokens, lexicon_); // "Merci beaucoup !"
+    }
     markSentenceStarts(tokens);
     contractionRules().apply(tokens);
     if (spelling) {

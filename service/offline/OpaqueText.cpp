@@ -5,6 +5,7 @@
 
 #include "base/Text.h"
 #include "offline/Token.h"
+#include "offline/WordClasses.h"
 
 namespace quillmarsh::service {
 
@@ -31,9 +32,20 @@ bool hasInnerCapital(std::string_view chunk)
     return false;
 }
 
+/// "tomorrow.thanks": a common word, a full stop and a word that begins a sentence.
+bool isMissingBlank(std::string_view chunk)
+{
+    const size_t stop = chunk.find('.');
+    return stop != std::string_view::npos && stop > 2 && isCommonWord(std::string(chunk.substr(0, stop))) &&
+           opensSentence(std::string(chunk.substr(stop + 1)));
+}
+
 /// A full stop between letters or digits without a blank. "end.Next" is a missing blank and stays prose.
 bool hasInnerStop(std::string_view chunk)
 {
+    if (isMissingBlank(chunk)) {
+        return false;
+    }
     for (size_t i = 1; i + 1 < chunk.size(); ++i) {
         const bool between = isLetter(chunk[i - 1]) || isDigit(chunk[i - 1]);
         if (chunk[i] == '.' && between && (isLower(chunk[i + 1]) || isDigit(chunk[i + 1]))) {

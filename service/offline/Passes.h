@@ -20,6 +20,12 @@ void fixArticles(Tokens& tokens, const Lexicon& lexicon);
 void fixSpelling(Tokens& tokens, const Speller& speller, const Lexicon& lexicon);
 /// "I", and the first letter of what is a sentence.
 void fixCapitals(Tokens& tokens, const Lexicon& lexicon);
+/// "ok, see you at 8": one line that begins with a word of chats in lower case and has no mark at its end.
+/// Whoever writes so, and without any mistake, means it.
+[[nodiscard]] bool isChatLine(const Tokens& tokens);
+/// Apostrophes that were added become typographic ones in a text that has typographic marks and no plain
+/// ones.
+void fixApostrophes(Tokens& tokens, const std::string& original);
 /// The full stop or question mark at the end of a paragraph whose last words are a sentence.
 void fixSentenceEnds(Tokens& tokens);
 

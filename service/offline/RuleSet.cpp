@@ -139,11 +139,14 @@ bool RuleSet::fitsBefore(const Rule& rule, const Tokens& tokens, size_t i)
     if (rule.atStart && !tokens[i].startsSentence) {
         return false;
     }
+    if (rule.takesComma && rule.result.empty() && !tokens[i].startsSentence && !isBehindComma(tokens, i)) {
+        return false; // "I want to be honest, but"
+    }
     if (rule.before == Look::None) {
         return true;
     }
-    const size_t previous = tokens[i].startsSentence ? noToken : previousWord(tokens, i);
-    const bool is = previous != noToken && rule.beforeElement.matches(tokens[previous]);
+    const size_t previous = tokens[i].startsSentence ? noToken : previousInLine(tokens, i);
+    const bool is = isNeighbour(tokens, i, previous) && rule.beforeElement.matches(tokens[previous]);
     return is == (rule.before == Look::Is);
 }
 
@@ -164,8 +167,7 @@ bool RuleSet::fitsEnd(const Rule& rule, const Tokens& tokens, size_t last)
     if (rule.behind == Look::None) {
         return true;
     }
-    const size_t word = nextWord(tokens, last);
-    const bool is = word != noToken && rule.behindElement.matches(tokens[word]);
+    const bool is = isNeighbour(tokens, last, next) && rule.behindElement.matches(tokens[next]);
     return is == (rule.behind == Look::Is);
 }
 
@@ -246,6 +248,9 @@ size_t RuleSet::apply(Tokens& tokens) const
         startLost = startLost && (out.size() == written || !inheritStart(out[written]));
         i = rule->takesComma ? nextInLine(tokens, matched.back()) : matched.back();
         if (rule->result.empty()) {
+            if (rule->takesComma && isBehindComma(tokens, matched.front())) {
+                dropComma(out); // "does not, in actual fact, change"
+            }
             startLost = startLost || tokens[matched.front()].startsSentence;
             closeGap(tokens, i, out);
         }
@@ -261,6 +266,18 @@ bool RuleSet::inheritStart(Token& token)
     }
     token.startsSentence = token.isContent();
     return token.isContent();
+}
+
+void RuleSet::dropComma(Tokens& out)
+{
+    const size_t comma = previousInLine(out, out.size());
+    if (comma == noToken || !out[comma].isMark(',')) {
+        return; // another rule took it
+    }
+    const size_t before = previousInLine(out, comma);
+    if (before != noToken && !out[before].startsSentence) { // but "However, in actual fact, he"
+        out.erase(out.begin() + static_cast<std::ptrdiff_t>(comma));
+    }
 }
 
 void RuleSet::closeGap(const Tokens& tokens, size_t& i, Tokens& out)

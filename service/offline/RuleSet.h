@@ -22,11 +22,12 @@ namespace quillmarsh::service {
 ///   ~a|b  !a|b   first: the word before is (is not) one of these; last: the word behind is (is not); classes
 ///   as
 ///                "~<class>". A missing word is none of them.
-/// Right side: words; $1, $2 … stand for the matched words, $2-base for the base form of a past one, $2-s for
-/// its third person, $2-plain without that -s, $2-ing, $2-plural, $2-stem without
-/// what the apostrophe adds, $2're with something added; "-" alone deletes. A comma at the end of the left
-/// side
-/// ("however ,") matches a comma and takes it along.
+/// Right side: words; $1, $2 … stand for the matched words, $2-base for the base form of a past one, $2-pp
+/// for its participle, $2-s for its third person, $2-plain without that -s, $2-ing, $2-plural, $2-stem
+/// without what the apostrophe adds, $2're with something added; "-" alone deletes. A comma at the end of the
+/// left side
+/// ("however ,") matches a comma and takes it along; to be deleted, such words must begin a sentence or stand
+/// behind a comma.
 /// The first rule that matches at a word wins; the capital of the first word is kept.
 class RuleSet final
 {
@@ -71,6 +72,8 @@ private:
     [[nodiscard]] const Rule* find(const Tokens& tokens, size_t i, std::vector<size_t>& matched) const;
     /// Gives the begin of a sentence on to the next token that can have it.
     [[nodiscard]] static bool inheritStart(Token& token);
+    /// Drops the comma in front of words that were deleted with the comma behind them.
+    static void dropComma(Tokens& out);
     /// Takes one of the two blanks around deleted words along.
     static void closeGap(const Tokens& tokens, size_t& i, Tokens& out);
     static void write(const Rule& rule, const Tokens& tokens, const std::vector<size_t>& matched,

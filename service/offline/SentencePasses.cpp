@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <utility>
 
 #include "offline/Passes.h"
@@ -77,6 +78,47 @@ bool tellsWhoSpeaks(const Tokens& tokens, size_t i)
                     "whispered", "asks", "says", "answered", "called", "yelled"});
 }
 
+bool saysSomething(const Token& token)
+{
+    return token.is(Kind::Word) &&
+           isOneOf(token.lower, {"said", "asked", "whispered", "shouted", "cried", "replied", "added",
+                                 "answered", "says", "asks", "yelled", "thought"});
+}
+
+bool isQuote(const Token& token)
+{
+    return isOneOf(token.text, {"“", "”", "\""});
+}
+
+/// The mark that opens a quotation behind "she said, "; noToken when the word at `i` does not begin one, or
+/// when it goes on after "“No,” she said, ".
+size_t speechBefore(const Tokens& tokens, size_t i)
+{
+    const size_t quote = previousInLine(tokens, i);
+    const size_t comma = quote == noToken ? noToken : previousInLine(tokens, quote);
+    const size_t verb = comma == noToken ? noToken : previousInLine(tokens, comma);
+    if (verb == noToken || quote + 1 != i || comma + 2 != quote || !tokens[comma].isMark(',') ||
+        !saysSomething(tokens[verb]) || !isQuote(tokens[quote])) {
+        return noToken;
+    }
+    for (size_t k = previousInLine(tokens, verb); k != noToken; k = previousInLine(tokens, k)) {
+        if (isQuote(tokens[k])) {
+            return noToken;
+        }
+    }
+    return quote;
+}
+
+/// "she said, “come in.”": the whole sentence that somebody says begins with a capital.
+bool beginsSpeech(const Tokens& tokens, size_t i)
+{
+    size_t end = speechBefore(tokens, i) == noToken ? noToken : i;
+    while (end != noToken && !isQuote(tokens[end])) {
+        end = nextInLine(tokens, end);
+    }
+    return end != noToken && std::string_view(".!?").find(tokens[end - 1].text[0]) != std::string_view::npos;
+}
+
 /// "i" as a number ("(i)", "i = 0", "i and j") is not a pronoun.
 bool isPronounI(const Tokens& tokens, size_t i)
 {
@@ -102,6 +144,10 @@ void fixCapitals(Tokens& tokens, const Lexicon& lexicon)
             token.text[0] == 'i' && isPronounI(tokens, i)) {
             capitalise(token);
         }
+        if (token.is(Kind::Word) && isLower(token.text[0]) && lexicon.hasForm(token.lower) &&
+            beginsSpeech(tokens, i)) {
+            capitalise(token);
+        }
         if (!token.startsSentence) {
             continue;
         }
@@ -118,6 +164,36 @@ void fixCapitals(Tokens& tokens, const Lexicon& lexicon)
         if (whole && plain && !inList && !tellsWhoSpeaks(tokens, i) &&
             !(first && continuesSomething(token.lower)) && !(inList && !hasEnd(tokens, sentence))) {
             capitalise(token);
+        }
+    }
+}
+
+bool isChatLine(const Tokens& tokens)
+{
+    if (tokens.size() < 3 || !tokens[0].is(Kind::Word) ||
+        !isOneOf(tokens[0].text, {"ok", "okay", "lol", "haha", "yep", "yeah", "yup", "nope", "nah", "hey",
+                                  "hi", "cool", "oh",  "thx",  "np",  "omg",  "btw", "sure", "no",  "yes"})) {
+        return false;
+    }
+    const bool plain = std::none_of(tokens.begin(), tokens.end(), [](const Token& token) {
+        return token.is(Kind::LineEnd) || token.text == "i" || token.text.starts_with("i'") ||
+               (token.is(Kind::Punctuation) &&
+                std::string_view(".!?").find(token.text[0]) != std::string_view::npos);
+    });
+    return plain && tokens[1].isMark(',');
+}
+
+void fixApostrophes(Tokens& tokens, const std::string& original)
+{
+    const bool typographic =
+        original.find("’") != std::string::npos || original.find("“") != std::string::npos;
+    if (!typographic || original.find('\'') != std::string::npos) {
+        return;
+    }
+    for (Token& token : tokens) {
+        const size_t at = token.is(Kind::Word) ? token.text.find('\'') : std::string::npos;
+        if (at != std::string::npos) {
+            token.text.replace(at, 1, "’");
         }
     }
 }

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "offline/Misspellings.h"
 #include "offline/Passes.h"
 #include "offline/WordClasses.h"
 
@@ -98,6 +99,9 @@ private:
     /// ".5", "...", ":)" and "?!" after a blank are no closing marks of the word before.
     [[nodiscard]] bool startsSomething(size_t i) const
     {
+        if (isOneOf(in_[i], ",;") && i + 1 < end_ && in_[i + 1].is(Kind::Word)) {
+            return false; // "one ,two"
+        }
         return i + 1 < end_ && !in_[i + 1].is(Kind::Blank) && !isOneOf(in_[i + 1], "\")]'");
     }
 
@@ -120,21 +124,34 @@ private:
     /// "one,two" and "done.Next": known words on both sides and no blank.
     [[nodiscard]] bool needsBlank(size_t i) const
     {
-        if (!followsWord(i) || i + 1 >= end_ || !in_[i + 1].is(Kind::Word)) {
+        if (i + 1 >= end_ || !in_[i + 1].is(Kind::Word)) {
+            return false;
+        }
+        if (i > begin_ + 1 && in_[i - 1].is(Kind::Blank) && in_[i - 2].isContent() && isOneOf(in_[i], ",;")) {
+            return true; // "one ,two": the blank was on the wrong side
+        }
+        if (!followsWord(i)) {
             return false;
         }
         const Token& before = in_[i - 1];
         const Token& behind = in_[i + 1];
-        const bool known =
-            before.text.size() > 1 && lexicon_.knows(before.text) && lexicon_.knows(behind.text);
+        const bool known = before.text.size() > 1 && isKnown(before) && isKnown(behind);
         if (isOneOf(in_[i], ",;")) {
             return known || behind.lower == "i";
         }
         // behind a full stop only a small word: "logging.Handler" is a name
-        const bool starts =
-            isCapitalised(behind.text) && (isOneOf(in_[i], "!?") || isFunctionWord(behind.lower));
+        const bool starts = isCapitalised(behind.text)
+                                ? isOneOf(in_[i], "!?") || isFunctionWord(behind.lower)
+                                : in_[i].isMark('.') && !technical_ && opensSentence(behind.lower);
         return isOneOf(in_[i], ".!?") && known && isLower(before.text[0]) && starts &&
                !isAllCapitals(behind.text);
+    }
+
+    /// Also when it is misspelt, but nothing else can be meant.
+    [[nodiscard]] bool isKnown(const Token& word) const
+    {
+        return lexicon_.knows(word.text) || (!technical_ && (!wellKnownCorrection(word.lower).empty() ||
+                                                             !lexicon_.withCapitals(word.lower).empty()));
     }
 
     const Tokens& in_;

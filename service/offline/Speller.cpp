@@ -20,6 +20,7 @@ constexpr double acceptable = 1.0;
 constexpr double acceptableStrict = 0.2; // a letter doubled, or two swapped
 constexpr double acceptableRare = 0.55;  // two letters swapped, nothing else
 constexpr double margin = 0.25;
+constexpr double rareMargin = 0.19; // of a word that hardly anybody uses from one that everybody does
 /// How much less a word costs that people use all the time.
 constexpr double commonDiscount = 0.45;
 constexpr double firstLetterPrice = 0.5;
@@ -125,18 +126,11 @@ private:
 
     [[nodiscard]] std::string choose(bool strict) const
     {
-        std::string best;
-        double bestPrice = 100;
-        double secondPrice = 100;
-        for (const auto& [candidate, price] : prices_) {
-            if (price < bestPrice) {
-                secondPrice = bestPrice;
-                bestPrice = price;
-                best = candidate;
-            } else {
-                secondPrice = std::min(secondPrice, price);
-            }
+        if (prices_.empty()) {
+            return {};
         }
+        const auto& [best, bestPrice] = *std::min_element(
+            prices_.begin(), prices_.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
         const bool common = isCommonWord(best);
         // a short word is near to many others; a rare word is seldom what was meant, and what is near to one
         // is rather a word that no dictionary has
@@ -144,7 +138,15 @@ private:
             !common  ? (word_.size() > 6 && !strict ? acceptableRare : 0.0)
             : strict ? acceptableStrict
                      : acceptable - (word_.size() < 5 ? 0.5 : 0.0) - (word_.size() < 6 ? 0.3 : 0.0);
-        return bestPrice <= limit && secondPrice - bestPrice >= margin ? best : std::string();
+        return bestPrice <= limit && isClear(best, bestPrice) ? best : std::string();
+    }
+
+    [[nodiscard]] bool isClear(const std::string& best, double bestPrice) const
+    {
+        return std::all_of(prices_.begin(), prices_.end(), [&](const auto& other) {
+            const bool rival = !isCommonWord(best) || isCommonWord(other.first);
+            return other.first == best || other.second - bestPrice >= (rival ? margin : rareMargin);
+        });
     }
 
     const Lexicon& lexicon_;

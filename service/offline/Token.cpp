@@ -70,6 +70,18 @@ size_t previousWord(const Tokens& tokens, size_t i)
                                                                                              : noToken;
 }
 
+bool isNeighbour(const Tokens& tokens, size_t i, size_t neighbour)
+{
+    return neighbour != noToken && (neighbour > i ? neighbour > i + 1 : neighbour + 1 < i) &&
+           (tokens[neighbour].is(Token::Kind::Word) || tokens[neighbour].is(Token::Kind::Number));
+}
+
+bool isBehindComma(const Tokens& tokens, size_t i)
+{
+    const size_t previous = previousInLine(tokens, i);
+    return previous != noToken && tokens[previous].isMark(',');
+}
+
 bool isUpper(char c)
 {
     return c >= 'A' && c <= 'Z';

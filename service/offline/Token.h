@@ -50,6 +50,9 @@ inline constexpr size_t noToken = static_cast<size_t>(-1);
 /// The word after (before) `i` when nothing but blanks is between; noToken otherwise.
 [[nodiscard]] size_t nextWord(const Tokens& tokens, size_t i);
 [[nodiscard]] size_t previousWord(const Tokens& tokens, size_t i);
+/// Whether `neighbour`, beside `i` in its line, is a word or a number with nothing but blanks between.
+[[nodiscard]] bool isNeighbour(const Tokens& tokens, size_t i, size_t neighbour);
+[[nodiscard]] bool isBehindComma(const Tokens& tokens, size_t i);
 
 [[nodiscard]] bool isUpper(char c);
 [[nodiscard]] bool isLower(char c);

@@ -28,6 +28,8 @@ const Set& verbs()
 struct Irregular
 {
     std::unordered_map<std::string, std::string> baseOfPast;
+    std::unordered_map<std::string, std::string> participleOfPast;
+    std::unordered_map<std::string, std::string> pastOfRegularised;
     Set participles;
     Set pasts;
 };
@@ -40,6 +42,10 @@ const Irregular& irregular()
             const auto forms = splitList(triple, ' ');
             all.pasts.insert(forms[0]);
             all.participles.insert(forms[1]);
+            all.participleOfPast.emplace(forms[0], forms[1]);
+            if (forms[0] != forms[2]) {
+                all.pastOfRegularised.emplace(forms[2] + (forms[2].ends_with('e') ? "d" : "ed"), forms[0]);
+            }
             // "left", "found", "felt", "fell" and "saw" are base forms as well, "had" and "was" auxiliaries
             static const Set ambiguous = setOf("left found felt fell had was rose wore hid ran");
             if (forms[0] != forms[2] && !ambiguous.contains(forms[0])) {
@@ -62,6 +68,15 @@ bool isParticiple(const std::string& lower)
     return irregular().participles.contains(lower) || (lower.size() > 4 && lower.ends_with("ed"));
 }
 
+/// Not "this", "less", "bus": what is left without the -s must be a word itself.
+bool isPlural(const std::string& lower)
+{
+    static const Set singular =
+        setOf("news means works headquarters crossroads barracks innings odds series species");
+    return lower.size() > 3 && !singular.contains(lower) && !lower.ends_with("ics") && lower.ends_with('s') &&
+           !lower.ends_with("ss") && isCommonWord(lower.substr(0, lower.size() - 1));
+}
+
 } // namespace
 
 std::optional<WordClass> wordClassNamed(std::string_view name)
@@ -70,7 +85,8 @@ std::optional<WordClass> wordClassNamed(std::string_view name)
         {"base", WordClass::Base},        {"3rd", WordClass::ThirdPerson},  {"ing", WordClass::Ing},
         {"past", WordClass::Past},        {"pp", WordClass::Participle},    {"adj", WordClass::Adjective},
         {"comp", WordClass::Comparative}, {"thing", WordClass::Possession}, {"subj", WordClass::Subject},
-        {"name", WordClass::Name},        {"word", WordClass::Word}};
+        {"name", WordClass::Name},        {"plural", WordClass::Plural},    {"number", WordClass::Number},
+        {"word", WordClass::Word},        {"item", WordClass::Item}};
     const auto found = names.find(name);
     return found == names.end() ? std::nullopt : std::optional(found->second);
 }
@@ -80,6 +96,7 @@ bool isOfClass(const std::string& lower, std::string_view text, WordClass wordCl
     static const Set adjectives = setOf(WordLists::adjectives);
     static const Set comparatives = setOf(WordLists::comparatives);
     static const Set things = setOf(WordLists::things);
+    static const Set items = setOf(WordLists::items);
     static const Set subjects = setOf("i you he she it we they");
     switch (wordClass) {
     case WordClass::Base:
@@ -99,14 +116,20 @@ bool isOfClass(const std::string& lower, std::string_view text, WordClass wordCl
         return comparatives.contains(lower);
     case WordClass::Possession:
         return things.contains(lower);
+    case WordClass::Item:
+        return items.contains(lower);
     case WordClass::Subject:
         return subjects.contains(lower);
     case WordClass::Name:
         return isCapitalised(text);
+    case WordClass::Plural:
+        return isPlural(lower) && !isCapitalised(text);
+    case WordClass::Number:
+        return isDigit(text.front());
     case WordClass::Word:
         break;
     }
-    return true;
+    return !isDigit(text.front());
 }
 
 bool isAuxiliary(const std::string& lower)
@@ -157,6 +180,25 @@ bool isFunctionWord(const std::string& lower)
     return set.contains(lower);
 }
 
+bool isForeignSmallWord(const std::string& lower)
+{
+    static const Set set = setOf(WordLists::foreign);
+    return set.contains(lower);
+}
+
+bool isForeignParticle(const std::string& lower)
+{
+    static const Set set =
+        setOf("au aux de en un du des le la les el los las il di del della van von der das und et à y al");
+    return set.contains(lower);
+}
+
+bool opensSentence(const std::string& lower)
+{
+    static const Set set = setOf("i i'm i'll i've we we'll we're you they he she thanks thank the");
+    return set.contains(lower);
+}
+
 bool isCommonWord(const std::string& lower)
 {
     static const Set set = [] {
@@ -170,7 +212,7 @@ bool isCommonWord(const std::string& lower)
     if (set.contains(lower)) {
         return true;
     }
-    for (const std::string_view ending : {"s", "es", "ed", "d", "ing", "ly", "er"}) {
+    for (const std::string_view ending : {"s", "es", "ed", "d", "ing", "ly", "ally", "er"}) {
         if (lower.ends_with(ending) && lower.size() > ending.size() + 2) {
             const std::string stem = lower.substr(0, lower.size() - ending.size());
             if (set.contains(stem) || (ending == "ing" && set.contains(stem + "e"))) {
@@ -185,6 +227,18 @@ bool isJargon(const std::string& lower)
 {
     static const Set set = setOf(WordLists::jargon);
     return set.contains(lower);
+}
+
+std::string pastOfRegularised(const std::string& lower)
+{
+    const auto found = irregular().pastOfRegularised.find(lower);
+    return found == irregular().pastOfRegularised.end() ? std::string() : found->second;
+}
+
+std::string participleOfPast(const std::string& lower)
+{
+    const auto found = irregular().participleOfPast.find(lower);
+    return found == irregular().participleOfPast.end() ? lower : found->second;
 }
 
 std::string baseOfPast(const std::string& lower)

@@ -16,9 +16,12 @@ enum class WordClass {
     Adjective,   ///< <adj>: a common adjective
     Comparative, ///< <comp>: a comparative ("better", "faster")
     Possession,  ///< <thing>: a concrete noun that one can have and that no verb or adjective is ("car")
-    Subject,     ///< <subj>: a personal pronoun as a subject
-    Name,        ///< <name>: begins with a capital
-    Word         ///< <word>: any word
+    Item, ///< <item>: one thing or event that can be counted, in the singular; nothing collective ("meeting")
+    Subject, ///< <subj>: a personal pronoun as a subject
+    Name,    ///< <name>: begins with a capital
+    Plural,  ///< <plural>: a common word with the -s of a plural (or of a verb)
+    Number,  ///< <number>: begins with a digit; only as a neighbour
+    Word     ///< <word>: any word
 };
 
 /// The class of a name as written in a rule, without the angle brackets.
@@ -34,9 +37,21 @@ isSubjectPronoun(const std::string& lower); ///< also "there", "this", "everyone
 [[nodiscard]] bool isDeterminer(const std::string& lower); ///< the, a, my, some, …
 [[nodiscard]] bool
 isFunctionWord(const std::string& lower); ///< the small words that every English text is full of
+/// One of the small words that French, German, Spanish, Italian, Dutch and Portuguese are full of, and
+/// English is not.
+[[nodiscard]] bool isForeignSmallWord(const std::string& lower);
+/// "pain au chocolat", "van der Berg": an article or preposition that stands in names and foreign terms, too.
+[[nodiscard]] bool isForeignParticle(const std::string& lower);
+/// A word that begins a sentence and never names a kind of file, a host or a member ("thanks", "we").
+[[nodiscard]] bool opensSentence(const std::string& lower);
 [[nodiscard]] bool isCommonWord(const std::string& lower); ///< one of the words people write most
 [[nodiscard]] bool isJargon(const std::string& lower);     ///< right, although no dictionary has it ("repo")
 /// The base form of an irregular past form ("went" gives "go"); empty when there is none.
 [[nodiscard]] std::string baseOfPast(const std::string& lower);
+/// The participle of an irregular past form ("went" gives "gone"); the word itself when there is none.
+[[nodiscard]] std::string participleOfPast(const std::string& lower);
+/// The past form of an irregular verb that was given a regular one ("rised" gives "rose"); empty for all
+/// else.
+[[nodiscard]] std::string pastOfRegularised(const std::string& lower);
 
 } // namespace quillmarsh::service

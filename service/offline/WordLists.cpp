@@ -24,7 +24,8 @@ const char* const WordLists::verbs =
     "sell serve set shop sing sit solve sound spend stand study suggest "
     "support suppose teach test thank throw touch "
     "train understand wake wear win wish wonder worry prove present attend "
-    "apply appreciate assist attach avoid apologize apologise inform recommend";
+    "apply appreciate assist attach avoid apologize apologise inform recommend "
+    "restart reboot click reload refresh edit exit";
 
 const char* const WordLists::irregular =
     "went gone go|saw seen see|came come come|did done do|had had have|knew known know|took taken take|"
@@ -83,8 +84,36 @@ const char* const WordLists::things =
     "garage company "
     "country city neighbor neighbors neighbour neighbours passport wallet bed shirt lunch dinner breakfast "
     "uncle aunt "
+    "data memory battery software keyboard umbrella bicycle camera sofa bathroom bedroom balcony grandmother "
+    "grandfather "
+    "niece nephew cousin doctor dentist lawyer salary budget roof "
     "manager meeting deadline feedback advice plans luggage suitcase printer fault name response answer "
     "decision choice turn";
+
+const char* const WordLists::items =
+    "meeting report project order file server page car house book problem error package parcel document "
+    "issue "
+    "contract price room door window phone computer laptop system website invoice letter email message photo "
+    "picture payment request question answer decision flight train bus course exam game building road bridge "
+    "application account password ticket link button program manager doctor teacher driver customer student "
+    "appointment deadline delivery invitation lesson machine printer proposal restaurant shop song story "
+    "tree "
+    "update version weather wedding";
+
+// Left out on purpose: what is an English word too ("on", "me", "die", "met"), or nearly one ("im", "dont"),
+// and the particles of names ("du", "der", "la", "van").
+const char* const WordLists::foreign =
+    "je tu elle nous vous ils elles une suis sont avons avez pas que qui dans avec mais où très "
+    "bien merci bonjour c'est j'ai j'arrive qu'il qu'elle n'est d'accord l'heure aujourd'hui se ce cette "
+    "votre notre à été faire peux peut veux ich wir ihr mich dich mir uns dem ein eine einen einem "
+    "einer und oder aber ist sind wird nicht kein keine auf für von zu zum zur bei nach wie wann warum "
+    "heute morgen bitte danke auch noch schon habe haben kann kannst können möchte bis sie es vom nein "
+    "guten él ella nosotros ellos una unos pero por está están estoy muy qué cómo dónde "
+    "cuándo gracias hola mañana hoy sí también tengo tiene puede quiero buenos noi voi che è sono "
+    "della nel alla più molto grazie ciao domani oggi quando questo questa hai abbiamo vediamo "
+    "buongiorno ik jij wij jullie zij het een niet geen maar voor naar bij ook waar goed goede "
+    "vandaag deze zijn heb hebben zien você ela nós eles uma não é são mas obrigado obrigada amanhã "
+    "hoje est sont";
 
 const char* const WordLists::functionWords = "the a an and or but of to in on at by for with from as is are "
                                              "was were be been am do does did have has had will "
@@ -104,7 +133,7 @@ const char* const WordLists::functionWords = "the a an and or but of to in on at
 const char* const WordLists::jargon =
     "pushd popd keyid oneline onelines statted prepending prepends prepend prepended append ghostty "
     "alacritty umask repl mixin mixins stdin stdout stderr args kwargs "
-    "param params init env util utils impl func "
+    "param params bool bools init env util utils impl func "
     "tuple tuples "
     "config configs decodable undecodable memoize requestor requestors padding paddings compositor "
     "compositors tty "
@@ -144,6 +173,10 @@ const char* const WordLists::jargon =
     "spotify "
     "unsubscribe timestamp timestamps timezone timezones namespace dataset datasets metadata workflow "
     "workflows "
+    "café cafés crème brûlée cliché clichés naïve résumé résumés façade fiancé fiancée déjà voilà jalapeño "
+    "jalapeños señor señora piñata doppelgänger entrée entrées soufflé purée sauté sautéed touché protégé "
+    "née "
+    "cc'd bcc'd ok'd automagic automagically "
     "workspace workspaces laptop iphone ipad macbook bluetooth fintech edtech paywall ecommerce omnichannel";
 
 const char* const WordLists::notIng = "thing nothing something anything everything king ring spring string "

@@ -10,6 +10,8 @@ struct WordLists
     static const char* const adjectives;
     static const char* const comparatives; ///< that do not end in -er, and common ones that do
     static const char* const things;
+    static const char* const items;   ///< singular nouns that stand with "has", not with "have"
+    static const char* const foreign; ///< small words of other languages that no English text has
     static const char* const functionWords;
     static const char* const commonWords;
     static const char* const jargon;

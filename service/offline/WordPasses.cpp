@@ -127,7 +127,10 @@ public:
         if (token.text == "english" || token.text == "french" || token.text == "christmas") {
             return capitalised(token.text); // the dictionary knows them as parts of other terms, too
         }
-        const std::string known = wellKnownCorrection(token.lower);
+        std::string known = wellKnownCorrection(token.lower);
+        if (known.empty() && !speller_.isRight(token.text)) { // "seed" and "bed" are words
+            known = pastOfRegularised(token.lower);
+        }
         if (known.empty() && speller_.isRight(token.text)) {
             return {};
         }
@@ -162,6 +165,14 @@ private:
     bool strict_;
 };
 
+/// "been rised": behind these stands the participle.
+bool takesParticiple(const std::string& lower)
+{
+    constexpr std::array words{"have",    "has",  "had",   "haven't", "hasn't", "hadn't", "i've", "we've",
+                               "they've", "been", "being", "be",      "is",     "are",    "was",  "were"};
+    return std::find(words.begin(), words.end(), lower) != words.end();
+}
+
 void appendWords(const std::string& text, bool startsSentence, Tokens& out)
 {
     for (const std::string& word : splitList(text, ' ')) {
@@ -192,8 +203,15 @@ void fixSpelling(Tokens& tokens, const Speller& speller, const Lexicon& lexicon)
     const WordSpelling spelling(speller, lexicon, isTechnical(tokens));
     Tokens out;
     out.reserve(tokens.size());
-    for (const Token& token : tokens) {
-        const std::string correction = token.is(Kind::Word) ? spelling.correctionOf(token) : std::string();
+    for (size_t i = 0; i < tokens.size(); ++i) {
+        const Token& token = tokens[i];
+        const size_t before = token.is(Kind::Word) ? previousWord(tokens, i) : noToken;
+        const bool foreign = before != noToken && isForeignParticle(tokens[before].lower);
+        std::string correction =
+            token.is(Kind::Word) && !foreign ? spelling.correctionOf(token) : std::string();
+        if (before != noToken && takesParticiple(tokens[before].lower)) {
+            correction = participleOfPast(correction);
+        }
         if (correction.empty()) {
             out.push_back(token);
         } else {

@@ -1,5 +1,6 @@
 #include "quota/PostgresQuotaStore.h"
 
+#include <array>
 #include <string_view>
 
 #include <libpq-fe.h>
@@ -74,11 +75,12 @@ PostgresQuotaStore::~PostgresQuotaStore() = default;
 
 PostgresQuotaStore::Connection PostgresQuotaStore::connect() const
 {
-    // later settings win in a connection string, so the operator's come last
-    Connection connection(
-        PQconnectdb(connection_.find("://") == std::string::npos
-                        ? ("connect_timeout=5 application_name=quillmarsh-service " + connection_).c_str()
-                        : connection_.c_str()));
+    // later settings win, so the operator's, a string or a URI, come last; a database that went silent shall
+    // not hold the callers for the quarter of an hour that TCP gives it
+    const std::array<const char*, 5> names{"connect_timeout", "tcp_user_timeout", "application_name",
+                                           "dbname", nullptr};
+    const std::array<const char*, 5> values{"5", "10000", "quillmarsh-service", connection_.c_str(), nullptr};
+    Connection connection(PQconnectdbParams(names.data(), values.data(), 1));
     if (PQstatus(connection.get()) != CONNECTION_OK) {
         throw StorageError("PostgreSQL: cannot connect");
     }

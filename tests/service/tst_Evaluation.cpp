@@ -1,5 +1,6 @@
 // The figures of the offline engine on its fixed sets. A correct sentence must never change; of the sentences
-// with errors nearly all must come out right.
+// with errors nearly all must come out right of the set that was written with the rules, and of the others no
+// fewer than do today.
 #include <cstdio>
 #include <fstream>
 
@@ -31,18 +32,18 @@ std::vector<std::string> linesOf(const std::string& name)
     return lines;
 }
 
+/// What the user has afterwards: a text that is refused stays as it is.
 std::string rewritten(const std::string& text)
 {
     static OfflineEngine engine("/usr/share/hunspell/en_US");
-    return engine.rewrite({text, std::nullopt}, {}).text;
+    const EngineAnswer answer = engine.rewrite({text, std::nullopt}, {});
+    return answer.verdict == EngineAnswer::Verdict::Done ? answer.text : text;
 }
 
-} // namespace
-
-TEST(Evaluation, CorrectTextsAreNeverChanged)
+void expectUnchanged(const std::string& name, size_t atLeast)
 {
-    const auto lines = linesOf("correct.txt");
-    ASSERT_GE(lines.size(), 150U);
+    const auto lines = linesOf(name);
+    ASSERT_GE(lines.size(), atLeast);
     size_t worse = 0;
     for (const std::string& line : lines) {
         const std::string text = unescaped(line);
@@ -50,15 +51,15 @@ TEST(Evaluation, CorrectTextsAreNeverChanged)
         worse += result == text ? 0 : 1;
         EXPECT_EQ(result, text);
     }
-    std::printf("correct texts: %zu, untouched %zu, made worse %zu\n", lines.size(), lines.size() - worse,
+    std::printf("%s: %zu, untouched %zu, made worse %zu\n", name.c_str(), lines.size(), lines.size() - worse,
                 worse);
     EXPECT_EQ(worse, 0U);
 }
 
-TEST(Evaluation, TextsWithErrorsAreRepaired)
+void expectRepaired(const std::string& name, size_t atLeast, size_t percent)
 {
-    const auto lines = linesOf("with-errors.txt");
-    ASSERT_GE(lines.size(), 150U);
+    const auto lines = linesOf(name);
+    ASSERT_GE(lines.size(), atLeast);
     size_t repaired = 0;
     size_t untouched = 0;
     for (const std::string& line : lines) {
@@ -73,15 +74,33 @@ TEST(Evaluation, TextsWithErrorsAreRepaired)
             std::printf("not repaired: %s\n          got: %s\n", wrong.c_str(), result.c_str());
         }
     }
-    std::printf("texts with errors: %zu, repaired %zu, untouched %zu, otherwise changed %zu\n", lines.size(),
+    std::printf("%s: %zu, repaired %zu, untouched %zu, otherwise changed %zu\n", name.c_str(), lines.size(),
                 repaired, untouched, lines.size() - repaired - untouched);
-    EXPECT_GE(repaired * 100, lines.size() * 95);
+    EXPECT_GE(repaired * 100, lines.size() * percent);
+}
+
+} // namespace
+
+TEST(Evaluation, CorrectTextsAreNeverChanged)
+{
+    expectUnchanged("correct.txt", 150);
+    expectUnchanged("held-out-correct.txt", 100);
+    expectUnchanged("other-hand-correct.txt", 40);
+}
+
+TEST(Evaluation, TextsWithErrorsAreRepaired)
+{
+    expectRepaired("with-errors.txt", 150, 95);
+    expectRepaired("held-out-with-errors.txt", 90, 80);
+    expectRepaired("other-hand-with-errors.txt", 40, 75);
 }
 
 TEST(Evaluation, ARepairedTextStaysAsItIs)
 {
-    for (const std::string& line : linesOf("with-errors.txt")) {
-        const std::string right = unescaped(line.substr(line.find(" => ") + 4));
-        EXPECT_EQ(rewritten(right), right);
+    for (const char* name : {"with-errors.txt", "held-out-with-errors.txt"}) {
+        for (const std::string& line : linesOf(name)) {
+            const std::string right = unescaped(line.substr(line.find(" => ") + 4));
+            EXPECT_EQ(rewritten(right), right);
+        }
     }
 }

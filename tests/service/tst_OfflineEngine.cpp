@@ -151,6 +151,10 @@ TEST(Offline, MakesTextFormal)
     EXPECT_EQ(rewritten("That's awesome!! :)", formal), "That is excellent.");
     EXPECT_EQ(rewritten("Tom's car isn't here. Let's go.", formal), "Tom's car is not here. Let us go.");
     EXPECT_EQ(rewritten("The committee has decided.", formal), "The committee has decided.");
+    EXPECT_EQ(rewritten("Why don't we meet? It's late, isn't it? Isn't he here?", formal),
+              "Why do we not meet? It is late, is it not? Is he not here?");
+    EXPECT_EQ(rewritten("The guys are put off. It was set up a year ago, but get back to work.", formal),
+              "The guys are put off. It was set up a year ago, but get back to work.");
 }
 
 TEST(Offline, MakesTextCasual)
@@ -163,6 +167,8 @@ TEST(Offline, MakesTextCasual)
               "Hi Maria,\n\nI'm sorry that we won't be able to come.\n\nCheers,\nTom");
     EXPECT_EQ(rewritten("That is what it is.", casual), "That's what it is.");
     EXPECT_EQ(rewritten("However, I will assist you.", casual), "But I'll help you.");
+    EXPECT_EQ(rewritten("Please be advised that she is taller than I am now.", casual),
+              "Just so you know, she's taller than I am now.");
 }
 
 TEST(Offline, MakesTextShorter)
@@ -178,6 +184,14 @@ TEST(Offline, MakesTextShorter)
               "Most users are happy.");
     EXPECT_EQ(rewritten("In order to win, we need each and every vote. A kind of magic.", shorter),
               "To win, we need every vote. A kind of magic.");
+    EXPECT_EQ(
+        rewritten("I want to be honest, but we met at the end of the day, and he spoke clearly, in order "
+                  "to help.",
+                  shorter),
+        "I want to be honest, but we met at the end of the day, and he spoke clearly, to help.");
+    EXPECT_EQ(rewritten("The patch does not, in actual fact, change it, and most of us are going to Rome.",
+                        shorter),
+              "The patch does not change it, and most of us are going to Rome.");
 }
 
 TEST(Tokens, JoinedAreTheText)
@@ -213,5 +227,7 @@ TEST(Rules, MatchWordsClassesAndTheirSurroundings)
     EXPECT_EQ(applied("e f. e, e"), "e f. z, z");
     EXPECT_EQ(applied("good g, GOOD g"), "g good, GOOD g");
     EXPECT_EQ(applied("h, we go"), "We go");
-    EXPECT_EQ(applied("we h, go"), "we go");
+    EXPECT_EQ(applied("we do, h, go"), "we do go");
+    EXPECT_EQ(applied("so, h, we go"), "so, we go");
+    EXPECT_EQ(applied("we h, and go"), "we h, and go") << "only what is parenthetical is deleted";
 }

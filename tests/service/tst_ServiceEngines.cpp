@@ -1,3 +1,9 @@
+#include <arpa/inet.h>
+#include <array>
+#include <ctime>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "engine/AnthropicEngine.h"
@@ -127,12 +133,16 @@ TEST(Anthropic, SendsTheJobAndReadsTheFirstBlock)
 TEST(Upstreams, AnAnswerThatWasCutOffIsNone)
 {
     FakeUpstream upstream;
-    upstream.script({FakeUpstream::chat("Half of", "length")});
-    EXPECT_EQ(OpenAIEngine(configFor(upstream.origin())).rewrite({"worse", {}}, soon()).verdict,
-              Verdict::Failed);
-    upstream.script({FakeUpstream::message("Half of", "max_tokens")});
-    EXPECT_EQ(AnthropicEngine(configFor(upstream.origin())).rewrite({"worse", {}}, soon()).verdict,
-              Verdict::Failed);
+    for (const char* reason : {"length", "content_filter"}) {
+        upstream.script({FakeUpstream::chat("Half of", reason)});
+        EXPECT_EQ(OpenAIEngine(configFor(upstream.origin())).rewrite({"worse", {}}, soon()).code,
+                  "engine_answer_unreadable");
+    }
+    for (const char* reason : {"max_tokens", "model_context_window_exceeded", "refusal"}) {
+        upstream.script({FakeUpstream::message("Half of", reason)});
+        EXPECT_EQ(AnthropicEngine(configFor(upstream.origin())).rewrite({"worse", {}}, soon()).code,
+                  "engine_answer_unreadable");
+    }
 }
 
 TEST(Upstreams, AnswersOfAnyOtherShapeAreFailures)
@@ -184,6 +194,32 @@ TEST(Upstreams, NobodyThereIsAFailureWithinTheLimit)
     EXPECT_LT(std::chrono::steady_clock::now() - start, 3s);
 }
 
+TEST(Upstreams, AConnectionThatIsNotMadeInTimeIsTriedOnceMore)
+{
+    const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), length), 0);
+    ASSERT_EQ(::listen(listener, 0), 0);
+    ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
+    std::array<int, 4> queue{}; // fills the backlog: further connections are not answered
+    for (int& waiting : queue) {
+        waiting = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+        (void)::connect(waiting, reinterpret_cast<sockaddr*>(&address), length);
+    }
+    UpstreamConfig config = configFor("http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)));
+    config.connectLimit = 200ms;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(OpenAIEngine(config).rewrite({"worse", {}}, soon()).code, "engine_unavailable");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 600ms) << "200 ms, a pause of 200 ms, 200 ms";
+    for (const int socket : queue) {
+        ::close(socket);
+    }
+    ::close(listener);
+}
+
 TEST(Upstreams, ASilentUpstreamIsLeftAfterItsLimitAndNotAskedTwice)
 {
     FakeUpstream upstream;
@@ -217,6 +253,45 @@ TEST(Upstreams, RetryAfterIsHonoured)
     EXPECT_EQ(again.code, "engine_unavailable");
     EXPECT_GT(again.retryAfter, 25s);
     EXPECT_EQ(upstream.requests().size(), 1U) << "the upstream asked to be left alone";
+}
+
+TEST(Upstreams, RetryAfterMayBeADate)
+{
+    FakeUpstream upstream;
+    const std::time_t then = std::time(nullptr) + 40;
+    std::array<char, 64> date{};
+    std::strftime(date.data(), date.size(), "%a, %d %b %Y %H:%M:%S GMT", std::gmtime(&then));
+    upstream.script({FakeUpstream::status(429, "{}", {{"Retry-After", date.data()}})});
+    OpenAIEngine engine(configFor(upstream.origin()));
+    const EngineAnswer busy = engine.rewrite({"worse", {}}, soon());
+    EXPECT_GE(busy.retryAfter, 35s);
+    EXPECT_LE(busy.retryAfter, 41s);
+}
+
+TEST(Upstreams, AnAnswerThatBreaksOffIsNotAskedForTwice)
+{
+    FakeUpstream upstream;
+    upstream.script({[](httplib::Response& response) {
+        response.set_content_provider(1000, "application/json", [](size_t, size_t, httplib::DataSink& sink) {
+            sink.write("{", 1);
+            return false; // the connection ends here
+        });
+    }});
+    EXPECT_EQ(OpenAIEngine(configFor(upstream.origin())).rewrite({"worse", {}}, soon()).code,
+              "engine_unavailable");
+    EXPECT_EQ(upstream.requests().size(), 1U);
+}
+
+TEST(Upstreams, WhatAnotherEngineUsedUpIsNotHeldAgainstAnUpstream)
+{
+    FakeUpstream upstream;
+    upstream.script({FakeUpstream::chat("Better.")});
+    OpenAIEngine engine(configFor(upstream.origin()));
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(engine.rewrite({"worse", {}}, std::chrono::steady_clock::now()).code, "engine_timeout");
+    }
+    EXPECT_EQ(upstream.requests().size(), 0U) << "there was no time left to hear an answer";
+    EXPECT_EQ(engine.rewrite({"worse", {}}, soon()).text, "Better.") << "the circuit is still closed";
 }
 
 TEST(Upstreams, AShortRetryAfterOfA503IsWaitedFor)

@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include <filesystem>
+#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
@@ -98,6 +99,11 @@ TEST(Privacy, ACrashLeavesNoCoreFile)
     RunningService service;
     const std::string limits = readWhole("/proc/" + std::to_string(service.process()) + "/limits");
     EXPECT_NE(limits.find("Max core file size        0                    0"), std::string::npos) << limits;
+    // what belongs to root in /proc cannot be dumped, piped to a crash reporter or looked into by its own
+    // user
+    struct stat process = {};
+    ASSERT_EQ(::stat(("/proc/" + std::to_string(service.process()) + "/environ").c_str(), &process), 0);
+    EXPECT_EQ(process.st_uid, 0U);
 }
 
 TEST(Privacy, NothingInTheDatabaseAfterBeingKilled)

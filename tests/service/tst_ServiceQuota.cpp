@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "http/RewriteHandler.h"
 #include "quota/Allowance.h"
 #include "quota/PostgresQuotaStore.h"
 #include "quota/SqliteQuotaStore.h"
@@ -206,6 +207,52 @@ TEST(Allowances, ATicketThatIsNotKeptIsGivenBack)
         EXPECT_EQ(allowance.quota("a").remaining, 0);
     }
     EXPECT_EQ(allowance.quota("a").remaining, 1);
+}
+
+namespace {
+
+/// Counts, and fails to say what is counted.
+class HalfBlindStore final : public QuotaStore
+{
+public:
+    explicit HalfBlindStore(int& counted) : counted_(counted) {}
+    [[nodiscard]] bool take(const Key&, std::int64_t) override { return ++counted_ > 0; }
+    void giveBack(const Key&) override { --counted_; }
+    [[nodiscard]] std::int64_t used(const Key&) override { throw StorageError("gone"); }
+    void forgetBefore(std::int64_t) override {}
+
+private:
+    int& counted_;
+};
+
+class Parrot final : public Engine
+{
+public:
+    [[nodiscard]] std::string name() const override { return "parrot"; }
+    [[nodiscard]] EngineAnswer rewrite(const RewriteJob& job, Deadline) override
+    {
+        return EngineAnswer::done(job.text);
+    }
+};
+
+} // namespace
+
+TEST(Allowances, ARewriteThatCannotBeDeliveredIsNotCounted)
+{
+    int counted = 0;
+    Callers callers;
+    Allowance allowance(std::make_unique<HalfBlindStore>(counted), 10, Period::day());
+    Metrics metrics;
+    std::vector<std::unique_ptr<Engine>> engines;
+    engines.push_back(std::make_unique<Parrot>());
+    EngineChain chain(std::move(engines), 1s, metrics);
+    RewriteHandler handler(callers, allowance, chain);
+    httplib::Request request;
+    request.set_header("Authorization", bearer(1));
+    httplib::Response response;
+    handler.answer(request, rewriteBody("text"), response);
+    EXPECT_EQ(response.status, 503);
+    EXPECT_EQ(counted, 0);
 }
 
 TEST(Service, TwoHundredAtOnceNeverExceedTheLimit)

@@ -11,6 +11,43 @@ namespace quillmarsh::service::test {
 
 namespace {
 
+bool isString(const nlohmann::json& object, const char* name)
+{
+    return object.contains(name) && object[name].is_string() &&
+           !object[name].get_ref<const std::string&>().empty();
+}
+
+bool isQuota(const nlohmann::json& quota)
+{
+    for (const auto& [name, value] : quota.items()) {
+        if (name != "limit" && name != "remaining" && name != "resetsAt") {
+            return false;
+        }
+    }
+    return quota.is_object() && quota.contains("limit") && quota["limit"].is_number_unsigned() &&
+           quota.contains("remaining") && quota["remaining"].is_number_unsigned() &&
+           quota["remaining"] <= quota["limit"] &&
+           (!quota.contains("resetsAt") || isString(quota, "resetsAt"));
+}
+
+/// What keeps the desktop's client from understanding an answer, read as strictly as it is written down: text
+/// or error and code, and the quota unless nothing can be counted; empty when all is well.
+std::string fault(int status, const std::string& type, const nlohmann::json& body)
+{
+    const bool good = status == 200;
+    if (type != "application/json" || !body.is_object()) {
+        return "not JSON";
+    }
+    if (!(good ? isString(body, "text") : isString(body, "error") && isString(body, "code"))) {
+        return "without its texts";
+    }
+    const bool counted = body.value("code", "") != "storage_unavailable";
+    if (body.contains("quota") != counted || (counted && !isQuota(body["quota"]))) {
+        return "without its quota";
+    }
+    return body.size() == (good ? 1U : 2U) + (counted ? 1U : 0U) ? "" : "with more than it should have";
+}
+
 [[noreturn]] void becomeService(const std::string& config, const std::string& output, const std::string& log)
 {
     const int out = ::open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -97,7 +134,12 @@ Answer RunningService::post(const std::string& body, const httplib::Headers& hea
     if (!result) {
         return {};
     }
-    return {result->status, nlohmann::json::parse(result->body, nullptr, false), result->headers};
+    Answer answer{result->status, nlohmann::json::parse(result->body, nullptr, false), result->headers};
+    const std::string wrong = fault(result->status, result->get_header_value("Content-Type"), answer.body);
+    if (!wrong.empty()) {
+        throw std::runtime_error("an answer " + wrong + ": " + result->body);
+    }
+    return answer;
 }
 
 httplib::Result RunningService::get(const std::string& path) const

@@ -48,6 +48,7 @@ public:
 
     [[nodiscard]] Answer rewrite(const std::string& text, int caller = 1,
                                  const std::string& instruction = {}) const;
+    /// Sends a body. Throws when the answer is none that the desktop's client understands in full.
     [[nodiscard]] Answer post(const std::string& body, const httplib::Headers& headers) const;
     [[nodiscard]] httplib::Result get(const std::string& path) const;
 
