@@ -41,16 +41,17 @@ set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_NAME quillmarsh)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
-set(CPACK_DEBIAN_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PACKAGE_SECTION non-free/utils) # all rights are reserved, see copyright.in
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${QUILLMARSH_MAINTAINER}")
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${QUILLMARSH_WEB_ORIGIN}/")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What the executable loads while it runs and dpkg-shlibdeps cannot see.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "qml6-module-qtquick, qml6-module-qtquick-controls, qml6-module-qtquick-layouts,\
- qml6-module-qtquick-templates, qml6-module-qtquick-window, qml6-module-qtqml, qml6-module-qtqml-workerscript,\
- libqt6svg6, xdg-utils")
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnome-keyring | keepassxc | libsecret-1-0")
+# What dpkg-shlibdeps cannot see: the modules that the views import (QtQuick itself loads the worker scripts), the
+# authorities that every connection is checked against, and what opens the browser.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qml6-module-qtquick, qml6-module-qtquick-window, qml6-module-qtqml-workerscript,\
+ ca-certificates, xdg-utils")
+# The secret service keeps the keys, the session bus makes one instance.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "default-dbus-session-bus | dbus-session-bus, gnome-keyring | keepassxc")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "writing assistant that rewrites the selected text in place")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Select text in any application, press a shortcut, and the text is rewritten
 where it stands. Each writing action carries an instruction in plain words

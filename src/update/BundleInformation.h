@@ -13,8 +13,8 @@ struct BundleInformation
     std::optional<QString> identifier; ///< "CFBundleIdentifier"
     std::optional<QString> version;    ///< "CFBundleShortVersionString"
 
-    /// Reads "Contents/Info.plist" of the bundle at `path`, which has to be an ordinary file of at most 1
-    /// MiB; both values are none when it cannot be read or is no property-list dictionary.
+    /// Reads "Contents/Info.plist" of the bundle at `path`, which has to be an ordinary file of at most 16
+    /// KiB; both values are none when it cannot be read or is no property-list dictionary.
     [[nodiscard]] static BundleInformation read(const QString& path);
     /// The same from the bytes of a property list, XML or binary.
     [[nodiscard]] static BundleInformation parse(const QByteArray& propertyList);

@@ -13,6 +13,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <cerrno>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -72,10 +73,14 @@ QStringList backups(const QString& folder)
 
 } // namespace
 
-void swapBundles(const QString& incoming, const QString& installed)
+void swapBundles(const QString& incoming, const QString& installed, const NameExchange& exchange)
 {
-    const QString backup = newBackupPath(installed);
     const bool hasCopy = exists(installed);
+    if (hasCopy && exchange(incoming, installed)) {
+        removeTree(incoming); // the old copy by now
+        return;
+    }
+    const QString backup = newBackupPath(installed);
     if (hasCopy) {
         if (const std::error_code error = move(installed, backup))
             throw FileError(error);
@@ -92,7 +97,7 @@ void swapBundles(const QString& incoming, const QString& installed)
 std::optional<QString> recoverApplicationsFolder(const QString& folder, const QString& running)
 {
     const ApplicationsLock lock(folder);
-    if (!lock.isHeld())
+    if (lock.isTaken())
         return std::nullopt;
     WorkingFolder::removeAbandoned(folder, QLatin1String(stagingFolderPrefix));
     QStringList left = backups(folder);
@@ -115,10 +120,7 @@ std::optional<QString> recoverApplicationsFolder(const QString& folder, const QS
 ApplicationsLock::ApplicationsLock(const QString& folder)
     : descriptor_(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
 {
-    if (descriptor_ >= 0 && ::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
-        ::close(descriptor_);
-        descriptor_ = -1;
-    }
+    isTaken_ = descriptor_ >= 0 && ::flock(descriptor_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 ApplicationsLock::~ApplicationsLock()

@@ -1,16 +1,22 @@
 #pragma once
 
-#include <QString>
+#include "platform/FileExchange.h"
 
+#include <functional>
 #include <optional>
 
 namespace quillmarsh {
 
-/// Moves the bundle at `incoming` to `installed`, in one folder: what is there becomes a backup first, and
-/// comes back when the move fails. Throws FileError when the old copy cannot be moved away (nothing has
-/// changed then) and UpdateError InstallFailed when the new one cannot be moved in. The backup is gone after
-/// a success.
-void swapBundles(const QString& incoming, const QString& installed);
+/// Exchanges the names of two bundles in one step, as exchangeNames() does.
+using NameExchange = std::function<bool(const QString& one, const QString& other)>;
+
+/// Moves the bundle at `incoming` to `installed`, on one disk. An old copy there is exchanged with the new
+/// one in one step, so that the application is never missing. Where that cannot be, the old copy becomes a
+/// backup first, and comes back when the move fails. Throws FileError when the old copy cannot be moved away
+/// (nothing has changed then) and UpdateError InstallFailed when the new one cannot be moved in. The old copy
+/// is gone after a success.
+void swapBundles(const QString& incoming, const QString& installed,
+                 const NameExchange& exchange = exchangeNames);
 
 /// Mends what an installation left behind in the Applications folder `folder` when its process died: puts a
 /// backup back where no installed copy is, and removes what is no longer needed. `running` is the path of the
@@ -28,11 +34,12 @@ public:
     ApplicationsLock(const ApplicationsLock&) = delete;
     ApplicationsLock& operator=(const ApplicationsLock&) = delete;
 
-    /// False when another process holds it, or the folder cannot be read.
-    [[nodiscard]] bool isHeld() const { return descriptor_ >= 0; }
+    /// Whether another process holds it. Some network file systems know no such right; there nobody does.
+    [[nodiscard]] bool isTaken() const { return isTaken_; }
 
 private:
     int descriptor_ = -1;
+    bool isTaken_ = false;
 };
 
 } // namespace quillmarsh

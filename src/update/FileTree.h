@@ -22,4 +22,8 @@ bool removeTree(const QString& path);
 /// FileError; what was copied by then stays.
 [[nodiscard]] Task<> copyTree(QString from, QString to);
 
+/// Has everything in a folder written to the disk itself, on another thread, so that a loss of power cannot
+/// empty a file that was there before. Throws FileError.
+[[nodiscard]] Task<> syncTree(QString path);
+
 } // namespace quillmarsh

@@ -33,7 +33,7 @@ InstallationModel::InstallationModel(UpdateEnvironment environment, QString erro
 bool InstallationModel::isNeeded() const
 {
     return !continuesHere_ && !environment_.bundle->isPackageManaged() &&
-           !MoveToApplications::isInApplicationsFolder(environment_.bundle->path(), environment_.homeFolder,
+           !MoveToApplications::isInApplicationsFolder(environment_.bundlePath(), environment_.homeFolder,
                                                        environment_.systemApplications);
 }
 
@@ -94,7 +94,7 @@ void InstallationModel::openApplications()
 {
     QString folder = environment_.systemApplications;
     if (!QDir(folder).exists()) {
-        folder = environment_.homeFolder + QStringLiteral("/Applications");
+        folder = environment_.userApplications();
         QDir().mkpath(folder);
     }
     detach(openFolder(QUrl::fromLocalFile(folder)));
@@ -120,7 +120,8 @@ Task<> InstallationModel::openMovedCopy()
                                                         environment_.systemApplications);
     QString failure;
     try {
-        co_await MoveToApplications::openInstalledCopy(copy, environment_.workspace, environment_.terminate);
+        co_await MoveToApplications::openInstalledCopy(copy, environment_.bundle->path(),
+                                                       environment_.workspace, environment_.terminate);
     } catch (const std::exception& error) {
         failure = errorDescription(error);
     }

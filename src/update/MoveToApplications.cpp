@@ -87,10 +87,11 @@ int MoveToApplications::numericCompare(QStringView a, QStringView b)
     return a.isEmpty() ? (b.isEmpty() ? 0 : -1) : 1;
 }
 
-Task<> MoveToApplications::openInstalledCopy(std::optional<QString> copy, Workspace* workspace,
-                                             std::function<void()> terminate)
+Task<> MoveToApplications::openInstalledCopy(std::optional<QString> copy, QString running,
+                                             Workspace* workspace, std::function<void()> terminate)
 {
-    if (!copy)
+    // What would start from a link to the running bundle is the running bundle once more.
+    if (!copy || QFileInfo(*copy).canonicalFilePath() == QFileInfo(running).canonicalFilePath())
         throw InstallationError();
     const QStringList arguments{QLatin1String(relaunchArgument)};
     const bool opened = co_await workspace->openApplication(*copy, arguments);

@@ -39,8 +39,9 @@ installedCopy(const std::optional<QString>& identifier, const std::optional<QStr
 [[nodiscard]] int numericCompare(QStringView a, QStringView b);
 
 /// Opens the bundle at `copy` as a new instance that takes over from this one, then calls `terminate`. Throws
-/// InstallationError when there is no copy, LocalizedError when it does not open.
-[[nodiscard]] Task<> openInstalledCopy(std::optional<QString> copy, Workspace* workspace,
+/// InstallationError when there is no copy, or when it is only another name of the bundle at `running`;
+/// LocalizedError when it does not open.
+[[nodiscard]] Task<> openInstalledCopy(std::optional<QString> copy, QString running, Workspace* workspace,
                                        std::function<void()> terminate);
 
 /// Shows the running bundle in the file manager. A copy that the system runs from a random place shows the

@@ -39,7 +39,8 @@ QNetworkRequest downloadRequest(const QUrl& url)
 class FileSink final : public QObject
 {
 public:
-    FileSink(QNetworkReply& reply, const QString& path) : reply_(reply), file_(path)
+    FileSink(QNetworkReply& reply, const QString& path, qint64 limit)
+        : reply_(reply), file_(path), limit_(limit)
     {
         if (!file_.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered))
             throw FileError::last();
@@ -49,14 +50,19 @@ public:
     void drain()
     {
         const QByteArray bytes = reply_.readAll();
-        if (error_ || file_.write(bytes) == bytes.size())
+        isTooLong_ = isTooLong_ || file_.size() + bytes.size() > limit_ ||
+                     reply_.header(QNetworkRequest::ContentLengthHeader).toLongLong() > limit_;
+        if (error_ || (!isTooLong_ && file_.write(bytes) == bytes.size()))
             return;
-        error_.assign(errno, std::generic_category());
+        if (!isTooLong_)
+            error_.assign(errno, std::generic_category());
         reply_.abort();
     }
 
     void throwIfFailed() const
     {
+        if (isTooLong_)
+            throw UpdateError(UpdateError::Kind::DownloadFailed);
         if (error_)
             throw FileError(error_);
     }
@@ -64,6 +70,8 @@ public:
 private:
     QNetworkReply& reply_;
     QFile file_;
+    qint64 limit_;
+    bool isTooLong_ = false;
     std::error_code error_;
 };
 
@@ -73,19 +81,23 @@ void throwIfIncomplete(const QNetworkReply& reply)
     const QNetworkReply::NetworkError error = reply.error();
     const bool refused =
         error == QNetworkReply::InsecureRedirectError || error == QNetworkReply::TooManyRedirectsError;
-    if (refused || (status.isValid() && status.toInt() != 200))
+    // A status may be that of the redirect before a connection that failed.
+    if (!refused && (!status.isValid() || isCut(reply)))
+        throw TransportError(error);
+    if (refused || status.toInt() != 200)
         throw UpdateError(UpdateError::Kind::DownloadFailed);
-    if (!status.isValid() || error != QNetworkReply::NoError)
+    if (error != QNetworkReply::NoError)
         throw TransportError(error);
 }
 
 } // namespace
 
-Task<> downloadFile(QNetworkAccessManager* session, QUrl url, QString path, std::stop_token stop)
+Task<> downloadFile(QNetworkAccessManager* session, QUrl url, QString path, std::stop_token stop,
+                    qint64 limit)
 {
     throwIfStopped(stop);
     const ReplyHandle reply(session->get(downloadRequest(url)));
-    FileSink sink(*reply, path);
+    FileSink sink(*reply, path, limit);
     const std::stop_callback abortOnStop(stop, [guard = QPointer(reply.get())] {
         QMetaObject::invokeMethod(guard, &QNetworkReply::abort, Qt::QueuedConnection);
     });

@@ -18,6 +18,22 @@ QString standardTemporaryFolder()
 
 } // namespace
 
+QString UpdateEnvironment::userApplications() const
+{
+    return QDir::cleanPath(homeFolder + QStringLiteral("/Applications"));
+}
+
+QString UpdateEnvironment::bundlePath() const
+{
+    const QString path = QDir::cleanPath(bundle->path());
+    for (const QString& folder : {systemApplications, userApplications()}) {
+        const QString place = QFileInfo(folder).canonicalFilePath();
+        if (!place.isEmpty() && path.startsWith(place + u'/'))
+            return folder + path.mid(place.size());
+    }
+    return path;
+}
+
 UpdateEnvironment UpdateEnvironment::standard(Bundle& bundle, ProcessRunner& processRunner,
                                               Workspace& workspace)
 {

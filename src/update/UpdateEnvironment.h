@@ -27,6 +27,12 @@ struct UpdateEnvironment
     QString signatureTool;           ///< the installed verifier, never a downloaded one
     std::function<void()> terminate; ///< ends this application in order
 
+    /// The user's own Applications folder.
+    [[nodiscard]] QString userApplications() const;
+    /// The running bundle's path. Below an Applications folder it is told by that folder's name, also where
+    /// the way there leads through links: the system knows a process by the place that they lead to.
+    [[nodiscard]] QString bundlePath() const;
+
     /// This process's own folders, and the verifier beside its executable.
     [[nodiscard]] static UpdateEnvironment standard(Bundle& bundle, ProcessRunner& processRunner,
                                                     Workspace& workspace);

@@ -40,11 +40,6 @@ private:
     mode_t previous_;
 };
 
-QString userApplications(const UpdateEnvironment& environment)
-{
-    return QDir::cleanPath(environment.homeFolder + QStringLiteral("/Applications"));
-}
-
 /// The folder is made when it is missing: it is this product's first copy there.
 WorkingFolder stagingFolder(const QString& applications, const QString& installed)
 {
@@ -70,8 +65,8 @@ UpdateInstaller::UpdateInstaller(QNetworkAccessManager* session, UpdateEnvironme
 QString UpdateInstaller::installedLocation(const UpdateEnvironment& environment)
 {
     const QString name = QLatin1Char('/') + QLatin1String(bundleName);
-    const QString own = userApplications(environment);
-    const QString running = QDir::cleanPath(environment.bundle->path());
+    const QString own = environment.userApplications();
+    const QString running = environment.bundlePath();
     if (running.startsWith(own + u'/'))
         return own + name;
     const bool isInSystem = running.startsWith(environment.systemApplications + u'/');
@@ -128,10 +123,9 @@ Task<> UpdateInstaller::unpack(QString archive, QString folder)
     const QStringList arguments{QStringLiteral("-x"), QStringLiteral("-f"), archive, QStringLiteral("-C"),
                                 folder};
     std::optional<OpenMask> mask(std::in_place);
-    auto unpacking = environment_.processRunner->run(environment_.unpackTool, arguments, stop_);
+    auto unpacking = runTool(environment_.unpackTool, arguments);
     mask.reset(); // the tool has started by now, and has the mask
     const int status = co_await std::move(unpacking);
-    throwIfStopped(stop_);
     if (status != 0)
         throw UpdateError(UpdateError::Kind::UnzipFailed);
 }
@@ -155,10 +149,19 @@ Task<> UpdateInstaller::verify(QString bundle)
 {
     const QStringList arguments{QStringLiteral("--verify"), QStringLiteral("--deep"),
                                 QStringLiteral("--strict"), requirement, bundle};
-    const int status = co_await environment_.processRunner->run(environment_.signatureTool, arguments, stop_);
-    throwIfStopped(stop_);
+    const int status = co_await runTool(environment_.signatureTool, arguments);
     if (status != 0)
         throw UpdateError(UpdateError::Kind::InvalidSignature);
+}
+
+Task<int> UpdateInstaller::runTool(QString program, QStringList arguments)
+{
+    const int status = co_await environment_.processRunner->run(program, arguments, stop_);
+    throwIfStopped(stop_);
+    const QFileInfo file(program);
+    if (status == -1 && !file.isExecutable())
+        throw LocalizedError(QStringLiteral("The program “%1” couldn’t be started.").arg(file.fileName()));
+    co_return status;
 }
 
 Task<> UpdateInstaller::moveIntoPlace(QString bundle, QString installed)
@@ -166,31 +169,43 @@ Task<> UpdateInstaller::moveIntoPlace(QString bundle, QString installed)
     const QString applications = QFileInfo(installed).absolutePath();
     const WorkingFolder staging = stagingFolder(applications, installed);
     const ApplicationsLock lock(applications);
+    if (lock.isTaken())
+        throw UpdateError(UpdateError::Kind::InstallFailed);
     const QString staged = staging.filePath(QLatin1String(bundleName));
     co_await stage(bundle, staged);
+    refuseDowngrade(installed);
     swapBundles(staged, installed);
+}
+
+void UpdateInstaller::refuseDowngrade(const QString& installed) const
+{
+    const BundleInformation there = BundleInformation::read(installed);
+    const bool isOurs = there.identifier == QLatin1String(bundleIdentifier) && there.version;
+    if (isOurs && UpdateRelease{*there.version, {}, {}}.isNewer(release_.version))
+        throw UpdateError(UpdateError::Kind::InstallFailed);
 }
 
 Task<> UpdateInstaller::stage(QString bundle, QString staged)
 {
     std::error_code error;
     std::filesystem::rename(toPath(bundle), toPath(staged), error);
-    if (!error)
-        co_return;
-    if (error != std::errc::cross_device_link)
+    if (error && error != std::errc::cross_device_link)
         throw UpdateError(UpdateError::Kind::InstallFailed);
-    // The temporary folder is on another disk. A copy is other bytes than those verified, so it is verified
-    // too.
-    bool copied = true;
+    bool arrived = true;
     try {
-        co_await copyTree(bundle, staged);
+        if (error)
+            co_await copyTree(bundle, staged);
+        co_await syncTree(staged);
     } catch (const FileError&) {
-        copied = false;
+        arrived = false;
     }
     throwIfStopped(stop_);
-    if (!copied)
+    if (!arrived)
         throw UpdateError(UpdateError::Kind::InstallFailed);
-    co_await verify(staged);
+    // The temporary folder was on another disk. A copy is other bytes than those verified, so it is verified
+    // too.
+    if (error)
+        co_await verify(staged);
 }
 
 std::optional<QString> recoverInterruptedUpdate(const UpdateEnvironment& environment)
@@ -198,8 +213,8 @@ std::optional<QString> recoverInterruptedUpdate(const UpdateEnvironment& environ
     if (environment.bundle->isPackageManaged())
         return std::nullopt;
     std::optional<QString> moved;
-    for (const QString& folder : {environment.systemApplications, userApplications(environment)}) {
-        if (const auto path = recoverApplicationsFolder(folder, environment.bundle->path()))
+    for (const QString& folder : {environment.systemApplications, environment.userApplications()}) {
+        if (const auto path = recoverApplicationsFolder(folder, environment.bundlePath()))
             moved = path;
     }
     WorkingFolder::removeAbandoned(environment.temporaryFolder, QLatin1String(workingFolderPrefix));

@@ -30,7 +30,7 @@ public:
     [[nodiscard]] static QString downloadingText(const UpdateRelease& release);
 
     /// Installs `installer`'s release and hands back the installed location. Throws UpdateError, FileError,
-    /// TransportError or Cancelled.
+    /// TransportError, Cancelled, or LocalizedError when a tool is missing.
     [[nodiscard]] static Task<QString> run(std::shared_ptr<UpdateInstaller> installer);
 
 private:
@@ -41,7 +41,12 @@ private:
     void checkContent(const QString& folder) const;
     void checkBundle(const QString& bundle) const;
     [[nodiscard]] Task<> verify(QString bundle);
+    /// The tool's exit status; throws LocalizedError when it could not be started.
+    [[nodiscard]] Task<int> runTool(QString program, QStringList arguments);
     [[nodiscard]] Task<> moveIntoPlace(QString bundle, QString installed);
+    /// Another process, or a person, may have put a newer copy there since the release was found.
+    void refuseDowngrade(const QString& installed) const;
+    /// Brings the bundle to the disk of the Applications folder, under a name that nobody else reaches.
     [[nodiscard]] Task<> stage(QString bundle, QString staged);
 
     QPointer<QNetworkAccessManager> session_;

@@ -2,10 +2,34 @@
 #include "FuzzInput.h"
 
 #include "chatgpt/CallbackConnection.h"
-#include "chatgpt/CallbackPage.h"
 #include "chatgpt/OAuthCallbackServer.h"
 
 using namespace quillmarsh;
+
+namespace {
+
+Alarm never(std::chrono::milliseconds, std::function<void()>)
+{
+    return {};
+}
+
+/// Accepted exactly when there is a callback; a second time never.
+void answer(const QString& request)
+{
+    OAuthCallbackServer server(QStringLiteral("S"), QStringLiteral("https://a.example"), never);
+    const auto reply = server.replyTo(request);
+    const bool isAccepted = reply.response.startsWith("HTTP/1.1 200 OK\r\n");
+    fuzz::require(isAccepted || reply.response.startsWith("HTTP/1.1 400 Bad Request\r\n"));
+    fuzz::require(isAccepted == reply.callback.has_value());
+    if (!reply.callback)
+        return;
+    fuzz::require(request.trimmed().startsWith(u"GET "));
+    fuzz::require(reply.callback->error || !reply.callback->code.value_or(QString()).isEmpty());
+    server.finish(*reply.callback);
+    fuzz::require(!server.replyTo(request).callback);
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -20,12 +44,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                       input.size() > 2048);
         if (state == CallbackRequestBuffer::State::incomplete)
             continue;
-        if (state == CallbackRequestBuffer::State::complete) {
-            const auto target = CallbackPage::requestTarget(buffer.text());
-            if (target)
-                static_cast<void>(OAuthCallbackServer::parse(*target, QStringLiteral("S"),
-                                                             QStringLiteral("https://a.example")));
-        }
+        if (state == CallbackRequestBuffer::State::complete)
+            answer(buffer.text());
         break;
     }
     return 0;

@@ -85,7 +85,6 @@ void makeBundle(const QString& path, const BundleContent& content)
 void sign(const QString& bundle, const QString& signer)
 {
     signBundle(bundle, TestCertificates::certificate(signer), TestCertificates::key(signer));
-    setMode(bundle + QStringLiteral("/Contents/_CodeSignature"), 0755);
 }
 
 void writeFile(const QString& path, const QByteArray& bytes, int mode)

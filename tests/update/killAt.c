@@ -67,7 +67,28 @@ STEP(int, rmdir, (const char* path), (path))
 STEP(int, unlink, (const char* path), (path))
 STEP(int, remove, (const char* path), (path))
 STEP(int, chmod, (const char* path, mode_t mode), (path, mode))
+STEP(int, fchmod, (int descriptor, mode_t mode), (descriptor, mode))
+STEP(int, fchmodat, (int folder, const char* path, mode_t mode, int flags), (folder, path, mode, flags))
+STEP(int, fsync, (int descriptor), (descriptor))
 STEP(int, flock, (int descriptor, int operation), (descriptor, operation))
+
+/* With NO_EXCHANGE the disk has no such step, as that of many a network. */
+int renameat2(int from_folder, const char* from, int to_folder, const char* to, unsigned flags)
+{
+    int (*next)(int, const char*, int, const char*, unsigned);
+    *(void**)&next = dlsym(RTLD_NEXT, "renameat2");
+    const char* refused = getenv("NO_EXCHANGE");
+    if (refused && *refused) {
+        errno = EINVAL;
+        return -1;
+    }
+    point();
+    int result = next(from_folder, from, to_folder, to, flags);
+    int kept = errno;
+    point();
+    errno = kept;
+    return result;
+}
 
 ssize_t write(int descriptor, const void* bytes, size_t count)
 {

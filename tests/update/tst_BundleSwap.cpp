@@ -1,3 +1,4 @@
+#include "support/CoroutineTest.h"
 #include "update/BundleFixture.h"
 #include "update/BundleInformation.h"
 #include "update/BundleSwap.h"
@@ -7,10 +8,12 @@
 #include "update/WorkingFolder.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace quillmarsh;
@@ -21,6 +24,8 @@ namespace {
 const auto backupName = QStringLiteral("Quillmarsh-backup-b11d07cc-b13f-41bc-af75-15071a862f75.app");
 
 } // namespace
+
+Q_DECLARE_METATYPE(NameExchange)
 
 class tst_BundleSwap final : public QObject
 {
@@ -34,20 +39,46 @@ private slots:
         incoming_ = root_->filePath(QStringLiteral("incoming.app"));
     }
 
+    void theNewCopyTakesThePlaceOfTheOld_data() { fileSystems(); }
     void theNewCopyTakesThePlaceOfTheOld()
     {
+        QFETCH(NameExchange, exchange);
         makeBundle(installed_, {QStringLiteral("1.0"), identifier_, {}, 10});
         makeBundle(incoming_, {QStringLiteral("1.1"), identifier_, {}, 10});
-        swapBundles(incoming_, installed_);
+        swapBundles(incoming_, installed_, exchange);
         QCOMPARE(content(), QStringList{QStringLiteral("Quillmarsh.app")});
         QCOMPARE(version(), QStringLiteral("1.1"));
     }
 
-    void aFailedMovePutsTheOldCopyBack()
+    void aFirstCopyIsMovedInWithoutABackup()
+    {
+        makeBundle(incoming_, {QStringLiteral("1.1"), identifier_, {}, 10});
+        swapBundles(incoming_, installed_, [](const QString&, const QString&) {
+            qFatal("There is nothing to exchange with");
+            return false;
+        });
+        QCOMPARE(content(), QStringList{QStringLiteral("Quillmarsh.app")});
+        QCOMPARE(version(), QStringLiteral("1.1"));
+    }
+
+    void theExchangeIsOneStep()
     {
         makeBundle(installed_, {QStringLiteral("1.0"), identifier_, {}, 10});
+        makeBundle(incoming_, {QStringLiteral("1.1"), identifier_, {}, 10});
+        QVERIFY(exchangeNames(incoming_, installed_));
+        QCOMPARE(version(), QStringLiteral("1.1"));
+        QCOMPARE(BundleInformation::read(incoming_).version, QStringLiteral("1.0"));
+        QVERIFY(!exchangeNames(root_->filePath(QStringLiteral("nothing")), installed_));
+        QCOMPARE(version(), QStringLiteral("1.1"));
+    }
+
+    void aFailedMovePutsTheOldCopyBack_data() { fileSystems(); }
+    void aFailedMovePutsTheOldCopyBack()
+    {
+        QFETCH(NameExchange, exchange);
+        makeBundle(installed_, {QStringLiteral("1.0"), identifier_, {}, 10});
         try {
-            swapBundles(incoming_, installed_); // nothing is there to be moved in
+            swapBundles(incoming_, installed_, exchange); // nothing is there to be moved in
             QFAIL("it succeeded");
         } catch (const UpdateError& error) {
             QCOMPARE(error.kind(), UpdateError::Kind::InstallFailed);
@@ -56,16 +87,31 @@ private slots:
         QCOMPARE(version(), QStringLiteral("1.0"));
     }
 
+    void aLinkIsMovedAwayAsALink_data() { fileSystems(); }
     void aLinkIsMovedAwayAsALink()
     {
+        QFETCH(NameExchange, exchange);
         const QString target = root_->filePath(QStringLiteral("target.app"));
         makeBundle(target, {QStringLiteral("1.0"), identifier_, {}, 10});
         makeBundle(incoming_, {QStringLiteral("1.1"), identifier_, {}, 10});
         QCOMPARE(::symlink("target.app", QFile::encodeName(installed_).constData()), 0);
-        swapBundles(incoming_, installed_);
+        swapBundles(incoming_, installed_, exchange);
         QVERIFY(!QFileInfo(installed_).isSymLink());
         QCOMPARE(version(), QStringLiteral("1.1"));
         QVERIFY(exists(target));
+    }
+
+    void aCopyHasTheModesOfItsOriginal()
+    {
+        makeBundle(incoming_);
+        setMode(incoming_ + QStringLiteral("/Contents/Linux"), 0750);
+        const mode_t mask = ::umask(077);
+        const QString copy = root_->filePath(QStringLiteral("copy.app"));
+        runTask(copyTree(incoming_, copy));
+        ::umask(mask);
+        QCOMPARE(modes(copy), modes(incoming_));
+        runTask(syncTree(copy));
+        QVERIFY_EXCEPTION_THROWN(runTask(syncTree(root_->filePath(QStringLiteral("nothing")))), FileError);
     }
 
     void aBackupGoesBackOnlyWhereNothingIs()
@@ -107,7 +153,8 @@ private slots:
     {
         makeBundle(root_->filePath(backupName), {QStringLiteral("1.0"), identifier_, {}, 10});
         const ApplicationsLock lock(root_->path());
-        QVERIFY(lock.isHeld());
+        QVERIFY(!lock.isTaken());
+        QVERIFY(ApplicationsLock(root_->path()).isTaken());
         QCOMPARE(recoverApplicationsFolder(root_->path(), installed_), std::nullopt);
         QVERIFY(!exists(installed_));
     }
@@ -132,6 +179,28 @@ private slots:
     }
 
 private:
+    /// One that exchanges two names in one step, and one that cannot.
+    static void fileSystems()
+    {
+        QTest::addColumn<NameExchange>("exchange");
+        QTest::newRow("exchange") << NameExchange(exchangeNames);
+        QTest::newRow("backup") << NameExchange([](const QString&, const QString&) { return false; });
+    }
+
+    static QStringList modes(const QString& folder)
+    {
+        QStringList found{QString::number(QFileInfo(folder).permissions(), 16)};
+        const auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+        QDirIterator entry(folder, everything, QDirIterator::Subdirectories);
+        while (entry.hasNext()) {
+            const QFileInfo file(entry.next());
+            found.append(QDir(folder).relativeFilePath(file.filePath()) + u' ' +
+                         QString::number(file.permissions(), 16));
+        }
+        found.sort();
+        return found;
+    }
+
     QString version() const { return BundleInformation::read(installed_).version.value_or(QString()); }
     QStringList content() const
     {

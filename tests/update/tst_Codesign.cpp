@@ -88,6 +88,14 @@ private slots:
         QCOMPARE(verification(bundle_, anchor()).first, 0);
     }
 
+    void theUsersMaskIsNoPartOfASignature()
+    {
+        const mode_t mask = ::umask(077);
+        sign(bundle_);
+        ::umask(mask);
+        QCOMPARE(verification(bundle_, anchor()), std::pair(0, QString()));
+    }
+
     void signingAgainReplacesTheSignature()
     {
         sign(bundle_);
@@ -114,6 +122,8 @@ private slots:
         row("self-signed", "self-signed certificate");
         row("forged-chain", "");
         row("no-code-signing", "may not sign code");
+        row("no-usage", "may not sign code");
+        row("no-extended-usage", "may not sign code");
         row("authority-as-signer", "is that of an authority");
         row("issued-by-developer", "");
         row("weak-key", "too weak");
@@ -180,6 +190,7 @@ private slots:
         row("writable by all", [](const QString& b) { setMode(in(b, "Contents/Info.plist"), 0666); });
         row("set user id", [](const QString& b) { setMode(in(b, "Contents/Linux/quillmarsh"), 04755); });
         row("folder mode", [](const QString& b) { setMode(in(b, "Contents/Linux"), 0775); });
+        row("the bundle's own mode", [](const QString& b) { setMode(b, 0700); });
         row("second name", [](const QString& b) {
             QCOMPARE(::link(QFile::encodeName(in(b, "Contents/Info.plist")).constData(),
                             QFile::encodeName(in(b, "Contents/other")).constData()),
@@ -372,6 +383,13 @@ private:
     template <typename Row>
     static void signatureRows(Row row)
     {
+        row("bundle writable by all", "mode other than 755", [](const QString& b) { setMode(b, 0777); });
+        row("signature's folder writable by all", "other modes",
+            [](const QString& b) { setMode(in(b, "Contents/_CodeSignature"), 0777); });
+        row("list became executable", "other modes",
+            [](const QString& b) { setMode(in(b, "Contents/_CodeSignature/CodeResources"), 0755); });
+        row("signature writable by the group", "other modes",
+            [](const QString& b) { setMode(in(b, "Contents/_CodeSignature/CodeSignature"), 0664); });
         row("no signature", "not signed",
             [](const QString& b) { QDir(in(b, "Contents/_CodeSignature")).removeRecursively(); });
         row("no list", "not signed",

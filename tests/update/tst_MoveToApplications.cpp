@@ -34,6 +34,8 @@ private slots:
         root_ = std::make_unique<QTemporaryDir>();
         for (const char* folder : {"system", "home/Applications"})
             QDir().mkpath(root_->filePath(QString::fromLatin1(folder)));
+        qputenv("HOME", QFile::encodeName(root_->filePath(QStringLiteral("home"))));
+        qunsetenv("XDG_CONFIG_HOME");
         fakes_ = std::make_unique<FakePlatform>();
         fakes_->bundle->bundlePath = root_->filePath(QStringLiteral("home/Downloads/Quillmarsh.app"));
         fakes_->bundle->info.insert(QStringLiteral("CFBundleIdentifier"), identifier);
@@ -241,6 +243,37 @@ private slots:
         test::runTask(showDownload(QStringLiteral("/private/var/AppTranslocation/X/d/Quillmarsh.app"),
                                    fakes_->workspace));
         QVERIFY(fakes_->workspace->revealed.empty());
+        QVERIFY(fakes_->workspace->opened.empty()); // there is no such folder
+        QDir().mkpath(root_->filePath(QStringLiteral("home/Downloads")));
+        test::runTask(showDownload(QStringLiteral("/private/var/AppTranslocation/X/d/Quillmarsh.app"),
+                                   fakes_->workspace));
+        QVERIFY(fakes_->workspace->revealed.empty());
+        QCOMPARE(fakes_->workspace->opened.size(), 1U);
+        QCOMPARE(fakes_->workspace->opened[0].toLocalFile(),
+                 root_->filePath(QStringLiteral("home/Downloads")));
+    }
+
+    void aLinkInApplicationsIsNoMovedCopy()
+    {
+        const QString running = root_->filePath(QStringLiteral("home/Downloads/Quillmarsh.app"));
+        QDir().mkpath(root_->filePath(QStringLiteral("home/Downloads")));
+        makeBundle(running, {QStringLiteral("1.0.0"), identifier, {}, 10});
+        QVERIFY(QFile::link(running, root_->filePath(QStringLiteral("home/Applications/Quillmarsh.app"))));
+        InstallationModel model(environment());
+        QVERIFY(model.isNeeded());
+        model.openInstalled();
+        QTRY_COMPARE(model.errorMessage(), notInstalled);
+        QVERIFY(fakes_->workspace->launched.empty());
+        QCOMPARE(terminated_, 0);
+    }
+
+    void aHomeBehindALinkIsStillAHome()
+    {
+        UpdateEnvironment linked = environment();
+        linked.homeFolder = root_->filePath(QStringLiteral("link"));
+        QVERIFY(QFile::link(root_->filePath(QStringLiteral("home")), linked.homeFolder));
+        fakes_->bundle->bundlePath = root_->filePath(QStringLiteral("home/Applications/Quillmarsh.app"));
+        QVERIFY(!InstallationModel(linked).isNeeded());
     }
 
     void openApplicationsFindsTheFolderOfThisSystem()
@@ -261,8 +294,17 @@ private slots:
         const InstallationModel model(environment(), QStringLiteral("given"));
         QCOMPARE(model.caption(), QStringLiteral("Welcome to Quillmarsh"));
         QCOMPARE(model.headline(), QStringLiteral("Move Quillmarsh to Applications."));
+        QCOMPARE(model.line(), QStringLiteral("Open it from Applications to keep your installation and "
+                                              "permissions in one place."));
+        QCOMPARE(model.folderLabel(), QStringLiteral("Applications folder"));
+        QCOMPARE(model.showDownloadLabel(), QStringLiteral("Show download"));
+        QCOMPARE(model.openApplicationsLabel(), QStringLiteral("Open Applications"));
+        QCOMPARE(model.continueLabel(), QStringLiteral("Continue here for now"));
         QCOMPARE(model.openInstalledLabel(), QStringLiteral("I've moved it — open Quillmarsh"));
-        QCOMPARE(model.steps().size(), 3);
+        QCOMPARE(model.steps(),
+                 QStringList({QStringLiteral("Find Quillmarsh.app in your downloads."),
+                              QStringLiteral("Drag it into the Applications folder."),
+                              QStringLiteral("Open Quillmarsh from Applications to finish setup.")}));
         QCOMPARE(model.errorMessage(), QStringLiteral("given"));
     }
 

@@ -1,3 +1,4 @@
+#include "update/BundleSwap.h"
 #include "update/FileTree.h"
 #include "update/UpdateHarness.h"
 #include "update/ZipWriter.h"
@@ -5,6 +6,9 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QTest>
+
+#include <memory>
+#include <optional>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -70,6 +74,16 @@ void limitFileSize(UpdateHarness& harness, int kilobytes)
                        QStringLiteral("trap '' XFSZ; ulimit -f %1; exec \"$0\" \"$@\"").arg(kilobytes)});
 }
 
+/// The disk is full from the moment at which the new version was verified, before it is copied.
+void limitFileSizeOnceVerified(UpdateHarness& harness)
+{
+    harness.setPrefix(
+        {QStringLiteral("bash"), QStringLiteral("-c"), QStringLiteral("trap '' XFSZ; exec \"$0\"")});
+    const QString tool = harness.installed() + QStringLiteral("/Contents/Linux/quillmarsh-codesign");
+    QVERIFY(QFile::rename(tool, tool + QStringLiteral(".true")));
+    writeFile(tool, "#!/bin/sh\n\"$0.true\" \"$@\" && prlimit --pid \"$PPID\" --fsize=4096:4096\n", 0755);
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(Prepare)
@@ -92,6 +106,11 @@ private slots:
         });
         QTest::newRow("temporary folder is missing")
             << Prepare([](UpdateHarness& h) { h.setVariable("TMPDIR", h.path("tmp/deeper/still")); });
+        QTest::newRow("temporary folder on another disk, user mask 077") << Prepare([](UpdateHarness& h) {
+            h.setTemporaryFolder(QStringLiteral("/dev/shm/quillmarsh-test-%1").arg(::getpid()));
+            h.setPrefix(
+                {QStringLiteral("bash"), QStringLiteral("-c"), QStringLiteral("umask 077; exec \"$0\"")});
+        });
         QTest::newRow("user mask 077") << Prepare([](UpdateHarness& h) {
             h.setPrefix(
                 {QStringLiteral("bash"), QStringLiteral("-c"), QStringLiteral("umask 077; exec \"$0\"")});
@@ -134,6 +153,21 @@ private slots:
         QCOMPARE(harness.leftovers(), QStringList());
     }
 
+    void aFirstCopyThatCannotBeMovedInIsTold()
+    {
+        UpdateHarness harness;
+        harness.publish(harness.archiveOf(QStringLiteral("1.1")));
+        const QString elsewhere = harness.path("home/Quillmarsh.app");
+        QVERIFY(QDir().rename(harness.installed(), elsewhere));
+        setMode(harness.applications(), 0555);
+        const QStringList report = harness.run(elsewhere);
+        setMode(harness.applications(), 0755);
+        QCOMPARE(report.last(), QStringLiteral("error ") + notMoved + keptSentence);
+        QCOMPARE(harness.leftovers(), QStringList());
+        QVERIFY(harness.settingsAreUntouched());
+        QCOMPARE(harness.run(elsewhere, "probe"), QStringList{QStringLiteral("started 1.0 yes")});
+    }
+
     void nothingNewerIsOffered_data()
     {
         QTest::addColumn<QString>("version");
@@ -171,16 +205,18 @@ private slots:
         row("host in capitals", invalidManifest, address("https://GitHub.com/Quillmarsh.zip"));
         row("version with a tag", invalidManifest,
             [](UpdateHarness& h) { publishManifest(h, QStringLiteral("1.1-beta"), h.archiveAddress()); });
+        row("redirect to http", unavailable, [](UpdateHarness& h) {
+            h.server().on(
+                "/update.json",
+                TlsTestServer::answer(302, {}, "Location: http://" + h.server().host().toUtf8() + "/x\r\n"));
+        });
         row("no manifest", "The data couldn’t be read because it isn’t in the correct format.",
             [](UpdateHarness& h) { h.server().on("/update.json", TlsTestServer::answer(200, "<html>")); });
         for (const int status : {204, 206, 301, 302, 304, 403, 404, 500, 503}) {
             row(QByteArray::number(status).constData(), unavailable, [status](UpdateHarness& h) {
                 h.server().on("/update.json",
                               TlsTestServer::answer(
-                                  status,
-                                  status == 204 || status == 304
-                                      ? QByteArray()
-                                      : h.manifest(QStringLiteral("1.1"), h.archiveAddress()),
+                                  status, h.manifest(QStringLiteral("1.1"), h.archiveAddress()),
                                   status < 400 ? "Location: https://" + h.server().host().toUtf8() + "/x\r\n"
                                                : QByteArray()));
             });
@@ -241,27 +277,37 @@ private slots:
         checkNothingChanged(harness);
     }
 
-    void noOtherUserReachesTheWorkingFolder()
+    void noOtherUserReachesTheUnpackedBundle()
     {
         UpdateHarness harness;
         harness.publish(harness.archiveOf(QStringLiteral("1.1")));
-        bool isWaiting = false;
-        harness.server().on("/Quillmarsh.zip", [&](QSslSocket&) { isWaiting = true; });
+        // Everything around the working folder is open, as a system's temporary folder is.
+        setMode(harness.path("."), 0755);
+        setMode(harness.temporaryFolder(), 01777);
+        holdTheVerifier(harness);
         QProcess process;
         harness.start(process, harness.installed(), "update");
-        QTRY_VERIFY(isWaiting);
+        QTRY_VERIFY(exists(harness.path("home/verifying")));
         const QStringList folders =
             QDir(harness.temporaryFolder()).entryList({QStringLiteral("Quillmarsh-update-*")}, QDir::Dirs);
         QCOMPARE(folders.size(), 1);
         const QString folder = harness.temporaryFolder() + u'/' + folders.first();
+        QVERIFY(exists(folder + QStringLiteral("/Quillmarsh.app/Contents/Info.plist")));
         struct stat status = {};
         QCOMPARE(::stat(QFile::encodeName(folder).constData(), &status), 0);
         QCOMPARE(static_cast<int>(status.st_mode & 07777), 0700);
-        for (const char* attempt : {"ls \"$0\"", "touch \"$0/x\"", "mkdir \"$0/Quillmarsh.app\"",
-                                    "cat \"$0/Quillmarsh.zip.download\""})
+        QVERIFY(runAsAnotherUser("ls \"$0\" && touch \"$0/own\" && rm \"$0/own\"",
+                                 harness.temporaryFolder()) <= 0); // only the working folder itself is closed
+        for (const char* attempt :
+             {"ls \"$0\"", "touch \"$0/x\"", "cat \"$0/Quillmarsh.zip\"",
+              "mv \"$0/Quillmarsh.app\" \"$0/../own\"", "touch \"$0/Quillmarsh.app/Contents/Info.plist\"",
+              "echo x >>\"$0/Quillmarsh.app/Contents/Linux/quillmarsh\"", "mv \"$0\" \"$0.own\"",
+              "rm -r \"$0\"", "chmod 0777 \"$0\""})
             QVERIFY2(runAsAnotherUser(attempt, folder) != 0, attempt);
-        process.kill();
+        writeFile(harness.path("home/go"), {});
+        QTRY_VERIFY(harness.report().contains(QStringLiteral("relaunched 1.1 yes")));
         QTRY_COMPARE(process.state(), QProcess::NotRunning);
+        QCOMPARE(harness.leftovers(), QStringList());
     }
 
     void aCheckAddsLittleToTheServersTime()
@@ -282,6 +328,18 @@ private:
         QCOMPARE(harness.leftovers(), QStringList());
         QVERIFY(harness.settingsAreUntouched());
         QCOMPARE(harness.whatStarts(), QStringLiteral("started 1.0 yes"));
+    }
+
+    /// The installed verifier tells when it is asked, and waits until it may go on.
+    static void holdTheVerifier(UpdateHarness& harness)
+    {
+        const QString tool = harness.installed() + QStringLiteral("/Contents/Linux/quillmarsh-codesign");
+        QVERIFY(QFile::rename(tool, tool + QStringLiteral(".held")));
+        writeFile(tool,
+                  "#!/bin/sh\n: >\"$HOME/verifying\"\nwhile [ -d \"$HOME\" ] && [ ! -e \"$HOME/go\" ]; do "
+                  "sleep 0.05; done\n"
+                  "exec \"$0.held\" \"$@\"\n",
+                  0755);
     }
 
     /// Fails as it should for anybody but the owner and root. Without root there is no second user to be.
@@ -370,6 +428,10 @@ private:
         });
         row("folder that nobody may enter", notSigned,
             [](UpdateHarness& h) { publishWith(h, "Quillmarsh.app/Contents/closed/", {}, 040000); });
+        row("folders deeper than a path may be long", notSigned, [](UpdateHarness& h) {
+            const QByteArray folder = QByteArray(200, 'd') + '/';
+            publishWith(h, "Quillmarsh.app/Contents/" + folder.repeated(60) + "file", "x", 0100644);
+        });
     }
 
     template <typename Row>
@@ -385,6 +447,8 @@ private:
         });
         row("redirect to a file", notDownloaded,
             [](UpdateHarness& h) { redirect(h, QStringLiteral("file:///etc/passwd")); });
+        row("redirect to a server that is gone", "Couldn’t connect to the server.",
+            [](UpdateHarness& h) { redirect(h, QStringLiteral("https://127.0.0.1:1/Quillmarsh.zip")); });
         row("redirect in a circle", notDownloaded, [](UpdateHarness& h) { redirect(h, h.archiveAddress()); });
         row("gone before the answer", "The network connection was lost.",
             [](UpdateHarness& h) { h.server().on("/Quillmarsh.zip", TlsTestServer::cutAfter(0, "x")); });
@@ -419,13 +483,19 @@ private:
             h.publish(readFile(h.path("release/Quillmarsh.zip")));
             limitFileSize(h, 32 << 10);
         });
+        row("no space on the disk of the Applications folder", notMoved, [](UpdateHarness& h) {
+            h.setTemporaryFolder(QStringLiteral("/dev/shm/quillmarsh-test-%1").arg(::getpid()));
+            limitFileSizeOnceVerified(h);
+        });
         row("read-only Applications folder", "You don’t have permission to change the folder.",
             [](UpdateHarness& h) { setMode(h.applications(), 0555); });
-        row("no verifier", notSigned, [](UpdateHarness& h) {
+        const auto lock = std::make_shared<std::optional<ApplicationsLock>>();
+        row("another process installs", notMoved,
+            [lock](UpdateHarness& h) { lock->emplace(h.applications()); });
+        row("no verifier", "The program “quillmarsh-codesign” couldn’t be started.", [](UpdateHarness& h) {
             // The verifier of the installed copy is gone.
             QFile::remove(h.installed() + QStringLiteral("/Contents/Linux/quillmarsh-codesign"));
         });
-        Q_UNUSED(notMoved)
     }
 };
 

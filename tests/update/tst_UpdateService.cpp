@@ -1,7 +1,9 @@
 #include "support/CoroutineTest.h"
 #include "support/FakePlatform.h"
 #include "update/BundleFixture.h"
+#include "update/BundleInformation.h"
 #include "update/TlsTestServer.h"
+#include "update/UpdateDownload.h"
 #include "update/UpdateError.h"
 #include "update/UpdateInstaller.h"
 #include "update/UpdatePrompt.h"
@@ -10,9 +12,13 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+
+#include <sys/resource.h>
 
 using namespace quillmarsh;
 using namespace quillmarsh::test;
@@ -212,6 +218,27 @@ private slots:
         QVERIFY(timer.elapsed() <= 50);
     }
 
+    void betweenChecksNothingWakes()
+    {
+        offer("1.0");
+        service_->startAutomaticChecks();
+        QTRY_VERIFY(service_->lastCheckResult());
+        QTRY_VERIFY(!service_->isChecking());
+        session_->clearConnectionCache();
+        QEventLoop idle;
+        QTimer::singleShot(std::chrono::milliseconds(200), &idle, &QEventLoop::quit); // what ends, ends
+        idle.exec();
+        struct rusage before = {};
+        struct rusage after = {};
+        QTimer::singleShot(std::chrono::seconds(2), &idle, &QEventLoop::quit);
+        ::getrusage(RUSAGE_SELF, &before);
+        idle.exec();
+        ::getrusage(RUSAGE_SELF, &after);
+        // The whole process slept until this test's own timer woke it.
+        QVERIFY2(after.ru_nvcsw - before.ru_nvcsw <= 5,
+                 qPrintable(QString::number(after.ru_nvcsw - before.ru_nvcsw)));
+    }
+
     void installsWithTheToolsItWasGiven()
     {
         offer("1.1");
@@ -238,6 +265,54 @@ private slots:
                               folder + QStringLiteral("/Quillmarsh.app")}));
         QVERIFY(folder.startsWith(root_->filePath(QStringLiteral("tmp/Quillmarsh-update-"))));
         QVERIFY(!QFileInfo::exists(folder) && !QFileInfo::exists(archive));
+    }
+
+    void aDownloadHasALimit_data()
+    {
+        QTest::addColumn<QByteArray>("head");
+        QTest::newRow("told") << QByteArray("Content-Length: 100000000000\r\n");
+        QTest::newRow("not told") << QByteArray();
+    }
+    void aDownloadHasALimit()
+    {
+        QFETCH(QByteArray, head);
+        const auto send = [this, head](qsizetype size) {
+            server_->on("/archive", [head, size](QSslSocket& socket) {
+                socket.write("HTTP/1.1 200 OK\r\n" + head + "\r\n" + QByteArray(size, 'x'));
+                if (head.isEmpty())
+                    socket.disconnectFromHost(); // else more is to come
+            });
+        };
+        const QUrl url(QStringLiteral("https://%1/archive").arg(server_->host()));
+        const QString path = root_->filePath(QStringLiteral("tmp/archive"));
+        send(head.isEmpty() ? 1001 : 1);
+        try {
+            runTask(downloadFile(session_.get(), url, path, {}, 1000));
+            QFAIL("it was accepted");
+        } catch (const UpdateError& error) {
+            QCOMPARE(error.kind(), UpdateError::Kind::DownloadFailed);
+        }
+        QVERIFY(QFile::remove(path));
+        if (!head.isEmpty())
+            return;
+        send(1000);
+        runTask(downloadFile(session_.get(), url, path, {}, 1000));
+        QCOMPARE(QFileInfo(path).size(), 1000);
+    }
+
+    void aNewerCopyThatCameMeanwhileStays()
+    {
+        offer("1.1");
+        check();
+        makeBundle(installed(), {QStringLiteral("1.10"), QStringLiteral("com.quillmarsh.app"), {}, 10});
+        stepsOfAnInstallation();
+        QCOMPARE(BundleInformation::read(installed()).version, QStringLiteral("1.10"));
+        QVERIFY(!service_->installedAppPath());
+        QVERIFY(service_->updateError()->startsWith(
+            QStringLiteral("The update could not be moved to Applications. Your current version")));
+        QCOMPARE(QDir(root_->filePath(QStringLiteral("home/Applications")))
+                     .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList{QStringLiteral("Quillmarsh.app")});
     }
 
     void nothingElseHappensBeforeTheRelaunch()
@@ -308,6 +383,19 @@ private slots:
         QDir().mkpath(place.systemApplications);
         QCOMPARE(UpdateInstaller::installedLocation(place),
                  place.systemApplications + QStringLiteral("/Quillmarsh.app"));
+    }
+
+    void theWayToApplicationsMayLeadThroughALink()
+    {
+        UpdateEnvironment place = environment();
+        QDir().mkpath(place.systemApplications);
+        place.homeFolder = root_->filePath(QStringLiteral("link"));
+        QVERIFY(QFile::link(root_->filePath(QStringLiteral("home")), place.homeFolder));
+        const QString linked = place.homeFolder + QStringLiteral("/Applications/Quillmarsh.app");
+        QCOMPARE(place.bundlePath(), linked);
+        QCOMPARE(UpdateInstaller::installedLocation(place), linked);
+        fakes_->bundle->bundlePath = root_->filePath(QStringLiteral("home/ApplicationsOld/Quillmarsh.app"));
+        QCOMPARE(place.bundlePath(), fakes_->bundle->bundlePath);
     }
 
     void theWindowsTextsFollowTheState()

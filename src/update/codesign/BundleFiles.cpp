@@ -117,6 +117,8 @@ public:
         struct stat status = {};
         if (::lstat(root_.constData(), &status) != 0 || !S_ISDIR(status.st_mode))
             throw CodesignError(QStringLiteral("there is no bundle here"));
+        if ((static_cast<int>(status.st_mode) & permissionBits) != 0755)
+            throw CodesignError(QStringLiteral("the bundle has a mode other than 755"));
         readFolder({}, 0);
         std::sort(entries_.begin(), entries_.end(),
                   [](const BundleEntry& a, const BundleEntry& b) { return a.path < b.path; });

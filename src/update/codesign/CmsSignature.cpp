@@ -4,6 +4,7 @@
 
 #include <QLatin1String>
 
+#include <cstdint>
 #include <memory>
 
 #include <openssl/cms.h>
@@ -118,7 +119,10 @@ void checkUse(X509* signer)
 {
     if (X509_check_ca(signer) != 0)
         refuse("the signer’s certificate is that of an authority");
-    if ((X509_get_key_usage(signer) & KU_DIGITAL_SIGNATURE) == 0 ||
+    // OpenSSL takes a certificate without these extensions as one that may do anything.
+    constexpr std::uint32_t usages = EXFLAG_KUSAGE | EXFLAG_XKUSAGE;
+    if ((X509_get_extension_flags(signer) & usages) != usages ||
+        (X509_get_key_usage(signer) & KU_DIGITAL_SIGNATURE) == 0 ||
         (X509_get_extended_key_usage(signer) & XKU_CODE_SIGN) == 0)
         refuse("the signer’s certificate may not sign code");
 }

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include <sys/stat.h>
+
 namespace quillmarsh {
 
 namespace {
@@ -57,6 +59,21 @@ void checkSignatureFolder(const QString& bundle)
         throw CodesignError(QStringLiteral("the bundle is not signed"));
 }
 
+bool hasMode(const QString& path, mode_t mode)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 && (status.st_mode & 07777) == mode;
+}
+
+/// The list cannot name its own two files, so their modes have one value each.
+void checkSignatureModes(const QString& bundle)
+{
+    if (!hasMode(inside(bundle, codeSignatureFolder), 0755) ||
+        !hasMode(inside(bundle, codeResourcesFile), 0644) ||
+        !hasMode(inside(bundle, codeSignatureFile), 0644))
+        throw CodesignError(QStringLiteral("the signature’s files have other modes than they were given"));
+}
+
 const QRegularExpression& requirementForm()
 {
     static const QRegularExpression form(QRegularExpression::anchoredPattern(
@@ -96,7 +113,8 @@ void signBundle(const QString& bundle, const QByteArray& certificates, const QBy
     const QByteArray list = writeCodeResources(readBundle(bundle));
     const QByteArray signature = signContent(list, certificates, key);
     QDir(inside(bundle, codeSignatureFolder)).removeRecursively();
-    if (!QDir().mkpath(inside(bundle, codeSignatureFolder)))
+    const QByteArray folder = QFile::encodeName(inside(bundle, codeSignatureFolder));
+    if (::mkdir(folder.constData(), 0755) != 0 || ::chmod(folder.constData(), 0755) != 0)
         throw CodesignError(QStringLiteral("the bundle cannot be written"));
     write(inside(bundle, codeResourcesFile), list);
     write(inside(bundle, codeSignatureFile), signature);
@@ -107,6 +125,7 @@ void verifyBundle(const QString& bundle, const SignatureRequirement& requirement
     checkSignatureFolder(bundle);
     const QByteArray list = readOrdinaryFile(inside(bundle, codeResourcesFile), maximumListSize);
     const QByteArray signature = readOrdinaryFile(inside(bundle, codeSignatureFile), maximumSignatureSize);
+    checkSignatureModes(bundle);
     // The signature comes first: nothing else is read from a list that nobody vouches for.
     verifyContent(list, signature, requirement);
     const BundleEntries listed = readCodeResources(list);
