@@ -11,6 +11,7 @@
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QQuickView>
+#include <QScreen>
 #include <QTimer>
 
 #include <algorithm>
@@ -32,8 +33,13 @@ public:
         window.setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
     }
     void orderFrontRegardless(QWindow& window) override { window.show(); }
+    void leaveOutOfTaskBars(QWindow&) override {}
     [[nodiscard]] bool isCompositing() const override { return true; }
     [[nodiscard]] QPoint mouseLocation() const override { return {-1, -1}; }
+    [[nodiscard]] QRect visibleFrame(const QScreen& screen) const override
+    {
+        return screen.availableGeometry();
+    }
 };
 
 class PlainAppearance final : public DesktopAppearance

@@ -3,6 +3,7 @@
 #include "ai/AIError.h"
 #include "base/Deployment.h"
 #include "base/Http.h"
+#include "base/Race.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -106,7 +107,7 @@ QUrl CloudAIService::endpoint() const
 Task<QString> CloudAIService::rewriteText(QString text, QString, std::optional<QString> instruction,
                                           std::stop_token stop)
 {
-    const QString token = co_await installationToken_();
+    const QString token = co_await orStopped(installationToken_(), stop);
     QNetworkRequest request = makeRequest(endpoint(), timeout);
     request.setRawHeader("Content-Type", "application/json");
     request.setRawHeader("Authorization", "Bearer " + token.toLatin1());

@@ -2,7 +2,10 @@
 
 #include "base/Log.h"
 
+#include <QFuture>
 #include <QRandomGenerator>
+
+#include <qcoro/qcorofuture.h>
 
 namespace quillmarsh {
 
@@ -30,28 +33,38 @@ bool isToken(const QByteArray& data)
 
 Task<QString> InstallationToken::value()
 {
-    if (cached_.isEmpty()) {
-        const QString token = co_await loadOrCreate();
-        if (cached_.isEmpty())
-            cached_ = token;
+    if (!token_) {
+        token_ = std::make_shared<QPromise<QString>>();
+        token_->start();
+        detach(load(items_, token_));
     }
-    co_return QString(cached_); // a bare member would be moved from
+    const QFuture<QString> token = token_->future();
+    if (!token.isFinished())
+        co_await token;
+    co_return token.result();
 }
 
-Task<QString> InstallationToken::loadOrCreate()
+Task<> InstallationToken::load(SecItems* items, std::shared_ptr<QPromise<QString>> token)
+{
+    const QString value = co_await loadOrCreate(items);
+    token->addResult(value);
+    token->finish();
+}
+
+Task<QString> InstallationToken::loadOrCreate(SecItems* items)
 {
     const SecItemQuery query{QStringLiteral("com.quillmarsh.app"),
                              QStringLiteral("quillmarsh-cloud-installation")};
-    const SecItemResult stored = co_await items_->copyMatching(query);
+    const SecItemResult stored = co_await items->copyMatching(query);
     if (stored.status == errSecSuccess && isToken(stored.data))
         co_return QString::fromLatin1(stored.data);
     const QString token = randomToken();
     OSStatus status = stored.status;
     // A store that could not be read is left alone: it may hold a good token behind its lock.
     if (status == errSecItemNotFound)
-        status = co_await items_->add(query, token.toLatin1(), SecAccessible::afterFirstUnlockThisDeviceOnly);
+        status = co_await items->add(query, token.toLatin1(), SecAccessible::afterFirstUnlockThisDeviceOnly);
     else if (status == errSecSuccess)
-        status = co_await items_->update(query, token.toLatin1());
+        status = co_await items->update(query, token.toLatin1());
     if (status != errSecSuccess)
         qCWarning(lcQuillmarsh,
                   "The installation token could not be kept (status %d); it lasts until the end", status);

@@ -3,7 +3,10 @@
 #include "base/Task.h"
 #include "platform/SecItems.h"
 
+#include <QPromise>
 #include <QString>
+
+#include <memory>
 
 namespace quillmarsh {
 
@@ -19,10 +22,12 @@ public:
     Task<QString> value();
 
 private:
-    Task<QString> loadOrCreate();
+    static Task<> load(SecItems* items, std::shared_ptr<QPromise<QString>> token);
+    static Task<QString> loadOrCreate(SecItems* items);
 
     SecItems* items_;
-    QString cached_;
+    std::shared_ptr<QPromise<QString>>
+        token_; ///< once asked for; whoever asks meanwhile waits with the first
 };
 
 } // namespace quillmarsh

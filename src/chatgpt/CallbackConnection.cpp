@@ -19,23 +19,29 @@ CallbackRequestBuffer::State CallbackRequestBuffer::append(const QByteArray& chu
     return decoder.hasError() ? State::incomplete : State::complete;
 }
 
-CallbackConnection::CallbackConnection(QTcpSocket* socket, qsizetype requestLimit,
-                                       std::chrono::milliseconds timeLimit, QObject* parent)
-    : QObject(parent), socket_(socket), timeLimit_(timeLimit), chunkSize_(requestLimit), buffer_(requestLimit)
+CallbackConnection::CallbackConnection(QTcpSocket* socket, qsizetype requestLimit, QObject* parent)
+    : QObject(parent), socket_(socket), chunkSize_(requestLimit), buffer_(requestLimit)
 {
     socket_->setParent(this);
     socket_->setReadBufferSize(chunkSize_);
     connect(socket_, &QTcpSocket::readyRead, this, &CallbackConnection::read);
     connect(socket_, &QTcpSocket::disconnected, this, &CallbackConnection::end);
     connect(socket_, &QTcpSocket::errorOccurred, this, &CallbackConnection::end);
-    guard_.setSingleShot(true);
-    guard_.setTimerType(Qt::PreciseTimer);
-    connect(&guard_, &QTimer::timeout, this, &CallbackConnection::cancel);
 }
 
-void CallbackConnection::start()
+quint16 CallbackConnection::port() const
 {
-    guard_.start(timeLimit_);
+    return socket_->localPort();
+}
+
+quint16 CallbackConnection::peerPort() const
+{
+    return socket_->peerPort();
+}
+
+void CallbackConnection::start(const Alarms& alarms, std::chrono::milliseconds patience)
+{
+    guard_ = alarms(patience, [this] { cancel(); });
     if (socket_->state() != QTcpSocket::ConnectedState && socket_->bytesAvailable() == 0)
         return end();
     read();
@@ -80,7 +86,7 @@ void CallbackConnection::end()
     if (ended_)
         return;
     ended_ = true;
-    guard_.stop();
+    guard_.reset();
     emit ended();
 }
 

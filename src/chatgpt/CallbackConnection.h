@@ -1,11 +1,8 @@
 #pragma once
 
-#include <QByteArray>
-#include <QObject>
-#include <QTimer>
+#include "chatgpt/Alarms.h"
 
-#include <chrono>
-#include <optional>
+#include <QByteArray>
 
 class QTcpSocket;
 
@@ -31,7 +28,7 @@ private:
     QString text_;
 };
 
-/// One connection to the callback server: reads one request head, sends one response, closes. It is dropped
+/// One connection to a loopback listener: reads one request head, sends one response, closes. It is dropped
 /// without a response when the request is too large, stays incomplete for too long, or the peer goes away.
 class CallbackConnection final : public QObject
 {
@@ -39,11 +36,14 @@ class CallbackConnection final : public QObject
 
 public:
     /// Takes `socket` over.
-    CallbackConnection(QTcpSocket* socket, qsizetype requestLimit, std::chrono::milliseconds timeLimit,
-                       QObject* parent);
+    CallbackConnection(QTcpSocket* socket, qsizetype requestLimit, QObject* parent);
 
-    /// Begins to read, also what has arrived already: connect to the signals first.
-    void start();
+    /// Begins to read, also what has arrived already: connect to the signals first. The whole request has to
+    /// come within `patience`.
+    void start(const Alarms& alarms, std::chrono::milliseconds patience);
+    /// The ports of this end and of the peer's.
+    [[nodiscard]] quint16 port() const;
+    [[nodiscard]] quint16 peerPort() const;
     /// Sends `response` and closes.
     void respond(const QByteArray& response);
     /// Drops the connection at once.
@@ -59,10 +59,9 @@ private:
     void end();
 
     QTcpSocket* socket_;
-    std::chrono::milliseconds timeLimit_;
     qsizetype chunkSize_;
     CallbackRequestBuffer buffer_;
-    QTimer guard_;
+    Alarm guard_;
     bool answered_ = false;
     bool ended_ = false;
 };

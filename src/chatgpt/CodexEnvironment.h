@@ -3,6 +3,7 @@
 #include "chatgpt/AuthorizationRequest.h"
 #include "chatgpt/CodexTokenStore.h"
 #include "chatgpt/OAuthCallbackServer.h"
+#include "chatgpt/OneShotRedirect.h"
 
 #include <functional>
 
@@ -25,7 +26,10 @@ struct CodexEnvironment
     /// Hands the address to the default browser; false when that could not be started.
     std::function<Task<bool>(QUrl)> openBrowser;
     std::function<double()> now = secondsSince1970;
-    OAuthCallbackServer::Limits callbackLimits = {};
+    /// Whether the peer of a connection on 127.0.0.1 (this end's port, the peer's) is another user's program;
+    /// null: it is not asked.
+    OneShotRedirect::PeerCheck isOfAnotherUser;
+    Alarms alarms = setAlarm;
 };
 
 } // namespace quillmarsh

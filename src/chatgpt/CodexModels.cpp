@@ -1,6 +1,5 @@
 #include "chatgpt/CodexOAuthService.h"
 
-#include "base/Http.h"
 #include "chatgpt/CodexOAuthError.h"
 
 namespace quillmarsh {
@@ -19,21 +18,27 @@ Task<HttpResponse> requestModels(CodexEnvironment environment, QString accessTok
 
 Task<> CodexOAuthService::loadModels(std::stop_token stop)
 {
+    co_await modelsLoaded(stop);
+}
+
+Task<CodexOAuthService::NetworkFailure> CodexOAuthService::modelsLoaded(std::stop_token stop)
+{
     const QPointer<CodexOAuthService> self(this);
     co_await loaded();
     if (!self)
-        co_return;
+        co_return std::nullopt;
     const auto active = tokens();
     if (!active || !active->canUsePlan())
-        co_return;
+        co_return std::nullopt;
     if (!modelsLoad_) {
         modelsLoad_ = std::make_shared<SharedModels>();
         detach(runModels(modelsLoad_, modelsGeneration_));
     }
-    if (const auto load = modelsLoad_) {
-        const QFuture<bool> ended = load->promise.future();
-        co_await resultOf(ended, stop);
-    }
+    const auto load = modelsLoad_;
+    if (!load)
+        co_return std::nullopt;
+    const QFuture<NetworkFailure> ended = load->promise.future();
+    co_return co_await resultOf(ended, stop);
 }
 
 Task<> CodexOAuthService::runModels(std::shared_ptr<SharedModels> load, QUuid generation)
@@ -43,26 +48,29 @@ Task<> CodexOAuthService::runModels(std::shared_ptr<SharedModels> load, QUuid ge
     if (modelsMessage_ && lastError_ == modelsMessage_)
         setLastError(std::nullopt);
     modelsMessage_.reset();
-    std::optional<QString> failure;
+    NetworkFailure failure;
+    std::optional<QString> message;
     std::optional<QList<ChatGPTModel>> models;
     try {
         models = co_await fetchModels(load->stop.get_token());
     } catch (const Cancelled&) {
     } catch (const std::exception& error) {
-        failure = errorDescription(error);
+        if (const auto* const network = dynamic_cast<const TransportError*>(&error))
+            failure = *network;
+        message = errorDescription(error);
     }
     if (self && modelsGeneration_ == generation) {
         modelsLoad_.reset();
         if (models)
             publishModels(*models);
         if (models && models->isEmpty())
-            failure = QStringLiteral("No models are available for this ChatGPT account.");
-        modelsMessage_ = failure;
-        if (failure)
-            setLastError(failure);
+            message = QStringLiteral("No models are available for this ChatGPT account.");
+        modelsMessage_ = message;
+        if (message)
+            setLastError(message);
         setLoadingModels(false);
     }
-    load->succeed(models.has_value());
+    load->succeed(failure);
 }
 
 Task<QList<ChatGPTModel>> CodexOAuthService::fetchModels(std::stop_token stop)

@@ -102,25 +102,22 @@ void CodexOAuthService::selectProfile(const QString& clientID)
         cancelSignIn();
     renewGeneration();
     cancelRefresh();
-    pendingRegistration_.reset();
     setLastError(std::nullopt);
     activate(clientID);
 }
 
-/// Also stores which profile is active and shows its stored model.
+/// Also stores which profile is active and shows its stored model. Told only when all of it is in place.
 void CodexOAuthService::activate(const QString& clientID)
 {
-    resetModels();
-    const bool changed = activeClientID_ != clientID;
-    activeClientID_ = clientID;
     remember(activeKey, clientID);
-    if (changed)
-        emit activeClientIDChanged();
+    const bool isOther = std::exchange(activeClientID_, clientID) != clientID;
     const QString model = storedModel(clientID);
-    if (selectedModel_ == model)
-        return;
-    selectedModel_ = model;
-    emit selectedModelChanged();
+    const bool hasOtherModel = std::exchange(selectedModel_, model) != model;
+    resetModels();
+    if (isOther)
+        emit activeClientIDChanged();
+    if (hasOtherModel)
+        emit selectedModelChanged();
 }
 
 void CodexOAuthService::activateFirst()
@@ -141,7 +138,6 @@ Task<> CodexOAuthService::signOut()
     const auto profile = selectedProfile();
     if (!profile)
         co_return;
-    pendingRegistration_.reset();
     cancelSignIn();
     cancelRefresh();
     setLastError(std::nullopt);
@@ -166,7 +162,8 @@ Task<bool> CodexOAuthService::removeProfile(CodexTokens profile)
         throw Cancelled();
     if (!removed) // by an earlier sign-out, while this one waited
         co_return false;
-    renewGeneration();
+    if (!isAuthenticating_) // else a sign-in has begun meanwhile, under a generation of its own
+        renewGeneration();
     cancelRefresh();
     if (environment_.defaults)
         environment_.defaults->remove(modelKey(profile.clientID));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Http.h"
 #include "chatgpt/ChatGPTModel.h"
 #include "chatgpt/CodexEnvironment.h"
 #include "chatgpt/CodexProfiles.h"
@@ -82,6 +83,9 @@ public:
     Task<> loadModels(std::stop_token stop = {});
     /// Replaces or appends the record, in the store and then here. Throws CodexTokenStoreError.
     Task<> save(CodexTokens tokens);
+    /// Completes when every refresh has ended and every change is stored: a server hands a token out once, so
+    /// the process stays until then. Never throws.
+    Task<> settled();
 
     [[nodiscard]] const CodexEnvironment& environment() const { return environment_; }
 
@@ -96,7 +100,8 @@ signals:
 
 private:
     using SharedRefresh = SharedResult<CodexTokens>;
-    using SharedModels = SharedResult<bool>;
+    using NetworkFailure = std::optional<TransportError>;
+    using SharedModels = SharedResult<NetworkFailure>;
 
     struct Attempt
     {
@@ -129,6 +134,8 @@ private:
     Task<CodexTokens> refreshed(CodexTokens profile, QUuid generation, std::stop_token stop);
     void cancelRefresh();
 
+    /// loadModels(), telling whether the network failed.
+    Task<NetworkFailure> modelsLoaded(std::stop_token stop);
     Task<> runModels(std::shared_ptr<SharedModels> load, QUuid generation);
     Task<QList<ChatGPTModel>> fetchModels(std::stop_token stop);
     void publishModels(const QList<ChatGPTModel>& models);
@@ -160,7 +167,6 @@ private:
 
     QUuid generation_ = QUuid::createUuid();
     QUuid modelsGeneration_ = QUuid::createUuid();
-    std::optional<CodexTokens> pendingRegistration_; ///< saved, its code not yet exchanged
     std::stop_source loginStop_;
     std::shared_ptr<OAuthCallbackServer> server_;
     std::shared_ptr<SharedRefresh> refresh_; ///< the one that may be joined

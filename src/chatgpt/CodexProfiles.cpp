@@ -45,6 +45,8 @@ Task<> CodexProfiles::open()
     co_await readIfUnknown();
     if (!self)
         throw Cancelled();
+    if (status_ == errSecIO)
+        known_ = true; // an open store that does not give its item out: asking again would change nothing
     if (!known_)
         throw CodexTokenStoreError::osStatus(status_);
 }

@@ -30,8 +30,9 @@ public:
     /// Reads the store, unless that was done; a store that could not be asked (it may have been locked) is
     /// asked again at the next call. Registrations that never became an account are dropped. Never throws.
     Task<> load();
-    /// The same for somebody who is going to store: the user is asked to unlock the store. Throws
-    /// CodexTokenStoreError when the profiles are still not known, Cancelled when this object goes away.
+    /// The same for somebody who is going to store: the user is asked to unlock the store. An item that is
+    /// broken in an open store (errSecIO) counts as none and will be overwritten. Throws CodexTokenStoreError
+    /// when the store stays locked or cannot be reached, Cancelled when this object goes away.
     Task<> open();
     /// Stores and publishes `change`, if `wanted` holds before and after; otherwise the store gets its old
     /// content back, or is read again by the next call where that failed. Returns whether it was made. Throws

@@ -109,6 +109,18 @@ Task<CodexTokens> CodexOAuthService::refreshed(CodexTokens profile, QUuid genera
     co_return tokens;
 }
 
+Task<> CodexOAuthService::settled()
+{
+    const QPointer<CodexOAuthService> self(this);
+    const auto unfinished = unfinishedRefreshes_;
+    for (const auto& entry : unfinished) {
+        if (const auto refresh = entry.second.lock())
+            co_await ended(refresh->promise.future());
+    }
+    if (self)
+        co_await profiles_.settled();
+}
+
 void CodexOAuthService::cancelRefresh()
 {
     if (refresh_)
@@ -127,8 +139,9 @@ Task<CodexOAuthService::InferenceContext> CodexOAuthService::inferenceContext(st
         if (!tokens.canUsePlan())
             throw CodexOAuthError(
                 QStringLiteral("Enable ChatGPT plan usage in ChatGPT settings, then reconnect."));
+        NetworkFailure unloaded;
         if (models_.isEmpty())
-            co_await loadModels(stop);
+            unloaded = co_await modelsLoaded(stop);
         if (!self)
             throw Cancelled();
         const auto current = this->tokens();
@@ -140,6 +153,8 @@ Task<CodexOAuthService::InferenceContext> CodexOAuthService::inferenceContext(st
             if (model.slug == selectedModel_)
                 co_return InferenceContext{tokens, selectedModel_};
         }
+        if (unloaded)
+            throw *unloaded; // no choice would help
         throw CodexOAuthError(QStringLiteral("Choose an available ChatGPT model in Settings."));
     }
 }

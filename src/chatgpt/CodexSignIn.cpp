@@ -7,6 +7,11 @@ namespace quillmarsh {
 
 namespace {
 
+QString notOpened()
+{
+    return QStringLiteral("Couldn’t open your browser. Please try again.");
+}
+
 QString messageFor(const QString& error)
 {
     if (error == QLatin1String("access_denied"))
@@ -105,12 +110,18 @@ Task<CodexOAuthService::Grant> CodexOAuthService::authorize(Attempt attempt)
     if (environment_.defaults)
         request.hostID = AuthorizationRequest::storedHostID(*environment_.defaults);
     const auto server = std::make_shared<OAuthCallbackServer>(
-        request.state, environment_.endpoints.authOrigin, environment_.callbackLimits);
+        request.state, environment_.endpoints.authOrigin, environment_.alarms);
     server_ = server;
     const CodexEnvironment environment = environment_;
     request.port = co_await server->start();
+    // The address holds the state and the last ID token, and is seen on no command line.
+    OneShotRedirect entrance(request.url(environment.endpoints), environment.isOfAnotherUser,
+                             environment.alarms);
+    const std::optional<QUrl> address = entrance.start();
+    if (!address)
+        throw CodexOAuthError(notOpened());
     // The browser may be slow to come back from opening; the redirect does not wait for it.
-    detach(openBrowser(environment, request.url(environment.endpoints), server));
+    detach(openBrowser(environment, *address, server));
     const OAuthCallbackServer::Callback callback = co_await server->waitForCallback();
     throwIfStopped(attempt.stop);
     if (callback.error)
@@ -132,8 +143,7 @@ Task<> CodexOAuthService::openBrowser(CodexEnvironment environment, QUrl url,
     }
     const auto waiting = server.lock();
     if (!opened && waiting)
-        waiting->finish(std::make_exception_ptr(
-            CodexOAuthError(QStringLiteral("Couldn’t open your browser. Please try again."))));
+        waiting->finish(std::make_exception_ptr(CodexOAuthError(notOpened())));
 }
 
 /// Recorded before the exchange: the server knows this client from now on, whatever happens. An account that
@@ -150,7 +160,6 @@ Task<> CodexOAuthService::recordRegistration(Attempt attempt, QString clientID)
         co_await profiles_.apply(CodexProfiles::saving(placeholder), stillUnder(attempt.generation));
     if (!self || !saved)
         throw Cancelled();
-    pendingRegistration_ = placeholder;
 }
 
 Task<CodexTokens> CodexOAuthService::exchange(Attempt attempt, Grant grant)
@@ -178,7 +187,6 @@ Task<> CodexOAuthService::adopt(Attempt attempt, CodexTokens tokens)
         co_await profiles_.apply(attempt.existing ? save : saveAlone, stillUnder(attempt.generation));
     if (!self || !saved)
         throw Cancelled();
-    pendingRegistration_.reset();
     activate(tokens.clientID);
     if (!tokens.canUsePlan())
         setLastError(

@@ -1,19 +1,15 @@
 #pragma once
 
 #include "base/Task.h"
+#include "chatgpt/LoopbackListener.h"
 
 #include <QFuture>
-#include <QObject>
 #include <QPromise>
-#include <QTcpServer>
-#include <QTimer>
 
 #include <exception>
 #include <optional>
 
 namespace quillmarsh {
-
-class CallbackConnection;
 
 /// Receives the browser's redirect at the end of one sign-in attempt: a one-shot HTTP server on 127.0.0.1,
 /// on a port that the system chooses. It answers every request with a small page; the first valid callback,
@@ -33,18 +29,16 @@ public:
         bool operator==(const Callback&) const = default;
     };
 
-    struct Limits
+    struct Reply
     {
-        std::chrono::milliseconds attempt = std::chrono::seconds(300);   ///< from start() on
-        std::chrono::milliseconds connection = std::chrono::seconds(10); ///< for one complete request
-        qsizetype requestBytes = 16384;
-        /// Open connections. One more ends the oldest, so that idle ones never keep the redirect out.
-        qsizetype connections = 128;
+        QByteArray response;              ///< for the browser
+        std::optional<Callback> callback; ///< when the request succeeds
     };
 
+    static constexpr std::chrono::seconds patience{300}; ///< from start() on
+
     /// `state` is the expected state of the attempt, `issuer` the authorization server's origin.
-    OAuthCallbackServer(QString state, QString issuer);
-    OAuthCallbackServer(QString state, QString issuer, Limits limits);
+    OAuthCallbackServer(QString state, QString issuer, Alarms alarms = setAlarm);
     /// Whoever still waits gets Cancelled.
     ~OAuthCallbackServer() override;
 
@@ -62,23 +56,20 @@ public:
     [[nodiscard]] static std::optional<Callback> parse(const QString& target, const QString& expectedState,
                                                        const QString& issuer);
 
-private:
-    /// So many connections are taken before those that are already there are read on.
-    static constexpr int acceptedAtOnce = 16;
+    /// What a request gets. It succeeds with a valid callback, as long as there is no outcome.
+    [[nodiscard]] Reply replyTo(const QString& request) const;
 
-    void acceptPending();
-    void admit(QTcpSocket* socket);
+private:
     void answer(CallbackConnection& connection, const QString& request);
     void record(const std::function<void()>& setOutcome);
 
     QString state_;
     QString issuer_;
-    Limits limits_;
-    QTcpServer listener_;
-    QTimer timeout_;
+    Alarms alarms_;
+    LoopbackListener listener_;
+    Alarm timeout_;
     QPromise<Callback> outcome_;
     QFuture<Callback> future_;
-    QList<CallbackConnection*> connections_; ///< oldest first
     bool finished_ = false;
 };
 

@@ -6,6 +6,7 @@
 #include "base/Http.h"
 #include "support/CoroutineTest.h"
 #include "support/HttpTestServer.h"
+#include "support/ImpatientSession.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -51,6 +52,14 @@ private slots:
         const QJsonObject user{{"role", "user"}, {"content", "a b "}};
         QCOMPARE(QJsonDocument::fromJson(request.body).object(),
                  QJsonObject({{"model", "gpt-4o"}, {"messages", QJsonArray{system, user}}}));
+    }
+
+    void anEmptyTextIsSentLikeAnyOther()
+    {
+        server_->answer(200, R"({"choices":[{"message":{"content":"x"}}]})");
+        QCOMPARE(openAI(QString(), std::nullopt), QStringLiteral("x"));
+        const QJsonObject body = QJsonDocument::fromJson(server_->requests().at(firstRequest_).body).object();
+        QCOMPARE(body["messages"][1].toObject(), QJsonObject({{"role", "user"}, {"content", ""}}));
     }
 
     void anthropicSendsExactlyTheRequest()
@@ -171,6 +180,29 @@ private slots:
         } catch (const TransportError& error) {
             QCOMPARE(error.errorDescription(), QStringLiteral("Couldn’t connect to the server."));
         }
+    }
+
+    void aServerThatNeverAnswersTimesOut()
+    {
+        server_->stayMute();
+        const QNetworkRequest request = makeRequest(QUrl(server_->origin()), std::chrono::milliseconds(100));
+        try {
+            std::ignore = test::runTask(send(&sharedUrlSession(), "POST", request, "x", {}));
+            QFAIL("no error");
+        } catch (const TransportError& error) {
+            QCOMPARE(error.errorDescription(), QStringLiteral("The request timed out."));
+        }
+        QCOMPARE(server_->requests().size(), firstRequest_ + 1);
+    }
+
+    void openAIHasHalfAMinuteToAnswer()
+    {
+        server_->answer(200, R"({"choices":[{"message":{"content":"x"}}]})");
+        test::ImpatientSession session;
+        OpenAIChatService service(session, server_->origin() + QStringLiteral("/v1/chat/completions"),
+                                  QStringLiteral("gpt-4o"));
+        std::ignore = test::runTask(service.rewriteText(QStringLiteral("t"), {}, {}, {}));
+        QCOMPARE(session.timeouts, (QHash<QString, int>{{QStringLiteral("/v1/chat/completions"), 30'000}}));
     }
 
     void aStopClosesTheConnectionAtOnce()

@@ -3,6 +3,7 @@
 #include "base/Http.h"
 #include "support/CoroutineTest.h"
 #include "support/HttpTestServer.h"
+#include "support/ImpatientSession.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -27,6 +28,7 @@ private slots:
         const test::RecordedRequest& request = server_.requests().back();
         QCOMPARE(request.target, "/api/rewrite");
         QCOMPARE(request.method, "POST");
+        QCOMPARE(request.headers.value("content-type"), "application/json");
         QCOMPARE(request.headers.value("authorization"), "Bearer installation");
         QCOMPARE(QJsonDocument::fromJson(request.body).object(), QJsonObject({{"text", " text\n"}}));
         std::ignore = rewrite(QStringLiteral("Shorter."));
@@ -98,6 +100,43 @@ private slots:
         QCOMPARE(usage_.quota(), std::optional(CloudQuota{20, 19, std::nullopt}));
     }
 
+    void anUndecodableErrorLeavesTheQuota()
+    {
+        const CloudQuota known{20, 7, QStringLiteral("2030-01-01")};
+        usage_.setQuota(known);
+        QSignalSpy published(&usage_, &CloudUsage::quotaChanged);
+        server_.answer(503, "<html><h1>Service unavailable</h1></html>");
+        QVERIFY_EXCEPTION_THROWN(std::ignore = rewrite(std::nullopt), AIError);
+        QCOMPARE(usage_.quota(), std::optional(known));
+        QVERIFY(published.isEmpty());
+    }
+
+    void aStopDoesNotWaitForTheToken()
+    {
+        const qsizetype before = server_.requests().size();
+        const std::stop_source asked;
+        const auto token = [asked] { return tokenAfter(asked.get_token()); };
+        CloudAIService service(sharedUrlSession(), token, usage_);
+        std::stop_source stop;
+        Task<QString> rewriting =
+            service.rewriteText(QStringLiteral("text"), {}, std::nullopt, stop.get_token());
+        QVERIFY(!rewriting.isReady());
+        stop.request_stop();
+        QVERIFY_EXCEPTION_THROWN(test::runTask(std::move(rewriting), std::chrono::seconds(1)), Cancelled);
+        std::stop_source(asked).request_stop();
+        QTest::qWait(50);
+        QCOMPARE(server_.requests().size(), before);
+    }
+
+    void theServiceHasAMinuteToAnswer()
+    {
+        server_.answer(200, R"({"text":"Done."})");
+        test::ImpatientSession session;
+        CloudAIService service(session, &tst_CloudAIService::token, usage_);
+        std::ignore = test::runTask(service.rewriteText(QStringLiteral("text"), {}, std::nullopt, {}));
+        QCOMPARE(session.timeouts, (QHash<QString, int>{{QStringLiteral("/api/rewrite"), 60'000}}));
+    }
+
     void whatIsNotHttpIsAnError()
     {
         server_.setResponder([](const test::RecordedRequest&, QTcpSocket& socket) {
@@ -109,6 +148,11 @@ private slots:
 
 private:
     static Task<QString> token() { co_return QStringLiteral("installation"); }
+    static Task<QString> tokenAfter(std::stop_token known)
+    {
+        co_await sleepFor(std::chrono::hours(1), known);
+        co_return QStringLiteral("installation");
+    }
 
     QString rewrite(const std::optional<QString>& instruction)
     {

@@ -12,6 +12,23 @@ namespace {
 const test::FakeSecItems::Key item{QStringLiteral("com.quillmarsh.app"),
                                    QStringLiteral("quillmarsh-cloud-installation")};
 
+/// Empty, and slow to say so.
+class SlowSecItems final : public SecItems
+{
+public:
+    int lookUps = 0;
+
+    Task<SecItemResult> copyMatching(SecItemQuery) override
+    {
+        ++lookUps;
+        co_await sleepFor(std::chrono::milliseconds(5));
+        co_return SecItemResult{errSecItemNotFound, {}};
+    }
+    Task<OSStatus> update(SecItemQuery, QByteArray) override { co_return errSecItemNotFound; }
+    Task<OSStatus> add(SecItemQuery, QByteArray, SecAccessible) override { co_return errSecSuccess; }
+    Task<OSStatus> remove(SecItemQuery) override { co_return errSecSuccess; }
+};
+
 } // namespace
 
 class tst_InstallationToken final : public QObject
@@ -67,6 +84,17 @@ private slots:
         const QString value = test::runTask(std::move(first));
         QCOMPARE(test::runTask(std::move(second)), value);
         QCOMPARE(items.items.at(item), value.toLatin1());
+    }
+
+    void aStoreThatAsksTheUserIsAskedOnce()
+    {
+        SlowSecItems items;
+        InstallationToken token(items);
+        Task<QString> first = token.value();
+        Task<QString> second = token.value();
+        const QString value = test::runTask(std::move(first));
+        QCOMPARE(test::runTask(std::move(second)), value);
+        QCOMPARE(items.lookUps, 1);
     }
 };
 

@@ -16,9 +16,13 @@ private slots:
         const QString prompt = buildSystemPrompt(std::nullopt);
         QCOMPARE(prompt.size(), 326);
         QCOMPARE(buildSystemPrompt(QString()), prompt);
-        QVERIFY(
-            prompt.startsWith(QStringLiteral("You are a writing assistant. Fix grammar, spelling, and ")));
-        QVERIFY(prompt.endsWith(QStringLiteral("If the text is already correct, return it unchanged.")));
+        QCOMPARE(buildSystemPrompt(QStringLiteral("")), prompt);
+        QCOMPARE(prompt,
+                 QStringLiteral(
+                     "You are a writing assistant. Fix grammar, spelling, and punctuation errors in the "
+                     "provided text. Return ONLY the corrected text with no explanations, no quotes, no "
+                     "markdown formatting. Preserve the original meaning, tone, style, and formatting (line "
+                     "breaks, spacing, etc.). If the text is already correct, return it unchanged."));
     }
 
     void anInstructionStandsBetweenThePieces_data()

@@ -1,5 +1,6 @@
 #include "support/ConnectionFixture.h"
 #include "support/FailOnWarnings.h"
+#include "support/ImpatientSession.h"
 #include "support/TestTls.h"
 
 #include <QSignalSpy>
@@ -133,6 +134,22 @@ private slots:
         QCOMPARE(f_->auth.count(FakeAuthorizationServer::revokePath), requests);
     }
 
+    void aServerThatDoesNotConfirmIsNotWaitedForForEver()
+    {
+        useTls();
+        test::ImpatientSession session;
+        CodexEnvironment environment = f_->environment();
+        environment.session = &session;
+        f_->service = std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load);
+        f_->connectAccount();
+        f_->auth.hold(FakeAuthorizationServer::revokePath);
+        session.haste = 50;
+        test::runTask(f_->service->signOut());
+        QCOMPARE(f_->service->lastError(), revocationMessage);
+        QCOMPARE(f_->auth.parked(), 1);
+        QCOMPARE(session.timeouts.value(QString::fromLatin1(FakeAuthorizationServer::revokePath)), 15'000);
+    }
+
     void signOutWithoutNetwork()
     {
         f_->connectAccount();
@@ -192,6 +209,25 @@ private slots:
         test::runTask(std::move(attempt));
         QVERIFY(!f_->service->isAuthenticating());
         QVERIFY(f_->service->profiles().isEmpty());
+    }
+
+    /// The store may be slow to forget the account, and the user quick to connect the next one.
+    void aSignInDuringASignOutGoesOn()
+    {
+        useTls();
+        f_->connectAccount();
+        f_->secItems.held = true;
+        Task<> leaving = f_->service->signOut();
+        QTRY_COMPARE(f_->secItems.waiting, 1);
+        Task<> joining = f_->service->signIn(true);
+        f_->secItems.held = false;
+        test::runTask(std::move(leaving));
+        test::runTask(std::move(joining));
+        QVERIFY(!f_->service->isAuthenticating());
+        QCOMPARE(f_->service->lastError(), std::nullopt);
+        QCOMPARE(f_->service->activeClientID(), QStringLiteral("client-2"));
+        QCOMPARE(f_->service->profiles().size(), 1);
+        QCOMPARE(f_->secItems.storedProfiles(), f_->service->profiles());
     }
 
     void selectingAProfile()
@@ -279,6 +315,62 @@ private slots:
         QCOMPARE(f_->service->lastError(),
                  QStringLiteral("Couldn’t load ChatGPT models (HTTP 401). Try reconnecting."));
         QCOMPARE(f_->model.modelsRequests, 4);
+        for (const int status : {300, 302, 307, 404}) {
+            f_->model.modelsStatuses = {status};
+            loadModels();
+            QCOMPARE(f_->service->lastError(),
+                     QStringLiteral("Couldn’t load ChatGPT models (HTTP %1). Try reconnecting.").arg(status));
+        }
+    }
+
+    void aListThatDoesNotArrive()
+    {
+        f_->connectAccount();
+        f_->model.http().setResponder(
+            [](const test::RecordedRequest&, QTcpSocket& socket) { socket.abort(); });
+        loadModels();
+        QCOMPARE(f_->service->lastError(), QStringLiteral("The network connection was lost."));
+        QVERIFY(f_->service->models().isEmpty() && !f_->service->isLoadingModels());
+        f_->model.http().setResponder([](const test::RecordedRequest&, QTcpSocket& socket) {
+            socket.write("HTTP/1.1 200 OK\r\nContent-Length: 500\r\n\r\n{\"models\":[]}");
+            socket.disconnectFromHost();
+        });
+        loadModels();
+        QCOMPARE(f_->service->lastError(), QStringLiteral("The network connection was lost."));
+    }
+
+    void aListThatDoesNotArriveLeavesTheOldOne()
+    {
+        f_->connectAccount();
+        loadModels();
+        f_->service->setSelectedModel(QStringLiteral("m-2"));
+        f_->model.modelsStatuses = {500};
+        loadModels();
+        QCOMPARE(slugs(*f_->service), listedSlugs);
+        QCOMPARE(f_->service->selectedModel(), QStringLiteral("m-2"));
+    }
+
+    void aReconnectionForgetsTheModels()
+    {
+        f_->connectAccount();
+        loadModels();
+        QSignalSpy models(f_->service.get(), &CodexOAuthService::modelsChanged);
+        f_->connectAccount();
+        QCOMPARE(models.size(), 1);
+        QVERIFY(f_->service->models().isEmpty());
+        QCOMPARE(f_->service->selectedModel(), QStringLiteral("m-1"));
+    }
+
+    /// Whoever hears of the models hears of those of the profile that is active by then.
+    void aSwitchIsToldWhenAllOfItIsInPlace()
+    {
+        connectTwoAccounts();
+        loadModels();
+        QString active;
+        connect(f_->service.get(), &CodexOAuthService::modelsChanged, this,
+                [&] { active = f_->service->activeClientID(); });
+        f_->service->selectProfile(QStringLiteral("client-1"));
+        QCOMPARE(active, QStringLiteral("client-1"));
     }
 
     void aWithdrawnTokenIsRefreshedOnce()

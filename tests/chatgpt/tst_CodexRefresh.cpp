@@ -96,6 +96,18 @@ private slots:
         QCOMPARE(f_->secItems.storedProfiles(), QList<CodexTokens>{refreshed});
     }
 
+    void theModelsAreAskedForWithAFreshToken()
+    {
+        f_->connectAccount();
+        leave(299);
+        f_->auth.now = f_->now;
+        test::runTask(f_->service->loadModels());
+        QCOMPARE(tokenRequests(), 2);
+        QCOMPARE(f_->model.modelsRequests, 1);
+        QCOMPARE(f_->model.http().requests().back().headers.value("authorization"),
+                 "Bearer " + f_->service->tokens()->accessToken.toUtf8());
+    }
+
     void aForcedRefreshDoesNotLookAtTheExpiry()
     {
         f_->connectAccount();
@@ -251,6 +263,97 @@ private slots:
             f_->auth.violations.clear();
     }
 
+    /// Whoever lost a refresh to a switch waits for the store, and goes on with whatever account there is
+    /// then.
+    void aSignOutBehindAnEndedRefresh()
+    {
+        connectTwoAccounts();
+        const QList<CodexTokens> both = f_->service->profiles();
+        f_->auth.hold(FakeAuthorizationServer::tokenPath);
+        Task<CodexTokens> refreshing = f_->service->refreshIfNeeded(Refresh::forced);
+        QTRY_COMPARE(f_->auth.parked(), 1);
+        f_->secItems.held = true;
+        Task<> saving = f_->service->save(both.last());
+        QTRY_COMPARE(f_->secItems.waiting, 1);
+        f_->service->selectProfile(both.first().clientID);
+        QTest::qWait(20); // the refresh has ended
+        QVERIFY(!refreshing.isReady());
+        Task<> signingOut = f_->service->signOut();
+        f_->secItems.held = false;
+        QVERIFY(both.contains(test::runTask(std::move(refreshing))));
+        test::runTask(std::move(saving));
+        test::runTask(std::move(signingOut));
+        QCOMPARE(f_->service->profiles(), both.mid(1));
+        QCOMPARE(f_->secItems.storedProfiles(), both.mid(1));
+        f_->auth.release();
+    }
+
+    /// A refresh token is handed out once, so the process does not end before the new one is stored.
+    void theEndWaitsForTheStore()
+    {
+        f_->connectAccount();
+        QVERIFY(f_->service->settled().isReady());
+        f_->secItems.held = true;
+        Task<CodexTokens> refreshing = f_->service->refreshIfNeeded(Refresh::forced);
+        QTRY_COMPARE(f_->secItems.waiting, 1);
+        Task<> settled = f_->service->settled();
+        QTest::qWait(20);
+        QVERIFY(!settled.isReady());
+        f_->secItems.held = false;
+        test::runTask(std::move(settled));
+        QCOMPARE(f_->secItems.storedProfiles(), QList<CodexTokens>{*f_->service->tokens()});
+        QCOMPARE(test::runTask(std::move(refreshing)), *f_->service->tokens());
+    }
+
+    void theEndWaitsForARefreshUnderWay()
+    {
+        f_->connectAccount();
+        f_->auth.hold(FakeAuthorizationServer::tokenPath);
+        Task<CodexTokens> refreshing = f_->service->refreshIfNeeded(Refresh::forced);
+        QTRY_COMPARE(f_->auth.parked(), 1);
+        Task<> settled = f_->service->settled();
+        QTest::qWait(20);
+        QVERIFY(!settled.isReady());
+        f_->auth.release();
+        test::runTask(std::move(settled));
+        const QString fresh = f_->service->tokens()->refreshToken;
+        QCOMPARE(f_->secItems.storedProfiles().first().refreshToken, fresh);
+        QCOMPARE(test::runTask(std::move(refreshing)).refreshToken, fresh);
+    }
+
+    /// Whatever the user does before the stored accounts are there counts for a rewrite that waits for them.
+    void overtakenWhileTheStoreIsRead_data()
+    {
+        QTest::addColumn<QString>("deed");
+        for (const char* deed : {"switch", "sign out", "end"})
+            QTest::newRow(deed) << QString::fromLatin1(deed);
+    }
+    void overtakenWhileTheStoreIsRead()
+    {
+        QFETCH(QString, deed);
+        connectTwoAccounts();
+        const QList<CodexTokens> both = f_->service->profiles();
+        f_->secItems.held = true;
+        f_->service =
+            std::make_unique<CodexOAuthService>(f_->environment(), CodexOAuthService::StoredState::load);
+        Task<CodexTokens> refreshing = f_->service->refreshIfNeeded(Refresh::ifNeeded);
+        std::vector<Task<>> deeds;
+        if (deed == u"switch")
+            f_->service->selectProfile(both.first().clientID);
+        else if (deed == u"sign out")
+            deeds.push_back(f_->service->signOut());
+        else
+            f_->service.reset();
+        f_->secItems.held = false;
+        const QString outcome = failureOf(std::move(refreshing));
+        for (Task<>& task : deeds)
+            test::runTask(std::move(task));
+        QTRY_COMPARE(f_->secItems.waiting, 0);
+        QCOMPARE(outcome, deed == u"end" ? QStringLiteral("cancelled") : QString());
+        QCOMPARE(f_->secItems.storedProfiles(), deed == u"sign out" ? both.mid(0, 1) : both);
+        QCOMPARE(tokenRequests(), 2); // those of the sign-ins
+    }
+
     void twoRefreshesNeverRunForOneProfile()
     {
         connectTwoAccounts();
@@ -340,6 +443,17 @@ private slots:
                  QStringLiteral("Choose an available ChatGPT model in Settings."));
         QCOMPARE(f_->service->lastError(),
                  QStringLiteral("Couldn’t load ChatGPT models (HTTP 500). Try reconnecting."));
+    }
+
+    /// No choice of a model would help without a network.
+    void withoutANetworkTheContextSaysSo()
+    {
+        f_->connectAccount();
+        f_->model.http().setResponder(
+            [](const test::RecordedRequest&, QTcpSocket& socket) { socket.abort(); });
+        QCOMPARE(failureOf(f_->service->inferenceContext()),
+                 QStringLiteral("The network connection was lost."));
+        QCOMPARE(f_->service->lastError(), QStringLiteral("The network connection was lost."));
     }
 
     void aSwitchDuringTheContextGivesTheNewProfile()

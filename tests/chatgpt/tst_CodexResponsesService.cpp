@@ -5,6 +5,7 @@
 #include "chatgpt/CodexResponsesService.h"
 #include "support/ConnectionFixture.h"
 #include "support/FailOnWarnings.h"
+#include "support/ImpatientSession.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -194,6 +195,25 @@ private slots:
         QCOMPARE(f_->model.responsesRequests, 4);
     }
 
+    /// The second attempt is the new account's, with the model that was chosen for it.
+    void aSwitchDuringTheRefreshTakesTheOtherAccount()
+    {
+        f_->auth.account.subject = QStringLiteral("user-2");
+        f_->connectAccount(true);
+        f_->defaults->set(QStringLiteral("chatgpt.model.client-1"), QStringLiteral("m-2"));
+        f_->model.responsesStatuses = {401};
+        f_->auth.hold(test::FakeAuthorizationServer::tokenPath);
+        Task<QString> rewriting = rewrite();
+        QTRY_COMPARE(f_->auth.parked(), 1);
+        f_->service->selectProfile(QStringLiteral("client-1"));
+        QCOMPARE(test::runTask(std::move(rewriting)), f_->model.answer);
+        QCOMPARE(f_->model.lastBody.value(QLatin1String("model")).toString(), QStringLiteral("m-2"));
+        QCOMPARE(f_->model.http().requests().back().headers.value("authorization"),
+                 "Bearer " + f_->service->tokens()->accessToken.toUtf8());
+        QCOMPARE(f_->service->tokens()->clientID, QStringLiteral("client-1"));
+        f_->auth.release();
+    }
+
     void withoutAnAccountNothingIsSent()
     {
         test::runTask(f_->service->save([this] {
@@ -222,6 +242,83 @@ private slots:
         const auto before = f_->model.http().requests().size();
         QCOMPARE(failure(), QStringLiteral("The network connection was lost."));
         QCOMPARE(f_->model.http().requests().size(), before + 1);
+    }
+
+    void whatIsNotHttpIsNoAnswer()
+    {
+        test::runTask(f_->service->loadModels());
+        f_->model.http().setResponder([](const test::RecordedRequest&, QTcpSocket& socket) {
+            socket.write("HTTP/x.y hello\r\n\r\ndata: {}\n\n");
+            socket.disconnectFromHost();
+        });
+        const auto before = f_->model.http().requests().size();
+        QCOMPARE(failure(), QStringLiteral("The network connection was lost."));
+        QCOMPARE(f_->model.http().requests().size(), before + 1);
+    }
+
+    /// Sixty seconds without a byte end a rewrite, before the answer and in the middle of it.
+    void aSilentServerIsNotWaitedForForEver_data()
+    {
+        QTest::addColumn<bool>("hasBegun");
+        QTest::newRow("before the answer") << false;
+        QTest::newRow("in the middle of the answer") << true;
+    }
+    void aSilentServerIsNotWaitedForForEver()
+    {
+        QFETCH(bool, hasBegun);
+        test::runTask(f_->service->loadModels());
+        f_->model.onStream = [&](ModelStream answer) {
+            if (hasBegun)
+                answer.sendDelta(QStringLiteral("a part"));
+        };
+        test::ImpatientSession session;
+        session.haste = 600;
+        CodexResponsesService service(*f_->service, session, f_->model.apiBase());
+        try {
+            test::runTask(service.rewriteText(QStringLiteral("x"), {}, {}, {}));
+            QFAIL("an answer");
+        } catch (const TransportError& error) {
+            QCOMPARE(error.errorDescription(), QStringLiteral("The request timed out."));
+        }
+        QCOMPARE(session.timeouts.value(QStringLiteral("/v1/responses")), 60'000);
+        QCOMPARE(f_->model.responsesRequests, 1);
+    }
+
+    /// A slow answer is no silent one.
+    void everyByteStartsTheWaitAnew()
+    {
+        test::runTask(f_->service->loadModels());
+        test::ImpatientSession session;
+        session.haste = 600;
+        QTimer drip;
+        f_->model.onStream = [&](ModelStream answer) {
+            connect(&drip, &QTimer::timeout, this, [&drip, answer, sent = 0]() mutable {
+                answer.sendDelta(QStringLiteral("x"));
+                if (++sent < 10)
+                    return;
+                drip.stop();
+                answer.sendCompleted(QString());
+                answer.end();
+            });
+            drip.start(40);
+        };
+        CodexResponsesService service(*f_->service, session, f_->model.apiBase());
+        QCOMPARE(test::runTask(service.rewriteText(QStringLiteral("x"), {}, {}, {})), QString(10, u'x'));
+    }
+
+    void theOtherTimeOuts()
+    {
+        test::ImpatientSession session;
+        CodexEnvironment environment = f_->environment();
+        environment.session = &session;
+        f_->service = std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load);
+        f_->connectAccount();
+        test::runTask(f_->service->loadModels());
+        const QHash<QString, int> expected{
+            {QString::fromLatin1(test::FakeAuthorizationServer::tokenPath), 30'000},
+            {QString::fromLatin1(test::FakeAuthorizationServer::keysPath), 60'000},
+            {QStringLiteral("/v1/models"), 30'000}};
+        QCOMPARE(session.timeouts, expected);
     }
 
     void aStopClosesTheConnectionAtOnce_data()

@@ -1,10 +1,13 @@
 #include "support/ConnectionFixture.h"
 #include "support/FailOnWarnings.h"
+#include "support/ManualAlarms.h"
 #include "support/TestTls.h"
 
 #include <QJsonArray>
 #include <QSignalSpy>
 #include <QUrlQuery>
+
+#include <qcoro/qcoronetworkreply.h>
 
 using namespace quillmarsh;
 using test::ConnectionFixture;
@@ -25,6 +28,21 @@ QString failureOf(ConnectionFixture& fixture, bool addAccount)
     return fixture.service->lastError().value_or(QString());
 }
 
+/// A browser that brings a code back without any server's doing.
+Task<bool> approveWithoutServer(QUrl url)
+{
+    auto* const browser = new QNetworkAccessManager(QCoreApplication::instance());
+    QNetworkRequest request(url);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    QNetworkReply* const entrance = browser->get(request);
+    co_await entrance;
+    const QUrlQuery query(entrance->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl());
+    const QString redirect = query.queryItemValue(QStringLiteral("redirect_uri"), QUrl::FullyDecoded);
+    browser->get(QNetworkRequest(QUrl(redirect + QStringLiteral("?code=c&client_id=x&state=") +
+                                      query.queryItemValue(QStringLiteral("state")))));
+    co_return true;
+}
+
 } // namespace
 
 class tst_CodexSignIn final : public QObject
@@ -36,6 +54,15 @@ class tst_CodexSignIn final : public QObject
     /// Begins an attempt, cancels it as soon as `reached` holds, lets everything go, and checks that nothing
     /// of it stays behind.
     void cancelAt(const std::function<bool()>& reached);
+
+    /// Begins to add a third account and suspends the attempt at `place`.
+    [[nodiscard]] Task<> attemptHeldAt(const QString& place);
+    /// Lets whatever is held go on.
+    void letGo() const
+    {
+        f_->secItems.held = false;
+        f_->auth.release();
+    }
 
 private slots:
     void init()
@@ -173,12 +200,73 @@ private slots:
 
     void theAttemptTimesOut()
     {
+        test::ManualAlarms clock;
         f_->auth.visit = Visit::neverReturns;
         CodexEnvironment environment = f_->environment();
-        environment.callbackLimits.attempt = 100ms;
+        environment.alarms = clock.alarms();
         f_->service = std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load);
-        QCOMPARE(failureOf(*f_, false), QStringLiteral("Sign-in timed out. Please try again."));
+        Task<> attempt = f_->service->signIn(false);
+        QTRY_COMPARE(f_->auth.visitedUrls.size(), 1);
+        clock.advance(299'999ms);
+        test::runTask(sleepFor(20ms));
+        QVERIFY(f_->service->isAuthenticating());
+        clock.advance(1ms);
+        test::runTask(std::move(attempt));
+        QCOMPARE(f_->service->lastError(), QStringLiteral("Sign-in timed out. Please try again."));
     }
+
+    /// Whoever reads the command lines of this machine learns neither the state nor the last ID token.
+    void theAddressThatIsOpenedHoldsNoSecret()
+    {
+        f_->connectAccount();
+        f_->connectAccount(); // this one brings the ID token as a hint
+        QVERIFY(f_->auth.visitedUrls[1].toString().contains(QStringLiteral("id_token_hint")));
+        QCOMPARE(f_->auth.openedUrls.size(), 2);
+        QVERIFY(f_->auth.secrets.size() >= 12);
+        for (const QUrl& opened : f_->auth.openedUrls) {
+            QCOMPARE(opened.host(), QStringLiteral("127.0.0.1"));
+            for (const QString& secret : f_->auth.secrets)
+                QVERIFY2(!opened.toString().contains(secret), qPrintable(secret));
+        }
+    }
+
+    void anotherUsersProgramIsNotSentOn()
+    {
+        CodexEnvironment environment = f_->environment();
+        bool isAsked = false;
+        environment.isOfAnotherUser = [&](quint16, quint16) { return isAsked = true; };
+        f_->service = std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load);
+        Task<> attempt = f_->service->signIn(false);
+        QTRY_VERIFY(isAsked);
+        QVERIFY(f_->service->isAuthenticating() && f_->auth.visitedUrls.isEmpty());
+        f_->service->cancelSignIn();
+        test::runTask(std::move(attempt));
+        QCOMPARE(f_->auth.visitedUrls.size(), 0);
+    }
+
+    void theOpenedAddressIsDeadWhenTheAttemptEnds()
+    {
+        QUrl opened;
+        CodexEnvironment environment = f_->environment();
+        environment.openBrowser = [&](QUrl url) -> Task<bool> { // and the user never looks at it
+            opened = url;
+            co_return true;
+        };
+        f_->service = std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load);
+        Task<> attempt = f_->service->signIn(false);
+        QTRY_VERIFY(!opened.isEmpty());
+        f_->service->cancelSignIn();
+        test::runTask(std::move(attempt));
+        QTcpSocket socket;
+        QSignalSpy refused(&socket, &QTcpSocket::errorOccurred);
+        socket.connectToHost(QStringLiteral("127.0.0.1"), static_cast<quint16>(opened.port()));
+        QTRY_COMPARE(refused.size(), 1);
+        QCOMPARE(socket.error(), QTcpSocket::ConnectionRefusedError);
+    }
+
+    /// Every place where an attempt waits, and everything that can overtake it there.
+    void anOvertakenAttemptChangesNothing_data();
+    void anOvertakenAttemptChangesNothing();
 
     void onlyOneAttemptRuns()
     {
@@ -381,6 +469,37 @@ private slots:
         QCOMPARE(f_->service->profiles().size(), 1);
     }
 
+    /// What an open store cannot give out any more would otherwise keep every account out for ever.
+    void anItemThatIsBrokenInTheStoreIsOverwrittenByASignIn()
+    {
+        f_->connectAccount();
+        const QList<CodexTokens> before = f_->service->profiles();
+        f_->secItems.inner.copyStatus = errSecIO;
+        for (int i = 0; i < 3; ++i)
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("could not be read.*-36")));
+        f_->restart();
+        QVERIFY(f_->service->profiles().isEmpty());
+        QCOMPARE(f_->secItems.storedProfiles(), before); // not before somebody signs in
+        QCOMPARE(failureOf(*f_, false), QString());
+        QCOMPARE(f_->service->activeClientID(), QStringLiteral("client-2"));
+        QCOMPARE(f_->service->profiles().size(), 1);
+        QCOMPARE(f_->secItems.storedProfiles(), f_->service->profiles());
+    }
+
+    void aStoreThatIsAwayEndsTheAttempt()
+    {
+        f_->connectAccount();
+        const QList<CodexTokens> before = f_->secItems.storedProfiles();
+        f_->secItems.inner.copyStatus = errSecNotAvailable;
+        for (int i = 0; i < 3; ++i)
+            QTest::ignoreMessage(QtWarningMsg,
+                                 QRegularExpression(QStringLiteral("could not be read.*-25291")));
+        f_->restart();
+        QVERIFY(failureOf(*f_, false).contains(QStringLiteral("-25291")));
+        QCOMPARE(f_->secItems.storedProfiles(), before);
+        QCOMPARE(f_->auth.visitedUrls.size(), 1);
+    }
+
     void aLockedStoreIsUnlockedBeforeTheBrowserOpens()
     {
         f_->secItems.inner.copyStatus = errSecInteractionNotAllowed;
@@ -414,14 +533,7 @@ private slots:
     {
         CodexEnvironment environment = f_->environment();
         environment.endpoints.authOrigin = QStringLiteral("http://127.0.0.1:9");
-        environment.openBrowser = [](QUrl url) -> Task<bool> {
-            const QUrlQuery query(url);
-            const QString redirect = query.queryItemValue(QStringLiteral("redirect_uri"), QUrl::FullyDecoded);
-            auto* const browser = new QNetworkAccessManager(QCoreApplication::instance());
-            browser->get(QNetworkRequest(QUrl(redirect + QStringLiteral("?code=c&client_id=x&state=") +
-                                              query.queryItemValue(QStringLiteral("state")))));
-            co_return true;
-        };
+        environment.openBrowser = approveWithoutServer;
         f_->service = std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load);
         QCOMPARE(failureOf(*f_, false), QStringLiteral("Couldn’t connect to the server."));
     }
@@ -431,14 +543,7 @@ private slots:
         const test::TestTls tls;
         f_ = std::make_unique<ConnectionFixture>(&tls);
         CodexEnvironment environment = f_->environment();
-        environment.openBrowser = [](QUrl url) -> Task<bool> {
-            const QUrlQuery query(url);
-            const QString redirect = query.queryItemValue(QStringLiteral("redirect_uri"), QUrl::FullyDecoded);
-            auto* const browser = new QNetworkAccessManager(QCoreApplication::instance());
-            browser->get(QNetworkRequest(QUrl(redirect + QStringLiteral("?code=c&client_id=x&state=") +
-                                              query.queryItemValue(QStringLiteral("state")))));
-            co_return true;
-        };
+        environment.openBrowser = approveWithoutServer;
         f_->service = std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load);
         QCOMPARE(failureOf(*f_, false),
                  QStringLiteral("A secure connection to the server couldn’t be made."));
@@ -490,6 +595,106 @@ void tst_CodexSignIn::cancelAt(const std::function<bool()>& reached)
     QCOMPARE(f_->service->tokens(), std::nullopt);
     QCOMPARE(f_->service->activeClientID(), QString());
     QVERIFY(CodexProfiles::withoutPlaceholders(f_->secItems.storedProfiles()).isEmpty());
+}
+
+Task<> tst_CodexSignIn::attemptHeldAt(const QString& place)
+{
+    using Server = test::FakeAuthorizationServer;
+    if (place == u"reading" || place == u"unlocking") {
+        f_->secItems.inner.copyStatus = place == u"reading" ? errSecSuccess : errSecInteractionNotAllowed;
+        if (place == u"reading")
+            f_->secItems.held = true;
+        f_->service =
+            std::make_unique<CodexOAuthService>(f_->environment(), CodexOAuthService::StoredState::load);
+        f_->secItems.held = true;
+    }
+    const QHash<QString, QByteArray> paths{{QStringLiteral("page"), Server::authorizePath},
+                                           {QStringLiteral("registering"), Server::authorizePath},
+                                           {QStringLiteral("token"), Server::tokenPath},
+                                           {QStringLiteral("keys"), Server::keysPath},
+                                           {QStringLiteral("storing"), Server::keysPath}};
+    if (paths.contains(place))
+        f_->auth.hold(paths.value(place));
+    if (place == u"callback")
+        f_->auth.visit = Visit::neverReturns;
+    const qsizetype visited = f_->auth.visitedUrls.size();
+    Task<> attempt = f_->service->signIn(true);
+    const bool isInStore = place == u"registering" || place == u"storing";
+    const auto isHeld = [&] {
+        if (place == u"callback")
+            return f_->auth.visitedUrls.size() > visited;
+        return paths.contains(place) ? f_->auth.parked() == 1 : f_->secItems.waiting == 1;
+    };
+    if (!QTest::qWaitFor(isHeld))
+        qFatal("The attempt does not come to this place");
+    if (isInStore) {
+        f_->secItems.held = true;
+        f_->auth.release();
+        if (!QTest::qWaitFor([&] { return f_->secItems.waiting == 1; }))
+            qFatal("The attempt does not come to the store");
+    }
+    return attempt;
+}
+
+void tst_CodexSignIn::anOvertakenAttemptChangesNothing_data()
+{
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<QString>("deed");
+    for (const char* place :
+         {"reading", "unlocking", "page", "callback", "registering", "token", "keys", "storing"}) {
+        for (const char* deed : {"select", "sign out", "cancel", "sign in", "end"})
+            QTest::addRow("%s, %s", place, deed) << QString::fromLatin1(place) << QString::fromLatin1(deed);
+    }
+}
+
+void tst_CodexSignIn::anOvertakenAttemptChangesNothing()
+{
+    QFETCH(QString, place);
+    QFETCH(QString, deed);
+    f_->connectAccount();
+    f_->auth.account = {QStringLiteral("user-2"), QStringLiteral("two@example.com"), f_->auth.account.scopes};
+    f_->connectAccount(true);
+    const QList<CodexTokens> both = f_->service->profiles();
+    if (place == u"unlocking") {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("could not be read.*locked")));
+        f_->secItems.onUnlock = [this] { return f_->secItems.inner.copyStatus = errSecSuccess; };
+    }
+    f_->auth.account = {QStringLiteral("user-3"), QStringLiteral("three@example.com"),
+                        f_->auth.account.scopes};
+    std::vector<Task<>> tasks;
+    tasks.push_back(attemptHeldAt(place));
+
+    if (deed == u"select")
+        f_->service->selectProfile(QStringLiteral("client-1"));
+    else if (deed == u"sign out")
+        tasks.push_back(f_->service->signOut());
+    else if (deed == u"end")
+        f_->service.reset();
+    else
+        f_->service->cancelSignIn();
+    if (deed == u"sign in") {
+        f_->auth.visit = Visit::declines;
+        tasks.push_back(f_->service->signIn(true));
+    }
+    letGo();
+    for (Task<>& task : tasks)
+        test::runTask(std::move(task));
+    QTRY_COMPARE(f_->secItems.waiting, 0);
+
+    const QList<CodexTokens> stored = CodexProfiles::withoutPlaceholders(f_->secItems.storedProfiles());
+    if (deed == u"end") { // whatever had reached the store by then may be there
+        QCOMPARE(stored.mid(0, 2), both);
+        return;
+    }
+    const QList<CodexTokens> expected = deed == u"sign out" ? both.mid(0, 1) : both;
+    QCOMPARE(stored, expected);
+    QCOMPARE(CodexProfiles::withoutPlaceholders(f_->service->profiles()), expected);
+    const bool isFirst = deed == u"select" || deed == u"sign out";
+    QCOMPARE(f_->service->activeClientID(),
+             isFirst ? QStringLiteral("client-1") : QStringLiteral("client-2"));
+    QVERIFY(!f_->service->isAuthenticating());
+    if (deed == u"select" || deed == u"cancel")
+        QCOMPARE(f_->service->lastError(), std::nullopt);
 }
 
 void tst_CodexSignIn::tokenResponsesAreReadStrictly_data()

@@ -3,6 +3,7 @@
 #include "chatgpt/OAuthCallbackServer.h"
 #include "support/CoroutineTest.h"
 #include "support/FailOnWarnings.h"
+#include "support/ManualAlarms.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -103,9 +104,11 @@ class tst_OAuthCallbackServer final : public QObject
     std::unique_ptr<OAuthCallbackServer> server_;
     quint16 port_ = 0;
 
-    void startServer(OAuthCallbackServer::Limits limits = {})
+    test::ManualAlarms clock_;
+
+    void startServer()
     {
-        server_ = std::make_unique<OAuthCallbackServer>(state, issuer, limits);
+        server_ = std::make_unique<OAuthCallbackServer>(state, issuer, clock_.alarms());
         port_ = test::runTask(server_->start());
         QVERIFY(port_ > 0);
     }
@@ -114,12 +117,16 @@ class tst_OAuthCallbackServer final : public QObject
 
 private slots:
     void init() { test::failOnWarnings(); }
-    void cleanup() { server_.reset(); }
+    void cleanup()
+    {
+        server_.reset();
+        clock_ = {};
+    }
 
     void theLimitsAreThese()
     {
-        const OAuthCallbackServer::Limits limits;
-        QVERIFY(limits.attempt == 300s && limits.connection == 10s && limits.requestBytes == 16384);
+        QVERIFY(OAuthCallbackServer::patience == 300s);
+        QVERIFY(LoopbackListener::requestPatience == 10s && LoopbackListener::requestLimit == 16384);
     }
 
     void parses_data()
@@ -325,31 +332,44 @@ private slots:
 
     void bytesThatAreNotTextAreNeverARequest()
     {
-        startServer({.connection = 200ms});
-        QCOMPARE(exchange(port_, "\xff\xfe\x00 " + goodRequest), QByteArray());
+        startServer();
+        Client client(port_);
+        client.send("\xff\xfe\x00 " + goodRequest);
+        QTRY_COMPARE(clock_.pending(), 2);
+        clock_.advance(10s);
+        QTRY_VERIFY(client.isClosed());
+        QCOMPARE(client.received, QByteArray());
         QCOMPARE(exchange(port_, QByteArray(100'000, '\x80')), QByteArray());
         QCOMPARE(exchange(port_, goodRequest), acceptedPage);
     }
 
     void anIdleConnectionIsDropped()
     {
-        startServer({.connection = 100ms});
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(exchange(port_, "GET /auth"), QByteArray());
-        QVERIFY(timer.elapsed() >= 90);
+        startServer();
+        Client client(port_);
+        client.send("GET /auth");
+        QTRY_COMPARE(clock_.pending(), 2); // the attempt's and the connection's
+        clock_.advance(9'999ms);
+        QTest::qWait(20);
+        QVERIFY(client.isConnected());
+        clock_.advance(1ms);
+        QTRY_VERIFY(client.isClosed());
+        QCOMPARE(client.received, QByteArray());
         QCOMPARE(exchange(port_, goodRequest), acceptedPage);
     }
 
     void aByteNowAndThenDoesNotKeepAConnection()
     {
-        startServer({.connection = 300ms});
+        startServer();
         Client client(port_);
-        QTRY_VERIFY(client.isConnected());
-        QTimer drip;
-        connect(&drip, &QTimer::timeout, this, [&] { client.send("x"); });
-        drip.start(50ms);
-        QTRY_VERIFY_WITH_TIMEOUT(client.isClosed(), 3000);
+        QTRY_COMPARE(clock_.pending(), 2);
+        for (int second = 0; second < 10; ++second) {
+            QVERIFY(client.isConnected());
+            client.send("x");
+            QTest::qWait(5);
+            clock_.advance(1s);
+        }
+        QTRY_VERIFY(client.isClosed());
         QCOMPARE(client.received, QByteArray());
     }
 
@@ -400,8 +420,13 @@ private slots:
 
     void theAttemptTimesOut()
     {
-        startServer({.attempt = 100ms});
-        QVERIFY_EXCEPTION_THROWN(outcome(), CodexOAuthError);
+        startServer();
+        clock_.advance(299'999ms);
+        QCOMPARE(listeningAddresses(port_).size(), 1);
+        Task<OAuthCallbackServer::Callback> waiting = server_->waitForCallback();
+        clock_.advance(1ms);
+        QVERIFY_EXCEPTION_THROWN(test::runTask(std::move(waiting)), CodexOAuthError);
+        QCOMPARE(clock_.pending(), 0);
         try {
             outcome(); // and again: the outcome stays
         } catch (const CodexOAuthError& error) {
