@@ -37,13 +37,13 @@ Pressable {
         name: button.icon
         visible: button.icon !== ""
         color: AppDesign.accent
-        anchors { left: parent.left; leftMargin: button.padding + 2; verticalCenter: parent.verticalCenter }
+        anchors { left: parent.left; leftMargin: button.padding; verticalCenter: parent.verticalCenter }
     }
     Column {
         id: lines
         anchors {
             left: parent.left
-            leftMargin: symbol.visible ? button.padding + 2 + symbol.size + 10 : button.padding + 2
+            leftMargin: symbol.visible ? button.padding + symbol.size + 10 : button.padding
             right: end.left
             rightMargin: 10
             verticalCenter: parent.verticalCenter
@@ -70,6 +70,6 @@ Pressable {
     Row {
         id: end
         spacing: 8
-        anchors { right: parent.right; rightMargin: button.padding + 2; verticalCenter: parent.verticalCenter }
+        anchors { right: parent.right; rightMargin: button.padding; verticalCenter: parent.verticalCenter }
     }
 }

@@ -73,12 +73,9 @@ FocusScope {
             onAccepted: field.accepted()
             onTextEdited: field.edited()
 
-            // An editable text hands its text to whoever asks; hidden, it must not.
-            Accessible.role: echoMode === TextInput.Password ? Accessible.StaticText : Accessible.EditableText
-            Accessible.editable: true
+            Accessible.role: Accessible.EditableText
             Accessible.name: field.title !== "" ? field.title : field.placeholder
             Accessible.description: field.errorText !== "" ? field.errorText : field.hint
-            Accessible.passwordEdit: echoMode === TextInput.Password
         }
         AppText {
             anchors.fill: input

@@ -8,6 +8,8 @@ FocusScope {
     property string title
     property var options: []
     property int currentIndex: -1
+    // How many cards stand side by side.
+    property int columns: 1
     property alias spacing: column.spacing
 
     signal activated(int index)
@@ -36,24 +38,47 @@ FocusScope {
             weight: Font.Medium
             color: AppDesign.secondary
         }
-        Repeater {
-            id: cards
-            model: selector.options
+        Grid {
+            id: grid
 
-            AppSelectOption {
-                required property var modelData
-                required property int index
+            // Cards that stand side by side are equally high.
+            property real rowHeight: 0
 
-                width: column.width
-                title: modelData.title
-                subtitle: modelData.subtitle || ""
-                symbol: modelData.symbol || ""
-                selected: index === selector.currentIndex
-                // One stop for Tab: the chosen one, or the first where none is.
-                tabStop: selected || (index === 0 && selector.currentIndex < 0)
-                onClicked: selector.activated(index)
-                Keys.onUpPressed: selector.walk(index, -1)
-                Keys.onDownPressed: selector.walk(index, 1)
+            function measure() {
+                let highest = 0
+                for (let index = 0; index < cards.count; ++index)
+                    highest = Math.max(highest, cards.itemAt(index) ? cards.itemAt(index).implicitHeight : 0)
+                rowHeight = highest
+            }
+
+            width: parent.width
+            columns: selector.columns
+            spacing: column.spacing
+
+            Repeater {
+                id: cards
+                model: selector.options
+                onItemAdded: grid.measure()
+
+                AppSelectOption {
+                    required property var modelData
+                    required property int index
+
+                    height: grid.rowHeight
+                    onImplicitHeightChanged: grid.measure()
+                    width: Math.floor((grid.width - (selector.columns - 1) * grid.spacing) / selector.columns)
+                    title: modelData.title
+                    subtitle: modelData.subtitle || ""
+                    symbol: modelData.symbol || ""
+                    selected: index === selector.currentIndex
+                    // One stop for Tab: the chosen one, or the first where none is.
+                    tabStop: selected || (index === 0 && selector.currentIndex < 0)
+                    onClicked: selector.activated(index)
+                    Keys.onUpPressed: selector.walk(index, -selector.columns)
+                    Keys.onDownPressed: selector.walk(index, selector.columns)
+                    Keys.onLeftPressed: selector.walk(index, -1)
+                    Keys.onRightPressed: selector.walk(index, 1)
+                }
             }
         }
     }

@@ -33,9 +33,8 @@ RoundedBox {
         anchors.centerIn: parent
         text: cap.text
         visible: cap.symbol === ""
-        size: cap.framed ? 11 : 12
+        font: AppDesign.monospaced(cap.framed ? 11 : 12)
         color: cap.tone
-        weight: Font.Medium
         wrapMode: Text.NoWrap
         Accessible.ignored: true
     }

@@ -2,6 +2,7 @@
 
 #include "ui/kit/AppDesign.h"
 #include "ui/kit/FocusTrap.h"
+#include "ui/kit/ItemAccessible.h"
 #include "ui/kit/Pressable.h"
 #include "ui/kit/RoundedBox.h"
 #include "ui/kit/SymbolImage.h"
@@ -14,6 +15,7 @@ namespace quillmarsh {
 void registerKitTypes()
 {
     static const bool once = [] {
+        ItemAccessible::install();
         constexpr auto uri = "Quillmarsh.Kit";
         qmlRegisterSingletonType<AppDesign>(
             uri, 1, 0, "Design",

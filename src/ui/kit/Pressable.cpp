@@ -1,5 +1,6 @@
 #include "ui/kit/Pressable.h"
 
+#include <QAccessible>
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -110,12 +111,23 @@ void Pressable::itemChange(ItemChange change, const ItemChangeData& value)
 {
     QQuickItem::itemChange(change, value);
     if (change == ItemEnabledHasChanged) {
+        announceEnabled();
         emit hoveredChanged();
         press([this] { pointerDown_ = keyDown_ = false; });
     } else if (change == ItemVisibleHasChanged && !value.boolValue) {
         setHovered(false);
         press([this] { pointerDown_ = keyDown_ = false; });
     }
+}
+
+void Pressable::announceEnabled()
+{
+    if (!QAccessible::isActive())
+        return;
+    QAccessible::State changed;
+    changed.disabled = true;
+    QAccessibleStateChangeEvent event(this, changed);
+    QAccessible::updateAccessibility(&event);
 }
 
 void Pressable::setHovered(bool hovered)

@@ -48,6 +48,7 @@ protected:
     void itemChange(ItemChange change, const ItemChangeData& value) override;
 
 private:
+    void announceEnabled();
     void setHovered(bool hovered);
     void setVisualFocus(bool visualFocus);
     /// Runs `change` and tells when `pressed` is another afterwards.

@@ -3,6 +3,7 @@
 #include "base/LocalizedError.h"
 #include "platform/Workspace.h"
 #include "rewrite/AppSettings.h"
+#include "rewrite/ProviderSelection.h"
 
 #include <QMetaProperty>
 
@@ -20,15 +21,7 @@ APIKeyModel::APIKeyModel(AppSettings& settings, Workspace& workspace, KeychainSe
 
 QString APIKeyModel::account() const
 {
-    switch (provider_) {
-    case AIProvider::cloud:
-        return QLatin1String(KeychainService::cloudKey);
-    case AIProvider::openai:
-        return QLatin1String(KeychainService::openAIKey);
-    case AIProvider::claude:
-        return QLatin1String(KeychainService::anthropicKey);
-    }
-    Q_UNREACHABLE();
+    return keychainAccount(provider_);
 }
 
 QString APIKeyModel::providerName() const

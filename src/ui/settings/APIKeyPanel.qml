@@ -10,10 +10,24 @@ AppCard {
 
     spacing: 14
 
-    PanelHeading {
-        symbol: "key"
-        title: "Connect with an API key"
-        subtitle: panel.key.providerName
+    Item {
+        width: parent.width
+        height: Math.max(heading.height, page.height)
+
+        PanelHeading {
+            id: heading
+            width: parent.width - page.width - 16
+            symbol: "key"
+            title: "Connect with an API key"
+            subtitle: panel.key.providerName
+        }
+        AppLink {
+            id: page
+            objectName: "keyPage"
+            anchors { right: parent.right; verticalCenter: heading.verticalCenter }
+            text: "Get an API key ↗"
+            onClicked: panel.key.openKeyPage()
+        }
     }
     AppTextField {
         id: field
@@ -24,9 +38,6 @@ AppCard {
         readOnly: panel.key.isBusy
         revealed: panel.key.isShown
         onRevealedChanged: panel.key.isShown = revealed
-        // A hidden text has no name of its own for a screen reader; the field around it has.
-        Accessible.role: Accessible.Grouping
-        Accessible.name: title
         onAccepted: panel.key.save()
         Component.onCompleted: panel.key.adoptField(field)
 
@@ -43,10 +54,12 @@ AppCard {
         text: panel.key.status
         Accessible.role: Accessible.AlertMessage
     }
-    Row {
+    Flow {
+        width: parent.width
         spacing: 10
 
         AppButton {
+            id: save
             objectName: "saveKey"
             kind: "primary"
             text: "Save key"
@@ -59,20 +72,13 @@ AppCard {
             enabled: panel.key.canRemove
             onClicked: panel.key.remove()
         }
-    }
-    Rectangle {
-        width: parent.width
-        height: 1
-        color: AppDesign.border
-    }
-    AppLink {
-        text: "Get an API key ↗"
-        onClicked: panel.key.openKeyPage()
-    }
-    AppText {
-        width: parent.width
-        text: "API usage is billed separately by your provider."
-        size: 12
-        color: AppDesign.secondary
+        AppText {
+            height: save.height
+            verticalAlignment: Text.AlignVCenter
+            leftPadding: 6
+            text: "API usage is billed separately by your provider."
+            size: 12
+            color: AppDesign.secondary
+        }
     }
 }

@@ -58,42 +58,60 @@ Column {
             onClicked: account.chatGPT.signOut()
         }
     }
-    Note {
+    Item {
         width: parent.width
+        height: Math.max(hint.implicitHeight, reconnect.implicitHeight)
         visible: account.chatGPT.needsReconnect
-        symbol: "exclamationmark.circle"
-        tone: AppDesign.ink
-        text: "Reconnect to allow this app to use your plan."
-    }
-    AppButton {
-        objectName: "reconnect"
-        visible: account.chatGPT.needsReconnect && !account.chatGPT.isAuthenticating
-        kind: "primary"
-        text: "Reconnect"
-        onClicked: account.chatGPT.signIn()
-    }
-    AppFieldMenu {
-        objectName: "accountMenu"
-        width: parent.width
-        title: "Choose an account"
-        options: account.chatGPT.accounts.concat([{ title: "Add another account", symbol: "plus", enabled: !account.chatGPT.isAuthenticating }])
-        currentIndex: account.chatGPT.accountIndex
-        onActivated: (index) => {
-            if (index < account.chatGPT.accounts.length)
-                account.chatGPT.chooseAccount(index)
-            else
-                account.chatGPT.addAccount()
+
+        Note {
+            id: hint
+            anchors { left: parent.left; right: reconnect.left; rightMargin: 16; verticalCenter: parent.verticalCenter }
+            symbol: "exclamationmark.circle"
+            tone: AppDesign.ink
+            text: "Reconnect to allow this app to use your plan."
+        }
+        AppButton {
+            id: reconnect
+            objectName: "reconnect"
+            anchors { right: parent.right; verticalCenter: parent.verticalCenter }
+            visible: !account.chatGPT.isAuthenticating
+            kind: "primary"
+            text: "Reconnect"
+            onClicked: account.chatGPT.signIn()
         }
     }
-    AppFieldMenu {
-        objectName: "modelMenu"
+    Grid {
+        id: choices
+
+        readonly property real cell: columns === 1 ? width : (width - spacing) / 2
+
         width: parent.width
-        enabled: !account.chatGPT.needsReconnect && account.chatGPT.models.length > 0 && !account.chatGPT.isLoadingModels
-        title: "Model"
-        placeholder: account.chatGPT.isLoadingModels ? "Loading available models…" : "No model chosen"
-        options: account.chatGPT.models
-        currentIndex: account.chatGPT.isLoadingModels ? -1 : account.chatGPT.modelIndex
-        onActivated: (index) => account.chatGPT.chooseModel(index)
+        columns: width >= 34 * AppDesign.font(13).pixelSize ? 2 : 1
+        spacing: 14
+
+        AppFieldMenu {
+            objectName: "accountMenu"
+            width: choices.cell
+            title: "Choose an account"
+            options: account.chatGPT.accounts.concat([{ title: "Add another account", symbol: "plus", enabled: !account.chatGPT.isAuthenticating }])
+            currentIndex: account.chatGPT.accountIndex
+            onActivated: (index) => {
+                if (index < account.chatGPT.accounts.length)
+                    account.chatGPT.chooseAccount(index)
+                else
+                    account.chatGPT.addAccount()
+            }
+        }
+        AppFieldMenu {
+            objectName: "modelMenu"
+            width: choices.cell
+            enabled: !account.chatGPT.needsReconnect && account.chatGPT.models.length > 0 && !account.chatGPT.isLoadingModels
+            title: "Model"
+            placeholder: account.chatGPT.isLoadingModels ? "Loading available models…" : "No model chosen"
+            options: account.chatGPT.models
+            currentIndex: account.chatGPT.isLoadingModels ? -1 : account.chatGPT.modelIndex
+            onActivated: (index) => account.chatGPT.chooseModel(index)
+        }
     }
     Flow {
         width: parent.width

@@ -39,7 +39,9 @@ ChatGPTPanelModel::ChatGPTPanelModel(CodexOAuthService& oauth, Workspace& worksp
     for (const auto signal :
          {&Service::modelsChanged, &Service::isLoadingModelsChanged, &Service::selectedModelChanged})
         connect(&oauth, signal, this, &ChatGPTPanelModel::modelsChanged);
-    connect(&oauth, &Service::activeClientIDChanged, this, &ChatGPTPanelModel::loadModelsIfNeeded);
+    // Queued: a reconnection stores the account first and forgets its models then.
+    for (const auto signal : {&Service::activeClientIDChanged, &Service::profilesChanged})
+        connect(&oauth, signal, this, &ChatGPTPanelModel::loadModelsIfNeeded, Qt::QueuedConnection);
 }
 
 ChatGPTPanelModel::State ChatGPTPanelModel::state() const

@@ -17,13 +17,13 @@ QVariantMap describe(AIConnectionChoice choice)
 {
     switch (choice) {
     case AIConnectionChoice::chatgpt:
-        return option(u"ChatGPT"_s, u"Use your eligible ChatGPT plan."_s, u"bubble.left"_s);
+        return option(u"ChatGPT"_s, u"Your own plan"_s, u"bubble.left"_s);
     case AIConnectionChoice::cloud:
-        return option(displayName(AIProvider::cloud), u"No API key needed"_s, u"cloud"_s);
+        return option(displayName(AIProvider::cloud), u"Ready to use"_s, u"cloud"_s);
     case AIConnectionChoice::openaiKey:
-        return option(displayName(AIProvider::openai), u"Connect with an API key"_s, u"key"_s);
+        return option(displayName(AIProvider::openai), u"Your own API key"_s, u"key"_s);
     case AIConnectionChoice::claude:
-        return option(displayName(AIProvider::claude), u"Connect with an API key"_s, u"key"_s);
+        return option(displayName(AIProvider::claude), u"Your own API key"_s, u"key"_s);
     }
     Q_UNREACHABLE();
 }

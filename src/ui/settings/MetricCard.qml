@@ -15,19 +15,22 @@ AppCard {
     Accessible.name: title + ": " + figure.text
     Accessible.description: help
 
-    Row {
-        spacing: 9
+    Item {
+        width: parent.width
+        height: caption.implicitHeight
 
         AppIcon {
+            id: sign
             name: card.symbol
             color: AppDesign.accent
             anchors.verticalCenter: parent.verticalCenter
         }
         AppText {
+            id: caption
+            anchors { left: sign.right; leftMargin: 9; right: parent.right }
             text: card.title
             weight: Font.Medium
             color: AppDesign.secondary
-            wrapMode: Text.NoWrap
             Accessible.ignored: true
         }
     }

@@ -19,7 +19,7 @@ Item {
         name: note.symbol
         size: 14
         color: note.tone
-        anchors { top: parent.top; topMargin: 1 }
+        y: Math.max(0, Math.round((label.font.pixelSize * 1.26 - size) / 2)) // beside the first line
     }
     AppText {
         id: label

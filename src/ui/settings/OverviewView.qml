@@ -1,7 +1,7 @@
 import QtQuick
 import "qrc:/quillmarsh/kit"
 
-// Two figures, the writing actions at a glance, and the update row.
+// Two figures and the update row; once, after the getting-started guide, the writing actions that are there now.
 AppScrollView {
     id: view
 
@@ -38,10 +38,11 @@ AppScrollView {
         width: parent.width
         padding: 8
         spacing: 0
-        visible: view.models.actions.count > 0
+        objectName: "welcomeActions"
+        visible: view.models.tutorial.hasJustFinished && view.models.actions.count > 0
 
         Repeater {
-            model: view.models.actions
+            model: view.models.tutorial.hasJustFinished ? view.models.actions : null
 
             ActionSummary {
                 required property int index

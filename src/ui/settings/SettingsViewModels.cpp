@@ -42,6 +42,8 @@ SettingsViewModels::SettingsViewModels(const SettingsEnvironment& environment, Q
     connect(&sections_, &SettingsModel::sectionChanged, &tutorial_, [this] {
         if (sections_.section() != SettingsSection::guide)
             tutorial_.endDemo();
+        if (sections_.section() != SettingsSection::general)
+            tutorial_.endWelcome();
     });
     if (environment.loadsSavedKey)
         connections_.apiKey()->loadKey();

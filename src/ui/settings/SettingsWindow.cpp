@@ -1,6 +1,7 @@
 #include "ui/settings/SettingsWindow.h"
 
 #include "base/Log.h"
+#include "ui/kit/AppDesign.h"
 #include "ui/kit/KitTypes.h"
 #include "ui/settings/KeyCaptureView.h"
 #include "ui/settings/SettingsViewModels.h"
@@ -18,6 +19,15 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QSize windowSize(900, 660);
+constexpr QSize minimumSize(720, 520);
+
+/// Larger text needs a larger window, as far as the screen has the room.
+QSize withTextScale(QSize size, QSize room)
+{
+    constexpr int ordinary = 100;
+    const qreal scale = AppDesign::font(ordinary).pixelSize() / qreal(ordinary);
+    return (QSizeF(size) * scale).toSize().boundedTo(room).expandedTo(size);
+}
 
 void registerSettingsTypes()
 {
@@ -89,10 +99,11 @@ void SettingsWindow::open()
         [this] { QMetaObject::invokeMethod(this, &SettingsWindow::release, Qt::QueuedConnection); });
     view_->setTitle(u"Quillmarsh"_s);
     view_->setResizeMode(QQuickView::SizeRootObjectToView);
-    view_->setMinimumSize({720, 520});
-    view_->resize(windowSize);
     const QRect room = view_->screen()->availableGeometry();
-    view_->setPosition(room.center() - QRect({}, windowSize).center());
+    const QSize size = withTextScale(windowSize, room.size());
+    view_->setMinimumSize(withTextScale(minimumSize, room.size()));
+    view_->resize(size);
+    view_->setPosition(room.center() - QRect({}, size).center());
     load();
 }
 

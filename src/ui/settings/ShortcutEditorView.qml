@@ -33,7 +33,7 @@ AppSheet {
         title: "Instruction"
         hint: "Tell the AI how to rewrite the selected text."
         placeholder: "Write your own instruction"
-        minimumHeight: 104
+        minimumHeight: 8 * AppDesign.font(13).pixelSize
         onTextChanged: sheet.editor.instruction = text
     }
     ShortcutRecorderView {
@@ -47,6 +47,7 @@ AppSheet {
         AppText {
             anchors { left: parent.left; right: cancel.left; rightMargin: 12; verticalCenter: parent.verticalCenter }
             text: sheet.editor.problem
+            visible: text !== ""
             size: 12
             color: AppDesign.secondary
             Accessible.role: Accessible.AlertMessage

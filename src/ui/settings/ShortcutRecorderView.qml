@@ -29,6 +29,17 @@ Column {
         lineWidth: view.isRecording ? 1.5 : 1
         lineColor: view.isRecording ? AppDesign.accent : AppDesign.outline
 
+        // As large as the frame: assistive technology takes what has no size for hidden.
+        Loader {
+            anchors.fill: parent
+            active: view.isRecording
+            sourceComponent: KeyCaptureView {
+                recorder: view.editor.recorder
+                Accessible.role: Accessible.EditableText
+                Accessible.name: "Press your shortcut..."
+                Accessible.focusable: true
+            }
+        }
         AppButton {
             id: record
             objectName: "addShortcut"
@@ -36,7 +47,7 @@ Column {
             kind: "quiet"
             icon: "keyboard"
             text: "Add Keyboard Shortcut"
-            anchors { left: parent.left; leftMargin: 20; verticalCenter: parent.verticalCenter }
+            anchors { left: parent.left; leftMargin: 12; verticalCenter: parent.verticalCenter }
             onClicked: view.editor.startRecording()
         }
         KeycapRow {
@@ -49,8 +60,8 @@ Column {
             text: "Press your shortcut..."
             color: AppDesign.accent
             weight: Font.Medium
-            anchors { left: parent.left; leftMargin: 14; verticalCenter: parent.verticalCenter }
-            Accessible.role: Accessible.AlertMessage
+            anchors { left: parent.left; leftMargin: 12; verticalCenter: parent.verticalCenter }
+            Accessible.ignored: true
         }
         Row {
             spacing: 20
@@ -80,26 +91,11 @@ Column {
                 onClicked: view.editor.recorder.cancel()
             }
         }
-        Loader {
-            active: view.isRecording
-            sourceComponent: KeyCaptureView {
-                recorder: view.editor.recorder
-                Accessible.role: Accessible.EditableText
-                Accessible.name: "Press your shortcut..."
-                Accessible.focusable: true
-            }
-        }
     }
-    // The combination is drawn, as few fonts have its signs.
     Item {
-        id: owner
-        readonly property var pieces: view.editor.ownerNote !== "" ? view.editor.ownerNote.split(view.editor.shortcutText) : []
-
         width: parent.width
-        height: sentence.implicitHeight
+        height: owner.implicitHeight
         visible: view.editor.ownerNote !== ""
-        Accessible.role: Accessible.AlertMessage
-        Accessible.name: view.editor.ownerNote
 
         AppIcon {
             name: "exclamationmark.triangle"
@@ -107,35 +103,13 @@ Column {
             color: AppDesign.ink
             y: 1
         }
-        Flow {
-            id: sentence
+        ShortcutSentence {
+            id: owner
             x: 23
             width: parent.width - x
-            spacing: 4
-
-            AppText {
-                text: owner.pieces.length > 0 ? owner.pieces[0].trim() : ""
-                size: 12
-                Accessible.ignored: true
-            }
-            Row {
-                KeycapRow {
-                    text: view.editor.shortcutText
-                    framed: false
-                    tone: AppDesign.ink
-                    Accessible.ignored: true
-                }
-                AppText {
-                    text: owner.pieces.length > 1 ? owner.pieces[1].charAt(0) : ""
-                    size: 12
-                    Accessible.ignored: true
-                }
-            }
-            AppText {
-                text: owner.pieces.length > 1 ? owner.pieces[1].substring(1).trim() : ""
-                size: 12
-                Accessible.ignored: true
-            }
+            text: view.editor.ownerNote
+            shortcut: view.editor.shortcutText
+            Accessible.role: Accessible.AlertMessage
         }
     }
     AppText {

@@ -21,7 +21,7 @@ Column {
         width: parent.width
         icon: "bubble.left"
         text: "ChatGPT by OpenAI"
-        subtitle: step.tutorial.chatGPTText
+        subtitle: "Use your ChatGPT subscription."
         onClicked: {
             if (step.tutorial.isChatGPTConnected)
                 step.tutorial.showConnections()
@@ -29,21 +29,8 @@ Column {
                 step.tutorial.connectChatGPT()
         }
 
-        AppSpinner {
-            visible: running
-            running: step.tutorial.isWaitingForBrowser
-            anchors.verticalCenter: parent.verticalCenter
-        }
-        AppButton {
-            objectName: "tutorialCancelSignIn"
-            visible: step.tutorial.isWaitingForBrowser
-            kind: "quiet"
-            text: "Cancel"
-            anchors.verticalCenter: parent.verticalCenter
-            onClicked: step.tutorial.cancelSignIn()
-        }
         AppStatus {
-            visible: step.tutorial.isChatGPTConnected && !step.tutorial.isWaitingForBrowser
+            visible: step.tutorial.isChatGPTConnected
             positive: true
             text: "Connected"
             anchors.verticalCenter: parent.verticalCenter
@@ -64,10 +51,29 @@ Column {
         width: parent.width
         icon: "circle.hexagongrid"
         text: "Other connections"
-        subtitle: "Quillmarsh Cloud or an OpenAI API key"
+        subtitle: step.tutorial.waitingText || "Quillmarsh Cloud or an OpenAI API key"
         onClicked: step.tutorial.showConnections()
 
-        AppIcon { name: "chevron.right"; size: 14; color: AppDesign.secondary; anchors.verticalCenter: parent.verticalCenter }
+        AppSpinner {
+            visible: running
+            running: step.tutorial.isWaitingForBrowser
+            anchors.verticalCenter: parent.verticalCenter
+        }
+        AppButton {
+            objectName: "tutorialCancelSignIn"
+            visible: step.tutorial.isWaitingForBrowser
+            kind: "quiet"
+            text: "Cancel"
+            anchors.verticalCenter: parent.verticalCenter
+            onClicked: step.tutorial.cancelSignIn()
+        }
+        AppIcon {
+            visible: !step.tutorial.isWaitingForBrowser
+            name: "chevron.right"
+            size: 14
+            color: AppDesign.secondary
+            anchors.verticalCenter: parent.verticalCenter
+        }
     }
     Note {
         width: parent.width

@@ -48,22 +48,26 @@ Column {
             symbol: "hand.raised"
             title: "Enable shortcuts in other apps"
         }
-        Item {
+        Flow {
             width: parent.width
-            height: Math.max(badge.implicitHeight, setUp.implicitHeight)
+            spacing: 14
 
-            AppStatus {
-                id: badge
-                text: step.models.permissions.badge
-                positive: step.models.permissions.isEnabled
-                anchors.verticalCenter: parent.verticalCenter
-            }
             AppButton {
                 id: setUp
                 objectName: "setUpPermissions"
                 text: "Set up permissions"
-                anchors.right: parent.right
                 onClicked: step.models.tutorial.setUpPermissions()
+            }
+            Item {
+                width: badge.implicitWidth
+                height: setUp.implicitHeight
+
+                AppStatus {
+                    id: badge
+                    text: step.models.permissions.badge
+                    positive: step.models.permissions.isEnabled
+                    anchors.verticalCenter: parent.verticalCenter
+                }
             }
         }
     }

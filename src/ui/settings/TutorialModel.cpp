@@ -66,9 +66,9 @@ bool TutorialModel::isWaitingForBrowser() const
     return oauth_.isAuthenticating();
 }
 
-QString TutorialModel::chatGPTText() const
+QString TutorialModel::waitingText() const
 {
-    return isWaitingForBrowser() ? u"Continue in your browser…"_s : u"Use your ChatGPT subscription."_s;
+    return isWaitingForBrowser() ? u"Continue in your browser…"_s : QString();
 }
 
 QString TutorialModel::error() const
@@ -137,7 +137,16 @@ void TutorialModel::finish()
 {
     defaults_.set(QLatin1String(hasSeenModernOnboardingKey), true);
     setStep(0);
+    setJustFinished(true);
     show(SettingsSection::general);
+}
+
+void TutorialModel::setJustFinished(bool finished)
+{
+    if (hasJustFinished_ == finished)
+        return;
+    hasJustFinished_ = finished;
+    emit changed();
 }
 
 void TutorialModel::show(SettingsSection section)

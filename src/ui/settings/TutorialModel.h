@@ -23,7 +23,8 @@ class TutorialModel final : public QObject
     Q_PROPERTY(bool canSkip READ canSkip NOTIFY changed)
     Q_PROPERTY(bool isChatGPTConnected READ isChatGPTConnected NOTIFY changed)
     Q_PROPERTY(bool isWaitingForBrowser READ isWaitingForBrowser NOTIFY changed)
-    Q_PROPERTY(QString chatGPTText READ chatGPTText NOTIFY changed)
+    Q_PROPERTY(QString waitingText READ waitingText NOTIFY changed)
+    Q_PROPERTY(bool hasJustFinished READ hasJustFinished NOTIFY changed)
     Q_PROPERTY(QString error READ error NOTIFY changed)
 
 public:
@@ -43,8 +44,10 @@ public:
     [[nodiscard]] bool canSkip() const;
     [[nodiscard]] bool isChatGPTConnected() const;
     [[nodiscard]] bool isWaitingForBrowser() const;
-    /// What stands below the name on the ChatGPT card.
-    [[nodiscard]] QString chatGPTText() const;
+    /// Empty unless a sign-in waits for the browser.
+    [[nodiscard]] QString waitingText() const;
+    /// From "Done" until another section than the overview is chosen.
+    [[nodiscard]] bool hasJustFinished() const { return hasJustFinished_; }
     [[nodiscard]] QString error() const;
 
     /// What the primary button does in this step.
@@ -63,6 +66,8 @@ public:
     Q_INVOKABLE void tryDemo();
     /// The guide is left: it opens at the stored step the next time.
     void endDemo() { showDemo(false); }
+    /// The overview is left: the next time it shows no more than usual.
+    void endWelcome() { setJustFinished(false); }
 
 signals:
     void changed();
@@ -71,6 +76,7 @@ private:
     void setStep(int step);
     void showDemo(bool shown);
     void finish();
+    void setJustFinished(bool finished);
     void show(SettingsSection section);
     [[nodiscard]] bool isFinished() const;
 
@@ -79,6 +85,7 @@ private:
     CodexOAuthService& oauth_;
     NotificationCenter& notifications_;
     bool isShowingDemo_ = false;
+    bool hasJustFinished_ = false;
 };
 
 } // namespace quillmarsh

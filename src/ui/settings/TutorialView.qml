@@ -32,7 +32,11 @@ Item {
     Rectangle {
         id: bar
         anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
-        height: next.implicitHeight + 32
+        height: buttons.height + 32 + (isNarrow ? progress.height + 12 : 0)
+
+        // Where the buttons need the whole width, the progress stands above them.
+        readonly property bool isNarrow: progress.width + buttons.width + 90 > width
+
         color: AppDesign.page
 
         Rectangle {
@@ -41,7 +45,9 @@ Item {
             color: AppDesign.border
         }
         Row {
-            anchors { left: parent.left; leftMargin: 33; verticalCenter: parent.verticalCenter }
+            id: progress
+            x: 33
+            y: bar.isNarrow ? 16 : (bar.height - height) / 2
             spacing: 7
 
             Accessible.role: Accessible.StaticText
@@ -72,7 +78,8 @@ Item {
             }
         }
         Row {
-            anchors { right: parent.right; rightMargin: 32; verticalCenter: parent.verticalCenter }
+            id: buttons
+            anchors { right: parent.right; rightMargin: 32; bottom: parent.bottom; bottomMargin: 16 }
             spacing: 10
 
             AppButton {
@@ -88,7 +95,6 @@ Item {
                 onClicked: view.tutorial.skip()
             }
             AppButton {
-                id: next
                 objectName: "tutorialNext"
                 kind: "primary"
                 enabled: view.tutorial.canAdvance

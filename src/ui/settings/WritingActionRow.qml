@@ -85,12 +85,12 @@ Pressable {
             elide: Text.ElideRight
             Accessible.ignored: true
         }
-        AppText {
+        ShortcutSentence {
             width: parent.width
             text: row.refusal
+            shortcut: row.shortcut
             visible: text !== ""
-            size: 11
-            color: AppDesign.secondary
+            tone: AppDesign.secondary
             Accessible.ignored: true
         }
     }

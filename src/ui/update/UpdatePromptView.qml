@@ -74,17 +74,6 @@ Rectangle {
             size: 13
             onClicked: root.prompt.pressDownload()
         }
-        AppBox {
-            width: 64
-            height: 64
-            radius: 32
-            visible: !root.prompt.showsRelease && root.prompt.error === ""
-            color: AppDesign.tint(AppDesign.success, 0.07)
-            lineWidth: 0
-            anchors.horizontalCenter: parent.horizontalCenter
-
-            AppIcon { anchors.centerIn: parent; name: "checkmark"; size: 30; color: AppDesign.success }
-        }
         AppCard {
             width: parent.width
             visible: root.prompt.showsRelease
@@ -127,6 +116,19 @@ Rectangle {
             size: 12
             color: AppDesign.secondary
         }
+    }
+
+    // Nothing else is in the body then.
+    AppBox {
+        width: 64
+        height: 64
+        radius: 32
+        visible: !root.prompt.showsRelease && root.prompt.error === ""
+        color: AppDesign.tint(AppDesign.success, 0.07)
+        lineWidth: 0
+        anchors { horizontalCenter: header.horizontalCenter; verticalCenter: body.verticalCenter }
+
+        AppIcon { anchors.centerIn: parent; name: "checkmark"; size: 30; color: AppDesign.success }
     }
 
     Item {

@@ -374,12 +374,17 @@ void tst_KitControls::hiddenTextStaysHidden()
     auto* input = field->property("input").value<QQuickItem*>();
     QAccessibleInterface* seen = QAccessible::queryAccessibleInterface(input);
     QVERIFY(seen);
+    QCOMPARE(seen->role(), QAccessible::EditableText);
     QVERIFY(seen->state().passwordEdit);
+    QCOMPARE(seen->text(QAccessible::Name), field->property("title").toString());
     for (int kind = QAccessible::Name; kind <= QAccessible::Accelerator; ++kind)
         QVERIFY2(!seen->text(static_cast<QAccessible::Text>(kind)).contains(QStringLiteral("canary")),
                  qPrintable(QString::number(kind)));
-    if (auto* text = seen->textInterface())
-        QVERIFY(!text->text(0, text->characterCount()).contains(QStringLiteral("canary")));
+    QCOMPARE(seen->textInterface()->text(0, -1), QString(9, u'•'));
+    QVERIFY(seen->parent() && seen->parent()->indexOfChild(seen) >= 0);
+    field->setProperty("revealed", true);
+    QVERIFY(!seen->state().passwordEdit);
+    QCOMPARE(seen->textInterface()->text(0, 9), QStringLiteral("sk-canary"));
 }
 
 QTEST_MAIN(tst_KitControls)

@@ -6,6 +6,7 @@
 #include "rewrite/RewriteFixture.h"
 #include "support/HttpTestServer.h"
 #include "ui/settings/SettingsEnvironment.h"
+#include "ui/update/CannedNetwork.h"
 #include "update/InstallationModel.h"
 #include "update/UpdateService.h"
 
@@ -113,7 +114,8 @@ public:
     QNetworkAccessManager session;
     std::unique_ptr<CodexOAuthService> oauth;
     UpdateEnvironment updateEnvironment = makeUpdateEnvironment();
-    UpdateService updates{&session, updateEnvironment, QStringLiteral("1.0.0"), false};
+    CannedNetwork updateNetwork;
+    UpdateService updates{&updateNetwork, updateEnvironment, QStringLiteral("1.0.0"), false};
     InstallationModel installation{updateEnvironment};
     std::function<std::optional<quint16>(quint32)> virtualKeys = virtualKey;
     QList<KeyCombination> owned; ///< by another program

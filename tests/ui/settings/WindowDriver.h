@@ -55,6 +55,19 @@ public:
         return texts;
     }
 
+    /// Every visible item that `matches`, those below before those over them.
+    template <typename Matches>
+    [[nodiscard]] QList<QQuickItem*> visible(Matches matches)
+    {
+        QList<QQuickItem*> found;
+        collect(view().contentItem(), [&](QQuickItem* item) {
+            if (matches(item))
+                found << item;
+            return false;
+        });
+        return found;
+    }
+
     /// The visible item with this object name; where several have it, the one at `position`.
     [[nodiscard]] QQuickItem* item(const QString& name, int position = 0)
     {

@@ -1,6 +1,4 @@
-#include "support/FailOnWarnings.h"
-#include "ui/settings/SettingsFixture.h"
-#include "ui/settings/SettingsViewModels.h"
+#include "ui/settings/ViewModelsFixture.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -57,24 +55,13 @@ const auto service = QStringLiteral("com.quillmarsh.app");
 } // namespace
 
 /// The choices, the API key of a provider, and the ChatGPT panel.
-class tst_Connections final : public QObject
+class tst_Connections final : public QObject, private test::ViewModelsFixture
 {
     Q_OBJECT
 
 private slots:
-
-    void init()
-    {
-        test::failOnWarnings();
-        fixture_ = std::make_unique<SettingsFixture>();
-        makeModels();
-    }
-
-    void cleanup()
-    {
-        models_.reset();
-        fixture_.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void theChoices_data()
     {
@@ -391,6 +378,15 @@ private slots:
         QTRY_COMPARE(chatGPT().modelIndex(), 0);
     }
 
+    void anAccountThatIsConnectedAgainHasModelsAgain()
+    {
+        makeModels({SettingsFixture::account("ada@example.com", false)});
+        models_->connections()->choose(0);
+        QVERIFY(!chatGPT().isLoadingModels()); // it may not use its plan
+        test::runTask(fixture_->oauth->save(SettingsFixture::account("ada@example.com")));
+        QTRY_COMPARE(chatGPT().models().size(), 2);
+    }
+
     void anAccountWithoutThePlanNeedsToReconnect()
     {
         makeModels({SettingsFixture::account("ada@x.org", false)});
@@ -411,13 +407,6 @@ private slots:
     }
 
 private:
-    void makeModels(const QList<CodexTokens>& profiles = {})
-    {
-        models_.reset();
-        fixture_->makeAccounts(profiles);
-        models_ = std::make_unique<SettingsViewModels>(fixture_->environment());
-    }
-
     void store(const char* account, const char* secret)
     {
         fixture_->rewrite.platform.secItems->items[{service, QString::fromLatin1(account)}] = secret;
@@ -425,9 +414,6 @@ private:
 
     APIKeyModel& key() { return *models_->connections()->apiKey(); }
     ChatGPTPanelModel& chatGPT() { return *models_->connections()->chatGPT(); }
-
-    std::unique_ptr<SettingsFixture> fixture_;
-    std::unique_ptr<SettingsViewModels> models_;
 };
 
 QTEST_GUILESS_MAIN(tst_Connections)

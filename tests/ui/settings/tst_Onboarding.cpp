@@ -1,6 +1,4 @@
-#include "support/FailOnWarnings.h"
-#include "ui/settings/SettingsFixture.h"
-#include "ui/settings/SettingsViewModels.h"
+#include "ui/settings/ViewModelsFixture.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -10,24 +8,13 @@ using test::SettingsFixture;
 using Status = DemoModel::Status;
 
 /// The demo's rules, the getting-started guide and the permissions guide.
-class tst_Onboarding final : public QObject
+class tst_Onboarding final : public QObject, private test::ViewModelsFixture
 {
     Q_OBJECT
 
 private slots:
-
-    void init()
-    {
-        test::failOnWarnings();
-        fixture_ = std::make_unique<SettingsFixture>();
-        makeModels();
-    }
-
-    void cleanup()
-    {
-        models_.reset();
-        fixture_.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void theDemosTexts_data()
     {
@@ -226,13 +213,13 @@ private slots:
     {
         TutorialModel& tutorial = *models_->tutorial();
         tutorial.advance();
-        QCOMPARE(tutorial.chatGPTText(), QStringLiteral("Use your ChatGPT subscription."));
+        QCOMPARE(tutorial.waitingText(), QString());
         tutorial.advance();
         QCOMPARE(fixture_->rewrite.settings.connectionChoice(), AIConnectionChoice::chatgpt);
         QVERIFY(fixture_->oauth->isAuthenticating());
         QCOMPARE(tutorial.step(), 1);
         QVERIFY(!tutorial.canAdvance());
-        QCOMPARE(tutorial.chatGPTText(), QStringLiteral("Continue in your browser…"));
+        QCOMPARE(tutorial.waitingText(), QStringLiteral("Continue in your browser…"));
         QTRY_COMPARE(fixture_->rewrite.platform.workspace->opened.size(), 1U);
         tutorial.cancelSignIn();
         QVERIFY(tutorial.canAdvance());
@@ -330,13 +317,6 @@ private slots:
     }
 
 private:
-    void makeModels(const QList<CodexTokens>& profiles = {})
-    {
-        models_.reset();
-        fixture_->makeAccounts(profiles);
-        models_ = std::make_unique<SettingsViewModels>(fixture_->environment());
-    }
-
     void setPermission(bool trusted, bool tap)
     {
         fixture_->rewrite.platform.accessibility->trusted = trusted;
@@ -351,9 +331,6 @@ private:
     {
         return demo.keyDown(SettingsFixture::scanOffset + 15, Qt::ControlModifier, isAutoRepeat);
     }
-
-    std::unique_ptr<SettingsFixture> fixture_;
-    std::unique_ptr<SettingsViewModels> models_;
 };
 
 QTEST_GUILESS_MAIN(tst_Onboarding)

@@ -2,37 +2,12 @@
 #include "ui/settings/WindowDriver.h"
 
 #include <QAccessible>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QSignalSpy>
-
-#include <algorithm>
-#include <ctime>
-#include <limits>
-#include <malloc.h>
 
 using namespace quillmarsh;
 using test::SettingsFixture;
 using test::WindowDriver;
 
 namespace {
-
-/// The sanitizers make everything a few times slower; the budgets are for what users run.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr int slowness = 4;
-#else
-constexpr int slowness = 1;
-#endif
-
-/// Resident memory of this process in bytes.
-qint64 residentMemory()
-{
-    malloc_trim(0);
-    QFile file(QStringLiteral("/proc/self/statm"));
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    return file.readAll().split(' ').at(1).toLongLong() * 4096;
-}
 
 /// Every text that an assistive program can read below `object`.
 void collectAccessibleTexts(QAccessibleInterface* object, QStringList& texts)
@@ -47,31 +22,6 @@ void collectAccessibleTexts(QAccessibleInterface* object, QStringList& texts)
     for (int child = 0; child < object->childCount(); ++child)
         collectAccessibleTexts(object->child(child), texts);
 }
-
-/// The longest time that this thread worked without coming back to the event loop, in milliseconds. Processor
-/// time, so that other programs on a busy machine do not count.
-class Ticker final : public QObject
-{
-public:
-    Ticker() { startTimer(1, Qt::PreciseTimer); }
-    qint64 longest = 0;
-
-private:
-    static qint64 workedMilliseconds()
-    {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1'000'000;
-    }
-
-    void timerEvent(QTimerEvent*) override
-    {
-        const qint64 now = workedMilliseconds();
-        longest = std::max(longest, now - last_);
-        last_ = now;
-    }
-    qint64 last_ = workedMilliseconds();
-};
 
 } // namespace
 
@@ -449,9 +399,7 @@ private slots:
     {
         QTest::addColumn<int>("section");
         QTest::addColumn<QStringList>("reached");
-        QTest::newRow("overview") << 0
-                                  << QStringList({"Overview", "Autocorrect", "All writing actions",
-                                                  "Check for updates"});
+        QTest::newRow("overview") << 0 << QStringList({"Overview", "Check for updates"});
         QTest::newRow("actions") << 1
                                  << QStringList({"Shortcuts", "New action", "Autocorrect",
                                                  "Actions for Autocorrect", "Longer", "Actions for Longer"});
@@ -482,58 +430,6 @@ private slots:
             QVERIFY2(names.contains(name), qPrintable(name + " is missing in " + names.join(", ")));
     }
 
-    void opensInTime()
-    {
-        driver_->open(); // warm: fonts, first pictures
-        closeAndWait();
-        QElapsedTimer clock;
-        clock.start();
-        driver_->window.show();
-        (void)driver_->view().grabWindow();
-        const qint64 elapsed = clock.elapsed();
-        qInfo("Opening took %lld ms", elapsed);
-        QVERIFY(elapsed <= 150 * slowness);
-    }
-
-    void neverBlocksTheEventLoop()
-    {
-        driver_->open();
-        for (const SettingsSection section : allSettingsSections) { // each section's code is loaded once
-            driver_->select(section);
-            driver_->settle();
-        }
-        // What blocks the loop does so in every round; a busy machine only in some.
-        qint64 longest = std::numeric_limits<qint64>::max();
-        for (int round = 0; round < 6; ++round) {
-            Ticker ticker;
-            for (const SettingsSection section : allSettingsSections) {
-                driver_->models().sections()->select(section);
-                QTest::qWait(40);
-            }
-            longest = std::min<qint64>(longest, ticker.longest);
-        }
-        qInfo("The event loop was away for %lld ms at most", longest);
-        QVERIFY(longest <= 16 * slowness);
-    }
-
-    void closingGivesItsMemoryBack()
-    {
-        driver_->open();
-        closeAndWait();
-        const qint64 before = residentMemory();
-        for (int round = 0; round < 10; ++round) {
-            driver_->open();
-            for (const SettingsSection section : allSettingsSections) {
-                driver_->select(section);
-                driver_->settle();
-            }
-            closeAndWait();
-        }
-        const qint64 after = residentMemory();
-        qInfo("%lld kB before, %lld kB after", before / 1024, after / 1024);
-        QVERIFY(double(after) <= 1.3 * double(before));
-    }
-
     void aCopyOutsideApplicationsShowsTheInstallationScreen()
     {
         driver_.reset();
@@ -559,13 +455,6 @@ private:
     static void ignoreGrab()
     {
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("grabbing the keyboard"));
-    }
-
-    void closeAndWait()
-    {
-        QSignalSpy closed(&driver_->window, &SettingsWindow::closed);
-        driver_->window.close();
-        QVERIFY(closed.wait());
     }
 
     std::unique_ptr<SettingsFixture> fixture_;

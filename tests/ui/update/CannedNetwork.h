@@ -13,13 +13,15 @@ namespace quillmarsh::test {
 class CannedReply final : public QNetworkReply
 {
 public:
-    CannedReply(const QNetworkRequest& request, int status, QByteArray body, QObject* parent)
+    CannedReply(const QNetworkRequest& request, int status, QByteArray body, bool isMute, QObject* parent)
         : QNetworkReply(parent), body_(std::move(body))
     {
         setRequest(request);
         setUrl(request.url());
         setAttribute(QNetworkRequest::HttpStatusCodeAttribute, status);
         open(ReadOnly | Unbuffered);
+        if (isMute)
+            return;
         QTimer::singleShot(0, this, [this] {
             setFinished(true);
             emit finished();
@@ -51,12 +53,13 @@ public:
     QByteArray body;
     int status = 200;
     int requests = 0;
+    bool isMute = false; ///< no request is answered
 
 protected:
     QNetworkReply* createRequest(Operation, const QNetworkRequest& request, QIODevice*) override
     {
         ++requests;
-        return new CannedReply(request, status, body, this);
+        return new CannedReply(request, status, body, isMute, this);
     }
 };
 

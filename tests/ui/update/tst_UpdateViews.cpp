@@ -55,6 +55,38 @@ public:
     QStringList presses;
 };
 
+/// The texts that can be seen below `item`.
+QStringList visibleTexts(const QQuickItem* item)
+{
+    QStringList texts;
+    if (!item->isVisible())
+        return texts;
+    if (item->inherits("QQuickText") && !item->property("text").toString().isEmpty())
+        texts << item->property("text").toString();
+    for (const QQuickItem* child : item->childItems())
+        texts += visibleTexts(child);
+    return texts;
+}
+
+/// What the window shows of `prompt`, and nothing else, in no particular order.
+QStringList textsOf(const QQmlPropertyMap& prompt)
+{
+    const auto text = [&](const char* key) { return prompt.value(QLatin1String(key)).toString(); };
+    const auto is = [&](const char* key) { return prompt.value(QLatin1String(key)).toBool(); };
+    QStringList texts{text("title"), text("subtitle")};
+    if (is("showsRelease"))
+        texts << prompt.value(QStringLiteral("notes")).toStringList() << text("reassurance");
+    if (!text("error").isEmpty())
+        texts << text("error") << text("downloadLabel");
+    if (is("showsProgress"))
+        texts << text("progress") << text("continueLabel");
+    if (is("showsDismiss"))
+        texts << text("dismissLabel");
+    if (is("showsMain"))
+        texts << text("mainLabel");
+    return texts;
+}
+
 /// Only the platform without a desktop says so.
 void expectRaise()
 {
@@ -159,6 +191,10 @@ void tst_UpdateViews::theWindowOnTheRealUpdater()
     test::runTask(service_->checkForUpdates(true));
     auto* main = window.view()->rootObject()->findChild<QQuickItem*>(QStringLiteral("main"));
     QTRY_COMPARE(main->property("text").toString(), QStringLiteral("Install update"));
+    QTRY_COMPARE(main->opacity(), 1.0); // it has become enabled
+    QSignalSpy frames(window.view(), &QQuickWindow::frameSwapped);
+    window.view()->update();
+    QVERIFY(frames.wait());
     QVERIFY(test::saveScreenshot(*window.view(), QStringLiteral("update-available")));
     auto* dismiss = window.view()->rootObject()->findChild<QQuickItem*>(QStringLiteral("dismiss"));
     QCOMPARE(dismiss->property("text").toString(), QStringLiteral("Later"));
@@ -169,6 +205,7 @@ void tst_UpdateViews::theWindowOnTheRealUpdater()
 void tst_UpdateViews::promptStates_data()
 {
     QTest::addColumn<QVariantMap>("values");
+    const QStringList notes{"Rewrites start sooner.", "Menus follow the keyboard layout."};
     QTest::newRow("general") << QVariantMap{
         {"notes", QStringList("The latest improvements and fixes for Quillmarsh.")}};
     QTest::newRow("long") << QVariantMap{
@@ -178,12 +215,15 @@ void tst_UpdateViews::promptStates_data()
                       "Writing actions can be put in order with the keyboard.",
                       "Fixed a rare case in which a held key fired twice.", "And many small things."})}};
     QTest::newRow("updating") << QVariantMap{
-        {"title", "Updating Quillmarsh"}, {"notes", QStringList("Rewrites start sooner.")},
+        {"title", "Updating Quillmarsh"}, {"notes", notes},
         {"showsProgress", true},          {"progress", "Downloading Quillmarsh 1.1…"},
         {"showsDismiss", false},          {"showsMain", false}};
+    QTest::newRow("installing") << QVariantMap{
+        {"title", "Updating Quillmarsh"},       {"notes", notes},        {"showsProgress", true},
+        {"progress", "Installing Quillmarsh…"}, {"showsDismiss", false}, {"showsMain", false}};
     QTest::newRow("failed") << QVariantMap{
         {"title", "Couldn’t update Quillmarsh"},
-        {"notes", QStringList("Rewrites start sooner.")},
+        {"notes", notes},
         {"error",
          "The update’s developer signature could not be verified. Your current version and settings are "
          "still available. Try again or download the update manually."}};
@@ -198,7 +238,7 @@ void tst_UpdateViews::promptStates_data()
          "website."}};
     QTest::newRow("relaunch") << QVariantMap{{"title", "Ready to relaunch"},
                                              {"subtitle", "Relaunch to start using the new version."},
-                                             {"notes", QStringList("Rewrites start sooner.")},
+                                             {"notes", notes},
                                              {"mainLabel", "Relaunch now"}};
 }
 
@@ -212,6 +252,11 @@ void tst_UpdateViews::promptStates()
         view(QStringLiteral("UpdatePromptView.qml"),
              {{QStringLiteral("prompt"), QVariant::fromValue<QObject*>(&prompt)}}, {470, 360});
     QVERIFY(window);
+    QStringList shown = visibleTexts(window->rootObject());
+    QStringList expected = textsOf(prompt);
+    shown.sort();
+    expected.sort();
+    QCOMPARE(shown, expected);
     QVERIFY(test::saveScreenshot(*window,
                                  QStringLiteral("update-%1").arg(QLatin1String(QTest::currentDataTag()))));
 }
