@@ -95,6 +95,8 @@ def main():
     row("idle memory (RSS / anonymous)", f"{idle['Rss']:.1f} / {idle['Anonymous']:.1f} MB", "48 / 10 MB")
     row("idle wake-ups", f"{wake_ups:.2f} per second, CPU {load:.2f} %", "1 per second, 0.1 %")
     ours = latency()
+    used = memory(product.pid)
+    row(f"memory after {RUNS} rewrites (RSS / anonymous)", f"{used['Rss']:.1f} / {used['Anonymous']:.1f} MB", "–")
     theirs = latency(str(HERE / "script-baseline.sh"))
     row("key press → request, beyond 200 ms", pair(ours["press_to_request"], 200), "5 / 15 ms")
     row("answer → paste key, beyond 50 ms", pair(ours["answer_to_paste"], 50), "5 / 15 ms")

@@ -4,7 +4,7 @@
 xdotool key --clearmodifiers ctrl+c
 sleep 0.2
 text=$(xclip -o -selection clipboard)
-answer=$(curl -s -H 'Content-Type: application/json' -d "{\"text\":\"$text\"}" http://127.0.0.1:8799/api/rewrite)
+answer=$(curl -s -H 'Content-Type: application/json' -d "{\"text\":\"$text\"}" "${QUILLMARSH_BACK_END:-http://127.0.0.1:8799}/api/rewrite")
 printf '%s' "$answer" | sed 's/.*"text":"\(.*\)".*/\1/' | xclip -i -selection clipboard
 sleep 0.05
 xdotool key --clearmodifiers ctrl+v

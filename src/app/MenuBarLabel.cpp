@@ -68,8 +68,10 @@ void MenuBarLabel::show()
     icon_->setToolTip(QStringLiteral("Quillmarsh"));
     // A double click arrives as a click and a double click; the second would close what the first opened.
     connect(icon_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context)
+        if (reason == QSystemTrayIcon::Trigger)
             emit menuRequested();
+        else if (reason == QSystemTrayIcon::Context)
+            emit commandsRequested();
     });
     update();
     icon_->show();

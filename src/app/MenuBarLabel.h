@@ -31,6 +31,8 @@ public:
 
 signals:
     void menuRequested();
+    /// A right click.
+    void commandsRequested();
     void settingsRequested();
 
 private:

@@ -1,8 +1,10 @@
 #include "app/MenuBarView.h"
 
+#include "app/Foreground.h"
 #include "app/MenuBarModel.h"
 #include "base/Log.h"
 #include "platform/PanelWindow.h"
+#include "platform/Workspace.h"
 #include "ui/kit/KitTypes.h"
 
 #include <QGuiApplication>
@@ -46,10 +48,11 @@ QRect menuFrame(const QRect& anchor, QSize size, const QRect& available)
             fitting};
 }
 
-MenuBarView::MenuBarView(MenuBarModel& model, PanelWindow& panelWindow, QObject* parent)
-    : QObject(parent), model_(model), panelWindow_(panelWindow)
+MenuBarView::MenuBarView(MenuBarModel& model, PanelWindow& panelWindow, Workspace& workspace, QObject* parent)
+    : QObject(parent), model_(model), panelWindow_(panelWindow), workspace_(workspace)
 {
     connect(&model_, &MenuBarModel::closeRequested, this, &MenuBarView::close);
+    connect(&workspace_, &Workspace::didActivateApplication, this, &MenuBarView::closeFor);
 }
 
 MenuBarView::~MenuBarView() = default;
@@ -64,8 +67,10 @@ void MenuBarView::open(const QRect& anchor)
     model_.menuOpened();
     makeWindow();
     place();
+    panelWindow_.leaveOutOfTaskBars(*window_);
     window_->show();
-    window_->requestActivate();
+    bringToFront(*window_, workspace_);
+    sinceOpened_.start();
     emit opened();
 }
 
@@ -81,6 +86,15 @@ void MenuBarView::close()
     window_.release()->deleteLater();
     sinceClosed_.start();
     emit closed();
+}
+
+// A menu that never got the keyboard cannot lose it. The activation that the click on the icon has caused is
+// none that turns away.
+void MenuBarView::closeFor(const RunningApplication& application)
+{
+    const bool isOurs = application.processIdentifier == QCoreApplication::applicationPid();
+    if (isOpen() && !window_->isActive() && !isOurs && sinceOpened_.hasExpired(oneGesture.count()))
+        close();
 }
 
 void MenuBarView::toggle(const QRect& anchor)

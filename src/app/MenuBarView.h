@@ -12,6 +12,8 @@ namespace quillmarsh {
 
 class MenuBarModel;
 class PanelWindow;
+class Workspace;
+struct RunningApplication;
 
 /// The panel that drops down from the status-bar icon. It takes the keyboard, closes when the user turns
 /// elsewhere, presses Escape or chooses something, and holds no memory while it is closed.
@@ -20,8 +22,9 @@ class MenuBarView final : public QObject
     Q_OBJECT
 
 public:
-    /// Both outlive the view.
-    MenuBarView(MenuBarModel& model, PanelWindow& panelWindow, QObject* parent = nullptr);
+    /// All of them outlive the view.
+    MenuBarView(MenuBarModel& model, PanelWindow& panelWindow, Workspace& workspace,
+                QObject* parent = nullptr);
     ~MenuBarView() override;
 
     /// Opens the panel beside `anchor`, the icon on the screen; at the pointer when it is a null rectangle.
@@ -41,11 +44,14 @@ signals:
 private:
     void makeWindow();
     void place();
+    void closeFor(const RunningApplication& application);
 
     MenuBarModel& model_;
     PanelWindow& panelWindow_;
+    Workspace& workspace_;
     std::unique_ptr<QQuickView> window_;
     QRect anchor_;
+    QElapsedTimer sinceOpened_;
     QElapsedTimer sinceClosed_;
 };
 

@@ -6,6 +6,7 @@
 #include "app/Windows.h"
 #include "base/Deployment.h"
 #include "base/Log.h"
+#include "chatgpt/CodexOAuthService.h"
 #include "overlay/RewriteOverlayController.h"
 #include "rewrite/AppSettings.h"
 #include "rewrite/RewriteService.h"
@@ -24,6 +25,14 @@ namespace {
 constexpr auto loginArgument = "--login";
 /// A status bar that is there answers well within this time.
 constexpr std::chrono::seconds statusBarPatience{3};
+/// A secret store that is not waiting for the user stores within this.
+constexpr std::chrono::seconds storePatience{2};
+
+Task<> settleAccounts(std::stop_source settled)
+{
+    co_await CodexOAuthService::shared().settled();
+    settled.request_stop();
+}
 
 } // namespace
 
@@ -55,6 +64,8 @@ Task<> QuillmarshApp::start(bool isRelaunch)
         QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
         co_return;
     }
+    connect(services_->platform.instanceGuard.get(), &InstanceGuard::activationRequested, this,
+            &QuillmarshApp::openSettings);
     services_->create([this] { detach(quit()); });
     detach(mendInterruptedUpdate());
     services_->startIfNeeded();
@@ -68,12 +79,21 @@ void QuillmarshApp::finishLaunching()
     services_->overlay->prepare();
     windows_ = std::make_unique<Windows>(*services_);
     connect(windows_.get(), &Windows::quitRequested, this, [this] { detach(quit()); });
-    connect(services_->platform.instanceGuard.get(), &InstanceGuard::activationRequested, windows_.get(),
-            &Windows::openSettings);
     detach(prepareHostedBackEnd());
     detach(showStatusIcon());
     detach(openSettingsWithoutStatusBar());
-    if (!isLoginStart_ && !services_->defaults.boolean(QLatin1String(hasSeenModernOnboardingKey)))
+    const bool isNewUser = !services_->defaults.boolean(QLatin1String(hasSeenModernOnboardingKey));
+    if (!isLoginStart_ && isNewUser)
+        areSettingsWanted_ = true;
+    if (areSettingsWanted_)
+        windows_->openSettings();
+}
+
+// Another start may ask while this one is still on its way to its windows.
+void QuillmarshApp::openSettings()
+{
+    areSettingsWanted_ = true;
+    if (windows_)
         windows_->openSettings();
 }
 
@@ -105,11 +125,12 @@ Task<> QuillmarshApp::showStatusIcon()
 }
 
 /// Without a status bar the settings window is the only way in. A desktop that is still starting gets its bar
-/// later, and nobody asked for a window then; starting the product once more opens it.
+/// later, and nobody asked for a window then; starting the product once more opens it. A window that has come
+/// already comes no second time: by now the user may have turned to another.
 Task<> QuillmarshApp::openSettingsWithoutStatusBar()
 {
     co_await sleepFor(statusBarPatience);
-    if (!isLoginStart_ && !windows_->hasStatusIcon())
+    if (!isLoginStart_ && !windows_->hasStatusIcon() && !areSettingsWanted_)
         windows_->openSettings();
 }
 
@@ -119,6 +140,9 @@ Task<> QuillmarshApp::quit()
         co_return;
     isQuitting_ = true;
     co_await services_->platform.pasteboard->persist();
+    const std::stop_source settled;
+    detach(settleAccounts(settled));
+    co_await sleepFor(storePatience, settled.get_token());
     QCoreApplication::quit();
 }
 

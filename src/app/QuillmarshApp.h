@@ -30,6 +30,7 @@ public:
 private:
     Task<> start(bool isRelaunch);
     void finishLaunching();
+    void openSettings();
     Task<> mendInterruptedUpdate();
     Task<> showStatusIcon();
     Task<> openSettingsWithoutStatusBar();
@@ -41,6 +42,7 @@ private:
     std::unique_ptr<Windows> windows_;
     bool isLoginStart_ = false;
     bool isQuitting_ = false;
+    bool areSettingsWanted_ = false;
 };
 
 } // namespace quillmarsh

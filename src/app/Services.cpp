@@ -5,13 +5,16 @@
 #include "base/Http.h"
 #include "chatgpt/CodexOAuthService.h"
 #include "overlay/RewriteOverlayController.h"
+#include "platform/LoopbackPeer.h"
 #include "rewrite/AppSettings.h"
 #include "rewrite/RewriteService.h"
 #include "update/UpdateService.h"
 
 namespace quillmarsh {
 
-Services::Services() : platform(createPlatform()), defaults(UserDefaults::standardPath()) {}
+Services::Services(Platform givenPlatform, const QString& defaultsPath)
+    : platform(std::move(givenPlatform)), defaults(defaultsPath)
+{}
 
 Services::~Services()
 {
@@ -46,6 +49,7 @@ void Services::createAccountConnection()
     environment.session = &sharedUrlSession();
     environment.endpoints = CodexEndpoints::current();
     environment.openBrowser = [this](QUrl address) { return platform.workspace->open(std::move(address)); };
+    environment.isOfAnotherUser = isOfAnotherUser;
     CodexOAuthService::installShared(
         std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load));
 }

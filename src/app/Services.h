@@ -18,7 +18,9 @@ class UpdateService;
 /// The platform and the long-lived services, created once in an order in which each finds what it needs.
 struct Services
 {
-    Services();
+    /// The real platform and the user's own defaults; a test hands in others.
+    explicit Services(Platform platform = createPlatform(),
+                      const QString& defaultsPath = UserDefaults::standardPath());
     ~Services();
     Services(const Services&) = delete;
     Services& operator=(const Services&) = delete;

@@ -1,5 +1,7 @@
 #include "overlay/OverlayScreen.h"
 
+#include "platform/PanelWindow.h"
+
 #include <QGuiApplication>
 #include <QScreen>
 
@@ -7,12 +9,12 @@
 
 namespace quillmarsh {
 
-std::vector<OverlayScreen> connectedScreens()
+std::vector<OverlayScreen> connectedScreens(const PanelWindow& panelWindow)
 {
     std::vector<OverlayScreen> screens;
     // Qt keeps the primary screen at the head of its list.
     for (const QScreen* screen : QGuiApplication::screens())
-        screens.push_back({screen->geometry(), screen->availableGeometry()});
+        screens.push_back({screen->geometry(), panelWindow.visibleFrame(*screen)});
     return screens;
 }
 

@@ -6,6 +6,8 @@
 
 namespace quillmarsh {
 
+class PanelWindow;
+
 /// One screen, in global device-independent pixels.
 struct OverlayScreen
 {
@@ -14,7 +16,7 @@ struct OverlayScreen
 };
 
 /// The screens in the system's order; the main screen comes first. Empty while no screen is connected.
-[[nodiscard]] std::vector<OverlayScreen> connectedScreens();
+[[nodiscard]] std::vector<OverlayScreen> connectedScreens(const PanelWindow& panelWindow);
 
 /// The visible frame of the first screen that holds `point`, else of the main one, else a stand-in of 1440 ×
 /// 900.

@@ -9,9 +9,11 @@ Item {
     required property OverlaySurroundings surroundings
     required property string text
     property real size: 11.5
+    property real minimumSize: size // smaller: a line too long shrinks to this before it is shortened
     property int weight: Font.Normal
     property alias color: label.color
     property alias wrapMode: label.wrapMode
+    property alias horizontalAlignment: label.horizontalAlignment
     property alias maximumLineCount: label.maximumLineCount
     readonly property bool truncated: label.truncated
     readonly property int lineCount: label.lineCount
@@ -32,6 +34,8 @@ Item {
         textFormat: Text.PlainText
         font: item.surroundings.font(item.size, item.weight)
         color: OverlayPalette.ink
+        fontSizeMode: item.minimumSize < item.size ? Text.HorizontalFit : Text.FixedSize
+        minimumPixelSize: 2 * item.minimumSize
         elide: Text.ElideRight
         maximumLineCount: 1
     }

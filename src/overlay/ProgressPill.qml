@@ -1,7 +1,7 @@
 import QtQuick
 import Quillmarsh.Overlay
 
-// The compact surface while a rewrite runs: the orb, and all of it the cancel control.
+// The compact surface while a rewrite runs: the orb over the title, and all of it the cancel control.
 OverlayControlStyle {
     id: pill
 
@@ -16,9 +16,11 @@ OverlayControlStyle {
     onClicked: overlay.dismiss()
 
     ThinkingOrb {
-        anchors.centerIn: parent
-        width: 30
-        height: 30
+        id: orb
+        anchors.horizontalCenter: parent.horizontalCenter
+        y: 1
+        width: 22
+        height: 22
         reduceMotion: pill.surroundings.reduceMotion
         isVisible: pill.isCurrent && pill.overlay.isVisible && pill.surroundings.isOnScreen
         opacity: pill.isHovered ? 0.22 : 1
@@ -30,12 +32,28 @@ OverlayControlStyle {
     }
 
     OverlayGlyph {
-        anchors.centerIn: parent
-        width: 22
-        height: 22
+        anchors.centerIn: orb
+        width: 18
+        height: 18
         sign: OverlayGlyph.Cross
         color: OverlayPalette.ink
         strokeWidth: 1.6
         visible: pill.isHovered
+    }
+
+    // Small, smaller for a long word, and shortened where even that is too wide; the whole title is in the control's
+    // description.
+    OverlayText {
+        anchors.horizontalCenter: parent.horizontalCenter
+        y: parent.height - height - 4
+        width: Math.min(implicitWidth, parent.width - 11)
+        surroundings: pill.surroundings
+        text: pill.overlay.title
+        size: 8
+        minimumSize: 6.5
+        horizontalAlignment: Text.AlignHCenter
+        weight: Font.Medium
+        color: pill.surroundings.increaseContrast ? OverlayPalette.ink : OverlayPalette.secondary
+        Accessible.ignored: true
     }
 }

@@ -246,12 +246,13 @@ void QuickRewritePanel::pointerMoved(bool isInside)
     state_.hoverChanged(isInside);
 }
 
-// The frame may hold the pointer where a masked window has none: no leave event would ever come from there,
-// and the outcome would stay for good.
+// The pointer may have left the frame before the window came, or rest in it where a masked window has none:
+// no leave event would ever tell, and the outcome would stay for good.
 void QuickRewritePanel::leaveIfPointerIsOutsideTheShape()
 {
     const QPoint inside = panelWindow_.mouseLocation() - window_->position();
-    if (!window_->mask().isEmpty() && !window_->mask().contains(inside))
+    const QRegion shape = window_->mask().isEmpty() ? QRegion(QRect({}, window_->size())) : window_->mask();
+    if (!shape.contains(inside))
         state_.hoverChanged(false);
 }
 

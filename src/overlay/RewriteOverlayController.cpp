@@ -61,6 +61,8 @@ RewriteOverlayController::RewriteOverlayController(PanelWindow& panelWindow, Des
 {
     if (!options_.panels)
         options_.panels = quickRewritePanels(panelWindow, appearance);
+    if (!options_.screens)
+        options_.screens = [&panelWindow] { return connectedScreens(panelWindow); };
 }
 
 RewriteOverlayController::~RewriteOverlayController()

@@ -14,8 +14,8 @@ namespace quillmarsh {
 /// What the controller is built on; a test replaces it, everybody else takes it as it is.
 struct RewriteOverlayOptions
 {
-    RewritePanelFactory panels; ///< none: the real panel
-    std::function<std::vector<OverlayScreen>()> screens = connectedScreens;
+    RewritePanelFactory panels;                          ///< none: the real panel
+    std::function<std::vector<OverlayScreen>()> screens; ///< none: those connected
     /// Ends after the duration or when a stop is requested.
     std::function<Task<>(std::chrono::nanoseconds, std::stop_token)> sleep;
 

@@ -24,8 +24,8 @@ struct KeyEvent
 {
     enum class Type : quint32 {
         KeyDown = 10,
-        TapDisabledByTimeout = 0xFFFFFFFE,
-        TapDisabledByUserInput = 0xFFFFFFFF,
+        TapDisabledByTimeout = 0xFFFFFFFE,   ///< the system lost the tap; X11: the connection, now new, died
+        TapDisabledByUserInput = 0xFFFFFFFF, ///< another one has it; X11: a grab could not be taken again
     };
 
     Type type = Type::KeyDown;
@@ -52,7 +52,7 @@ public:
     virtual void setInterest(std::vector<KeyCombination> combinations) = 0;
     /// Those of the interest that another program owns, so that they will never arrive.
     [[nodiscard]] virtual std::vector<KeyCombination> refused() const = 0;
-    /// A tap is created disabled.
+    /// A tap is created disabled, and is disabled again when the callback hears of it.
     virtual void setEnabled(bool enabled) = 0;
     /// Ends the tap for good; no callback runs afterwards.
     virtual void invalidate() = 0;

@@ -2,9 +2,10 @@
 
 #include <QObject>
 #include <QPoint>
+#include <QRect>
 
+class QScreen;
 class QWindow;
-class QRegion;
 
 namespace quillmarsh {
 
@@ -23,10 +24,15 @@ public:
     virtual void configure(QWindow& window) = 0;
     /// Shows the window on top without activating the application.
     virtual void orderFrontRegardless(QWindow& window) = 0;
+    /// Keeps a window that takes the keyboard, as a menu does, out of task bars and pagers. Call before it is
+    /// first shown.
+    virtual void leaveOutOfTaskBars(QWindow& window) = 0;
     /// Whether windows may be translucent now. Without it the caller draws opaque and sets a shape mask.
     [[nodiscard]] virtual bool isCompositing() const = 0;
     /// The pointer in global device-independent pixels, also while another application has it.
     [[nodiscard]] virtual QPoint mouseLocation() const = 0;
+    /// What the desktop's own bars leave free of a screen, in global device-independent pixels.
+    [[nodiscard]] virtual QRect visibleFrame(const QScreen& screen) const = 0;
 
 signals:
     void compositingChanged();

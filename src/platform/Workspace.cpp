@@ -4,10 +4,11 @@ namespace quillmarsh {
 
 bool isSameApplication(const RunningApplication& a, const RunningApplication& b)
 {
-    if (a.client != 0 && a.client == b.client)
-        return true;
+    // First, as the server gives the connection number of a program that ended to the next one.
     if (a.processIdentifier > 0 && b.processIdentifier > 0)
         return a.processIdentifier == b.processIdentifier;
+    if (a.client != 0 && a.client == b.client)
+        return true;
     return !a.identifier.isEmpty() && a.identifier == b.identifier;
 }
 

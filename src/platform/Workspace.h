@@ -20,8 +20,8 @@ struct RunningApplication
     quint64 client = 0;           ///< connection the window belongs to, 0 when unknown
 };
 
-/// Whether two snapshots are the same running application: the same connection, or the same process, or, when
-/// a process is unknown, the same identifier. A window id alone is too strict (dialogs, tabs).
+/// Whether two snapshots are the same running application: the same process, or, when a process is unknown,
+/// the same connection or the same identifier. A window id alone is too strict (dialogs, tabs).
 [[nodiscard]] bool isSameApplication(const RunningApplication& a, const RunningApplication& b);
 
 /// The desktop's applications, and what can be asked of them.

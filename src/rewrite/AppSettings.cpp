@@ -13,7 +13,18 @@ const QString providerKey = QStringLiteral("selectedProvider");
 const QString modeKey = QStringLiteral("openaiAuthMode");
 const QString emailKey = QStringLiteral("openai-chatgpt-email");
 const QString shortcutsKey = QStringLiteral("instructionShortcuts");
+const QString unreadableShortcutsKey = QStringLiteral("instructionShortcuts.unreadable");
 const QString countKey = QStringLiteral("completedRewriteCount");
+
+/// Before a list of the user's goes over one that a later version wrote, or that somebody edited by hand.
+void keepUnreadableShortcuts(UserDefaults& store)
+{
+    const QByteArray stored = store.data(shortcutsKey).value_or(QByteArray());
+    if (stored.isEmpty() || decodeShortcuts(stored))
+        return;
+    store.set(unreadableShortcutsKey, stored);
+    qCWarning(lcQuillmarsh, "The writing actions that cannot be read are kept beside the new ones");
+}
 
 } // namespace
 
@@ -119,6 +130,7 @@ const std::vector<InstructionShortcut>& AppSettings::instructionShortcuts() cons
 
 void AppSettings::setInstructionShortcuts(std::vector<InstructionShortcut> shortcuts)
 {
+    keepUnreadableShortcuts(store_);
     cachedShortcuts_ = std::move(shortcuts);
     store_.set(shortcutsKey, encodeShortcuts(*cachedShortcuts_));
     emit instructionShortcutsChanged();

@@ -29,7 +29,7 @@ bool HotkeyService::start()
     if (!accessibility_.isProcessTrusted())
         return false;
     if (tap_) {
-        refused_ = tap_->refused();
+        enable(); // the system may have disabled it while the process was not trusted
         return !isWhollyRefused();
     }
     qCInfo(lcQuillmarsh, "AXIsProcessTrusted = %d", 1);
@@ -38,12 +38,10 @@ bool HotkeyService::start()
         qCWarning(lcQuillmarsh, "FAILED to create CGEvent tap. Accessibility=%d", 1);
         return false;
     }
-    announceInterest();
-    tap_->setEnabled(true);
-    refused_ = tap_->refused();
-    if (isWhollyRefused()) {
+    tap_->setInterest(interest());
+    enable();
+    if (isWhollyRefused()) { // the tap stays, so that what becomes free can be had
         qCWarning(lcQuillmarsh, "Every shortcut belongs to another program");
-        stop();
         return false;
     }
     qCInfo(lcQuillmarsh, "Event tap started with %d registration(s)",
@@ -61,14 +59,9 @@ void HotkeyService::stop()
     qCInfo(lcQuillmarsh, "Event tap stopped");
 }
 
-std::vector<KeyCombination> HotkeyService::refused() const
-{
-    return tap_ ? tap_->refused() : refused_;
-}
-
 void HotkeyService::retryRefused()
 {
-    if (tap_ && !tap_->refused().empty())
+    if (!refused_.empty())
         announceInterest();
 }
 
@@ -120,9 +113,15 @@ bool HotkeyService::belongsToDemo(quint16 keyCode, quint64 flags) const
 
 void HotkeyService::reenable()
 {
-    qCWarning(lcQuillmarsh, "Event tap was disabled by timeout, re-enabling");
+    qCCritical(lcQuillmarsh, "Event tap was disabled by timeout, re-enabling");
     if (tap_ && accessibility_.isProcessTrusted())
-        tap_->setEnabled(true);
+        enable();
+}
+
+void HotkeyService::enable()
+{
+    tap_->setEnabled(true);
+    refused_ = tap_->refused();
 }
 
 std::vector<KeyCombination> HotkeyService::interest() const
@@ -140,8 +139,10 @@ std::vector<KeyCombination> HotkeyService::interest() const
 
 void HotkeyService::announceInterest()
 {
-    if (tap_)
-        tap_->setInterest(interest());
+    if (!tap_)
+        return;
+    tap_->setInterest(interest());
+    refused_ = tap_->refused();
 }
 
 } // namespace quillmarsh

@@ -24,10 +24,11 @@ public:
 
     [[nodiscard]] virtual const std::vector<Registration>& registrations() const = 0;
     virtual void setRegistrations(std::vector<Registration> registrations) = 0;
-    /// False when the process is not trusted or no tap can be made. Starting twice is harmless.
+    /// False when the process is not trusted, no tap can be made, or other programs own every combination.
+    /// Starting twice is harmless.
     virtual bool start() = 0;
     virtual void stop() = 0;
-    /// The registered combinations that another program owns, as far as a start has found out.
+    /// The registered combinations that another program owned when they were last asked for. Cheap.
     [[nodiscard]] virtual std::vector<KeyCombination> refused() const = 0;
     /// Tries once more to get what another program owned; cheap when nothing is refused.
     virtual void retryRefused() = 0;
@@ -49,7 +50,7 @@ public:
     void setRegistrations(std::vector<Registration> registrations) override;
     bool start() override;
     void stop() override;
-    [[nodiscard]] std::vector<KeyCombination> refused() const override;
+    [[nodiscard]] std::vector<KeyCombination> refused() const override { return refused_; }
     void retryRefused() override;
 
     /// While the onboarding demo's text has the keyboard focus, Control-R reaches it even if a writing action
@@ -62,6 +63,7 @@ private:
     [[nodiscard]] const Registration* match(const KeyEvent& event) const;
     [[nodiscard]] bool belongsToDemo(quint16 keyCode, quint64 flags) const;
     void reenable();
+    void enable();
     [[nodiscard]] std::vector<KeyCombination> interest() const;
     [[nodiscard]] bool isWhollyRefused() const;
     void announceInterest();
@@ -70,7 +72,7 @@ private:
     const Accessibility& accessibility_;
     std::unique_ptr<EventTap> tap_;
     std::vector<Registration> registrations_;
-    std::vector<KeyCombination> refused_; ///< of the last start, also when it failed for that reason
+    std::vector<KeyCombination> refused_; ///< as the tap said last; asking it costs a trip to another thread
     bool demoFocused_ = false;
 };
 

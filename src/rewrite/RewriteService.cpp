@@ -3,6 +3,7 @@
 #include "ai/AIError.h"
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
+#include "base/Race.h"
 #include "base/UserDefaults.h"
 #include "overlay/RewriteOverlayController.h"
 #include "rewrite/AppSettings.h"
@@ -18,19 +19,6 @@ constexpr qsizetype maximumLength = 10'000;
 constexpr std::chrono::milliseconds pasteWait{50};
 /// How often the result goes onto the clipboard when another program keeps taking it during that wait.
 constexpr int placeAttempts = 3;
-
-QString keychainAccount(AIProvider provider)
-{
-    switch (provider) {
-    case AIProvider::cloud:
-        return QLatin1String(KeychainService::cloudKey);
-    case AIProvider::openai:
-        return QLatin1String(KeychainService::openAIKey);
-    case AIProvider::claude:
-        return QLatin1String(KeychainService::anthropicKey);
-    }
-    Q_UNREACHABLE();
-}
 
 QString nameOf(const std::optional<RunningApplication>& application)
 {
@@ -127,10 +115,10 @@ Task<> RewriteService::performRewrite(std::optional<QString> instruction, QStrin
     const Run run(*this);
     try {
         co_await rewriteSelection(std::move(instruction), std::move(title));
-    } catch (const Cancelled&) {
-        // A cancelled run ends without a message; one that its back end gave up goes with its panel.
-        if (self)
-            environment_.overlay.hide(false);
+    } catch (const Cancelled& cancelled) {
+        // A run that the user cancelled ends without a message; a back end may also give up by itself.
+        if (self && !cancelled_)
+            fail({QStringLiteral("Couldn’t rewrite"), errorDescription(cancelled)});
     } catch (const Failure& failure) {
         fail(failure);
     } catch (const std::exception& error) {
@@ -145,14 +133,18 @@ Task<> RewriteService::rewriteSelection(std::optional<QString> instruction, QStr
     showOverlay(target, title);
     requireAccessibility();
 
-    const ProviderSelection provider = co_await stage(self, requireProvider());
+    // A keyring may wait for the user and a back end may wait for anything; a cancelled run waits for
+    // neither.
+    const std::stop_token stop = rewriteTask_.get_token();
+    const ProviderSelection provider = co_await stage(self, orStopped(requireProvider(), stop));
     environment_.warmUp(provider.provider, provider.mode);
 
     requireTarget(target); // a keyring may have asked the user something meanwhile
     const QString text = co_await stage(self, requireSelectedText());
     requireTarget(target);
 
-    const QString result = co_await stage(self, requireResult(provider, text, std::move(instruction)));
+    const QString result =
+        co_await stage(self, orStopped(requireResult(provider, text, std::move(instruction), stop), stop));
     if (targetHolds(target))
         co_await pasteResult(target, result);
     else
@@ -188,27 +180,6 @@ Task<ProviderSelection> RewriteService::requireProvider() const
     co_return *selection;
 }
 
-Task<std::optional<ProviderSelection>> RewriteService::findAvailableProvider(QPointer<AppSettings> settings,
-                                                                             KeychainService keychain,
-                                                                             TokensSource tokens)
-{
-    if (!settings)
-        co_return std::nullopt;
-    const AIProvider provider = settings->provider();
-    if (provider == AIProvider::cloud)
-        co_return ProviderSelection{provider, QString(), OpenAIAuthMode::apiKey};
-    if (provider == AIProvider::openai && settings->openaiAuthMode() == OpenAIAuthMode::chatgpt) {
-        const std::optional<CodexTokens> active = co_await tokens();
-        if (!active || !active->canUsePlan())
-            co_return std::nullopt;
-        co_return ProviderSelection{provider, QString(), OpenAIAuthMode::chatgpt};
-    }
-    const std::optional<QString> key = co_await keychain.load(keychainAccount(provider));
-    if (!key || key->isEmpty())
-        co_return std::nullopt;
-    co_return ProviderSelection{provider, *key, OpenAIAuthMode::apiKey};
-}
-
 Task<QString> RewriteService::requireSelectedText() const
 {
     const std::optional<QString> text = co_await clipboardService_.copySelectedText();
@@ -234,13 +205,13 @@ bool RewriteService::targetHolds(const std::optional<RunningApplication>& target
 }
 
 Task<QString> RewriteService::requireResult(ProviderSelection provider, QString text,
-                                            std::optional<QString> instruction) const
+                                            std::optional<QString> instruction, std::stop_token stop) const
 {
     try {
         if (isLongerThan(text, maximumLength))
             throw AIError::textTooLong();
         const auto backEnd = environment_.makeBackEnd(provider.provider, provider.mode);
-        co_return co_await backEnd->rewriteText(text, provider.apiKey, instruction, rewriteTask_.get_token());
+        co_return co_await backEnd->rewriteText(text, provider.apiKey, instruction, stop);
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {

@@ -2,11 +2,10 @@
 
 #include "ai/AIProvider.h"
 #include "ai/AIServiceProtocol.h"
-#include "chatgpt/CodexTokens.h"
-#include "chatgpt/KeychainService.h"
 #include "platform/Workspace.h"
 #include "rewrite/ClipboardService.h"
 #include "rewrite/HotkeyService.h"
+#include "rewrite/ProviderSelection.h"
 #include "rewrite/SettingsSection.h"
 
 #include <QDateTime>
@@ -18,14 +17,6 @@ namespace quillmarsh {
 class AppSettings;
 class RewriteOverlayController;
 class UserDefaults;
-
-/// Which back end a rewrite uses, and with which key (empty for those that use none).
-struct ProviderSelection
-{
-    AIProvider provider = AIProvider::cloud;
-    QString apiKey;
-    OpenAIAuthMode mode = OpenAIAuthMode::apiKey;
-};
 
 /// What the orchestrator works with. Everything outlives it.
 struct RewriteEnvironment
@@ -39,8 +30,7 @@ struct RewriteEnvironment
     std::function<bool()> accessibilityCheck;
     std::function<void()> accessibilityRequest;
     std::function<void()> openAccessibilitySettings;
-    /// The active ChatGPT profile's tokens, if any account is connected.
-    std::function<Task<std::optional<CodexTokens>>()> chatGPTTokens;
+    TokensSource chatGPTTokens;
     /// A new back end for one rewrite.
     std::function<std::unique_ptr<AIServiceProtocol>(AIProvider, OpenAIAuthMode)> makeBackEnd;
     /// Opens a connection to that back end ahead of the request; sends nothing.
@@ -77,7 +67,7 @@ public:
     {
         return lastExternalApplication_;
     }
-    /// Registered shortcuts that another program owns and that therefore never fire.
+    /// Registered shortcuts that another program owns and that therefore never fire. Cheap.
     [[nodiscard]] std::vector<KeyCombination> refusedShortcuts() const { return hotkeyService_->refused(); }
     [[nodiscard]] HotkeyControlling& hotkeyService() { return *hotkeyService_; }
 
@@ -98,18 +88,19 @@ signals:
     void hasAccessibilityChanged();
     void hotkeyRegisteredChanged();
     void isWaitingForAccessibilityChanged();
-    /// A registration ran; refusedShortcuts() may have changed.
+    /// A registration ran, or refusedShortcuts() changed.
     void shortcutsRegistered();
 
 private:
     class Run;
     struct Failure;
-    using TokensSource = std::function<Task<std::optional<CodexTokens>>()>;
 
     void observeApplications();
     static Task<> monitorPermission(QPointer<RewriteService> service, std::stop_token stop);
     [[nodiscard]] std::vector<Registration> makeRegistrations();
-    void reportRefusedShortcuts() const;
+    void startHotkeys();
+    [[nodiscard]] QString registrationProblem() const;
+    void announceRegistration();
     void retryRefusedShortcuts();
 
     template <typename T>
@@ -118,13 +109,11 @@ private:
     void showOverlay(const std::optional<RunningApplication>& target, const QString& title);
     void requireAccessibility();
     Task<ProviderSelection> requireProvider() const;
-    static Task<std::optional<ProviderSelection>>
-    findAvailableProvider(QPointer<AppSettings> settings, KeychainService keychain, TokensSource tokens);
     Task<QString> requireSelectedText() const;
     void requireTarget(const std::optional<RunningApplication>& target) const;
     [[nodiscard]] bool targetHolds(const std::optional<RunningApplication>& target) const;
-    Task<QString> requireResult(ProviderSelection provider, QString text,
-                                std::optional<QString> instruction) const;
+    Task<QString> requireResult(ProviderSelection provider, QString text, std::optional<QString> instruction,
+                                std::stop_token stop) const;
     Task<> pasteResult(std::optional<RunningApplication> target, QString result);
     Task<> leaveOnClipboard(QString result);
     static Failure clipboardTaken();
@@ -150,6 +139,7 @@ private:
     std::optional<QString> lastError_;
     std::optional<QDateTime> lastSuccess_;
     std::optional<RunningApplication> lastExternalApplication_;
+    std::vector<KeyCombination> announcedRefusals_; ///< as the log and the views know them
     bool isProcessing_ = false;
     bool hasAccessibility_ = false;
     bool hotkeyRegistered_ = false;

@@ -3,6 +3,7 @@
 #include "rewrite/RewriteService.h"
 
 #include "base/Log.h"
+#include "platform/ModifierFlags.h"
 #include "rewrite/AppSettings.h"
 
 #include <QCoreApplication>
@@ -18,6 +19,20 @@ constexpr std::chrono::seconds permissionInterval{2};
 bool isThisProcess(const RunningApplication& application)
 {
     return application.processIdentifier == QCoreApplication::applicationPid();
+}
+
+bool canBeRegistered(const InstructionShortcut& action)
+{
+    if (!action.hasShortcut())
+        return false;
+    const bool isInRange = *action.keyCode >= 0 && *action.keyCode <= std::numeric_limits<quint16>::max();
+    // A bare key would be taken out of all that the user types.
+    const bool hasModifier = (static_cast<quint64>(*action.modifiersRaw) & ModifierFlags::shortcutMask) != 0;
+    if (!isInRange)
+        qCWarning(lcQuillmarsh, "Ignoring a writing action's shortcut: its key code is out of range");
+    else if (!hasModifier)
+        qCWarning(lcQuillmarsh, "Ignoring a writing action's shortcut: it has no modifier");
+    return isInRange && hasModifier;
 }
 
 } // namespace
@@ -68,12 +83,13 @@ Task<> RewriteService::monitorPermission(QPointer<RewriteService> service, std::
 
 void RewriteService::retryRefusedShortcuts()
 {
-    const size_t before = hotkeyService_->refused().size();
-    if (before == 0 || !hotkeyRegistered_)
+    if (!hasAccessibility_)
         return;
     hotkeyService_->retryRefused();
-    if (hotkeyService_->refused().size() != before)
-        emit shortcutsRegistered();
+    if (hotkeyService_->refused() == announcedRefusals_)
+        return;
+    startHotkeys();
+    announceRegistration();
 }
 
 void RewriteService::setAppSettings(AppSettings* settings)
@@ -126,30 +142,33 @@ void RewriteService::registerHotkeys()
     if (isEmpty) {
         hotkeyService_->stop();
         setHotkeyRegistered(false);
-    } else if (hotkeyService_->start()) {
-        setHotkeyRegistered(true);
+        setLastError(std::nullopt);
     } else {
-        setHotkeyRegistered(false);
-        setLastError(QStringLiteral("Failed to register shortcuts. Check Accessibility permission."));
-        reportRefusedShortcuts();
-        emit shortcutsRegistered();
-        return;
+        startHotkeys();
     }
-    setLastError(std::nullopt);
-    reportRefusedShortcuts();
-    emit shortcutsRegistered();
+    announceRegistration();
+}
+
+void RewriteService::startHotkeys()
+{
+    setHotkeyRegistered(hotkeyService_->start());
+    setLastError(hotkeyRegistered_ ? std::nullopt : std::optional(registrationProblem()));
+}
+
+QString RewriteService::registrationProblem() const
+{
+    if (!hotkeyService_->refused().empty())
+        return QStringLiteral(
+            "Other programs already use your shortcuts. Choose different ones in Writing actions.");
+    return QStringLiteral("Failed to register shortcuts. Check Accessibility permission.");
 }
 
 std::vector<Registration> RewriteService::makeRegistrations()
 {
     std::vector<Registration> registrations;
     for (const InstructionShortcut& action : appSettings_->instructionShortcuts()) {
-        if (!action.hasShortcut())
+        if (!canBeRegistered(action))
             continue;
-        if (*action.keyCode < 0 || *action.keyCode > std::numeric_limits<quint16>::max()) {
-            qCWarning(lcQuillmarsh, "Ignoring a writing action's shortcut: its key code is out of range");
-            continue;
-        }
         const auto handler = [service = QPointer(this), action] {
             if (service)
                 detach(service->performRewrite(action.instruction, action.name));
@@ -160,12 +179,14 @@ std::vector<Registration> RewriteService::makeRegistrations()
     return registrations;
 }
 
-void RewriteService::reportRefusedShortcuts() const
+void RewriteService::announceRegistration()
 {
-    for (const KeyCombination& combination : hotkeyService_->refused())
+    announcedRefusals_ = hotkeyService_->refused();
+    for (const KeyCombination& combination : announcedRefusals_)
         qCWarning(lcQuillmarsh,
                   "Another program owns a writing action's shortcut (key code %d, modifiers 0x%llx)",
                   combination.keyCode, combination.modifiers);
+    emit shortcutsRegistered();
 }
 
 void RewriteService::setProcessing(bool processing)

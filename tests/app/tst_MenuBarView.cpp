@@ -1,3 +1,4 @@
+#include "app/Foreground.h"
 #include "app/MenuBarFixture.h"
 #include "app/MenuBarView.h"
 #include "support/FailOnWarnings.h"
@@ -31,6 +32,9 @@ private slots:
     void escapeClosesTheFieldThenTheMenu();
     void aTypedInstructionRuns();
     void turningElsewhereCloses();
+    void withoutTheKeyboardAnotherApplicationCloses();
+    void theKeyboardIsInsistedOn();
+    void taskBarsDoNotListIt();
     void oneClickTogglesOnce();
     void states();
 
@@ -61,7 +65,8 @@ void tst_MenuBarView::init()
 {
     test::failOnWarnings();
     fixture_ = std::make_unique<MenuBarFixture>();
-    view_ = std::make_unique<MenuBarView>(*fixture_->model, *fixture_->rewrites.platform.panelWindow);
+    view_ = std::make_unique<MenuBarView>(*fixture_->model, *fixture_->rewrites.platform.panelWindow,
+                                          *fixture_->rewrites.platform.workspace);
 }
 
 void tst_MenuBarView::cleanup()
@@ -191,6 +196,60 @@ void tst_MenuBarView::turningElsewhereCloses()
     other.show();
     other.requestActivate();
     QTRY_VERIFY(!view_->isOpen());
+}
+
+/// Where the desktop denies the menu the keyboard, there is none that it could lose.
+void tst_MenuBarView::withoutTheKeyboardAnotherApplicationCloses()
+{
+    auto& workspace = *fixture_->rewrites.platform.workspace;
+    view_->open(QRect(700, 0, 24, 24));
+    QTRY_VERIFY(view_->window()->isActive());
+    workspace.bringToFront(fixture_->rewrites.browser); // heard of late, while the keyboard is the menu's
+    QVERIFY(view_->isOpen());
+    view_->close();
+
+    QQuickView other;
+    other.show();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    view_->open(QRect(700, 0, 24, 24));
+    QVERIFY(!view_->window()->isActive());
+    workspace.bringToFront(fixture_->rewrites.browser); // caused by the click on the icon itself
+    QVERIFY(view_->isOpen());
+    QPointer<QQuickView> window = view_->window();
+    window->blockSignals(true); // it never hears of the keyboard
+    QElapsedTimer timer;
+    timer.start();
+    QTRY_VERIFY(timer.hasExpired(310));
+    other.requestActivate();
+    QTRY_VERIFY(!window->isActive());
+    fixture_->bringOurselvesToFront();
+    emit workspace.didActivateApplication(*workspace.frontmost);
+    QVERIFY(view_->isOpen());
+    workspace.bringToFront(fixture_->rewrites.browser);
+    QVERIFY(!view_->isOpen());
+}
+
+void tst_MenuBarView::theKeyboardIsInsistedOn()
+{
+    auto& workspace = *fixture_->rewrites.platform.workspace;
+    QWindow granted;
+    granted.show();
+    bringToFront(granted, workspace);
+    QVERIFY(QTest::qWaitForWindowActive(&granted));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("requestActivate")));
+    QWindow denied;
+    denied.setFlags(Qt::ToolTip | Qt::WindowDoesNotAcceptFocus);
+    denied.show();
+    bringToFront(denied, workspace);
+    QTRY_COMPARE(workspace.activated.size(), 1u);
+    QCOMPARE(workspace.activated.front().window, quint64(denied.winId()));
+    QCOMPARE(workspace.activated.front().processIdentifier, QCoreApplication::applicationPid());
+}
+
+void tst_MenuBarView::taskBarsDoNotListIt()
+{
+    view_->open(QRect(700, 0, 24, 24));
+    QCOMPARE(fixture_->rewrites.platform.panelWindow->leftOut, std::vector<QWindow*>{view_->window()});
 }
 
 void tst_MenuBarView::oneClickTogglesOnce()

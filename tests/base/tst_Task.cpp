@@ -1,4 +1,5 @@
 #include "base/LocalizedError.h"
+#include "base/Race.h"
 #include "base/Task.h"
 #include "support/CoroutineTest.h"
 
@@ -26,6 +27,24 @@ Task<> failWith(bool cancelled)
     throw LocalizedError(QStringLiteral("secret text"));
 }
 
+Task<int> answerAfter(std::stop_token known, int* finished)
+{
+    co_await sleepFor(1h, known);
+    ++*finished;
+    co_return 42;
+}
+
+Task<int> answerWithAFailure()
+{
+    co_await sleepFor(1ms);
+    throw LocalizedError(QStringLiteral("no"));
+}
+
+Task<int> answerAtOnce()
+{
+    co_return 7;
+}
+
 } // namespace
 
 class tst_Task final : public QObject
@@ -49,6 +68,34 @@ private slots:
         std::stop_source source;
         source.request_stop();
         QVERIFY(sleepAndMeasure(10s, source.get_token()).isReady());
+    }
+
+    void aRaceEndsAsItsTaskDoes()
+    {
+        QCOMPARE(test::runTask(orStopped(answerAtOnce(), {})), 7);
+        QVERIFY(orStopped(answerAtOnce(), {}).isReady());
+        QVERIFY_EXCEPTION_THROWN(test::runTask(orStopped(answerWithAFailure(), {})), LocalizedError);
+        std::stop_source known;
+        int finished = 0;
+        Task<int> waiting = orStopped(answerAfter(known.get_token(), &finished), {});
+        QVERIFY(!waiting.isReady());
+        known.request_stop();
+        QCOMPARE(test::runTask(std::move(waiting)), 42);
+    }
+
+    void aStopEndsTheWaitAndNotTheTask()
+    {
+        std::stop_source known;
+        std::stop_source stop;
+        int finished = 0;
+        Task<int> waiting = orStopped(answerAfter(known.get_token(), &finished), stop.get_token());
+        stop.request_stop();
+        QVERIFY(!waiting.isReady()); // from the event loop only
+        QVERIFY_EXCEPTION_THROWN(test::runTask(std::move(waiting)), Cancelled);
+        QCOMPARE(finished, 0);
+        known.request_stop();
+        QTRY_COMPARE(finished, 1);
+        QVERIFY_EXCEPTION_THROWN(test::runTask(orStopped(answerAtOnce(), stop.get_token())), Cancelled);
     }
 
     void aDetachedTaskLogsItsFailureWithoutTheText()

@@ -162,6 +162,30 @@ private slots:
         QTRY_VERIFY(stage.window().grabWindow() != later);
     }
 
+    void workingShowsTheTitle_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<bool>("truncated");
+        QTest::newRow("short") << QStringLiteral("Formal") << false;
+        QTest::newRow("default") << QStringLiteral("Autocorrect") << false;
+        QTest::newRow("long") << QStringLiteral("Rewrite it as a sonnet") << true;
+    }
+
+    void workingShowsTheTitle()
+    {
+        QFETCH(QString, title);
+        Stage stage;
+        stage.show(title);
+        QTest::qWait(400);
+        stage.grab(QStringLiteral("working-") + QString::fromLatin1(QTest::currentDataTag()));
+        const QQuickItem* shown = stage.text(title);
+        QVERIFY(shown);
+        QTEST(shown->property("truncated").toBool(), "truncated");
+        const QRectF frame = shown->mapRectToScene(QRectF(0, 0, shown->width(), shown->height()));
+        QVERIFY(QRectF(16, 12, 48, 36).contains(frame)); // clear of the surface's rounded ends
+        QVERIFY(frame.top() >= stage.orb()->mapToScene({0, stage.orb()->height()}).y() - 2);
+    }
+
     void theWholePillCancels()
     {
         Stage stage;
@@ -332,6 +356,18 @@ private slots:
         stage.enter();
         QVERIFY(stage().isHovered());
         stage.leave();
+        QVERIFY(!stage().isHovered());
+    }
+
+    void aPointerThatLeftBeforeTheWindowCameHoldsNothing()
+    {
+        Stage stage;
+        const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
+        stage.panelWindow.mouse = {free.center().x(), free.bottom() - 40};
+        stage().show({}, QStringLiteral("Fix"), false, {});
+        QVERIFY(stage().isHovered());
+        stage.panelWindow.mouse = {-5000, -5000};
+        QVERIFY(QTest::qWaitForWindowExposed(&stage.window()));
         QVERIFY(!stage().isHovered());
     }
 

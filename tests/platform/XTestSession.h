@@ -44,9 +44,9 @@ private:
 };
 
 namespace Key {
-inline constexpr xcb_keycode_t escape = 9, one = 10, w = 25, r = 27, t = 28, controlL = 37, a = 38,
+inline constexpr xcb_keycode_t escape = 9, one = 10, tab = 23, w = 25, r = 27, t = 28, controlL = 37, a = 38,
                                shiftL = 50, c = 54, v = 55, altL = 64, space = 65, capsLock = 66,
-                               insert = 118, superL = 133;
+                               controlR = 105, insert = 118, superL = 133;
 } // namespace Key
 
 /// A window of another program that takes the input focus and writes down what reaches it.

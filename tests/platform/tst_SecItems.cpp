@@ -112,6 +112,42 @@ private slots:
         QCOMPARE(test::runTask(items.remove(key)), errSecSuccess);
     }
 
+    void readsThatWaitTogetherAreOneUntilSomethingIsWritten()
+    {
+        LibsecretItems items;
+        QCOMPARE(test::runTask(items.add(key, "old", SecAccessible::whenUnlocked)), errSecSuccess);
+        const qint64 twentyReads = test::runTask(timeOfReads(items, 20));
+        QElapsedTimer timer;
+        timer.start();
+        std::vector<Task<SecItemResult>> reads;
+        for (int i = 0; i < 2000; ++i)
+            reads.push_back(items.copyMatching(key));
+        Task<SecItemResult> another = items.copyMatching({key.service, QStringLiteral("never stored")});
+        Task<OSStatus> updating = items.update(key, "new");
+        Task<SecItemResult> after = items.copyMatching(key);
+        for (Task<SecItemResult>& read : reads)
+            QCOMPARE(test::runTask(std::move(read)).data, QByteArray("old"));
+        QCOMPARE(test::runTask(std::move(another)).status, errSecItemNotFound);
+        QCOMPARE(test::runTask(std::move(updating)), errSecSuccess);
+        QCOMPARE(test::runTask(std::move(after)).data, QByteArray("new"));
+        qInfo("2000 reads at once took %lld ms", timer.elapsed());
+        QVERIFY(timer.nsecsElapsed() < 50 * twentyReads); // one by one they would take twice that
+        QCOMPARE(test::runTask(items.remove(key)), errSecSuccess);
+    }
+
+    void aReadBehindAnAnswerAsksAnew()
+    {
+        LibsecretItems items;
+        LibsecretItems otherProcess;
+        QCOMPARE(test::runTask(items.add(key, "0", SecAccessible::whenUnlocked)), errSecSuccess);
+        for (int i = 1; i <= 20; ++i) {
+            std::ignore = test::runTask(items.copyMatching(key));
+            QCOMPARE(test::runTask(otherProcess.update(key, QByteArray::number(i))), errSecSuccess);
+            QCOMPARE(test::runTask(items.copyMatching(key)).data, QByteArray::number(i));
+        }
+        QCOMPARE(test::runTask(items.remove(key)), errSecSuccess);
+    }
+
     void aLockedStoreIsToldFromAMissingItem()
     {
         LibsecretItems items;
@@ -173,7 +209,7 @@ private slots:
         {
             LibsecretItems items;
             for (int i = 0; i < 50; ++i)
-                pending.push_back(items.copyMatching(key));
+                pending.push_back(items.copyMatching({key.service, QString::number(i)}));
         }
         for (Task<SecItemResult>& task : pending) {
             const OSStatus status = test::runTask(std::move(task)).status;

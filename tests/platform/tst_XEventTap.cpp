@@ -2,9 +2,12 @@
 #include "platform/PlatformContracts.h"
 #include "platform/XTestSession.h"
 #include "platform/linux/EvdevKeys.h"
+#include "platform/linux/HotKeyGrabs.h"
+#include "platform/linux/XAccessibility.h"
 #include "platform/linux/XEventTap.h"
 #include "platform/linux/XWorker.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 #include <xcb/xinput.h>
@@ -26,7 +29,8 @@ class tst_XEventTap final : public QObject
     Q_OBJECT
 
 private:
-    XEventTapSource source_{XWorker::start()};
+    std::shared_ptr<XWorker> worker_ = XWorker::start();
+    XEventTapSource source_{worker_};
     std::vector<KeyEvent> events_;
     std::unique_ptr<EventTap> tap_;
 
@@ -58,6 +62,19 @@ private:
         keyboard.release(Key::r);
         keyboard.release(Key::superL);
         keyboard.release(Key::shiftL);
+    }
+
+    /// The server ends the worker's connection, as it does for a window that the user kills.
+    void endConnection(TargetWindow& other)
+    {
+        const auto window = worker_->run([](XWorker::Parts& parts) {
+            const xcb_window_t made = parts.connection->createHelperWindow(0);
+            parts.connection->synchronize();
+            return made;
+        });
+        QTest::ignoreMessage(QtWarningMsg, "The connection to the X server is lost");
+        xcb_kill_client(other.connection().get(), window);
+        other.catchUp();
     }
 
 private slots:
@@ -248,6 +265,61 @@ private slots:
                 XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_OWNER_NO_OWNER, &mask, &modifiers));
         QVERIFY(grabbed && grabbed->num_modifiers == 0);
         enable({shiftCommandR});
+        QCOMPARE(tap_->refused(), std::vector{shiftCommandR});
+    }
+
+    void aLostConnectionIsHeardAndReplaced()
+    {
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        const XAccessibility accessibility(worker_, XConnection::open());
+        TargetWindow other;
+        const QByteArray display = qgetenv("DISPLAY");
+        qputenv("DISPLAY", "nowhere");
+        endConnection(other);
+        QTRY_VERIFY(!accessibility.isProcessTrusted());
+        QVERIFY(events_.empty());
+        qputenv("DISPLAY", display);
+        QTRY_COMPARE(events_.size(), 1U);
+        QCOMPARE(events_[0].type, KeyEvent::Type::TapDisabledByTimeout);
+        QVERIFY(accessibility.isProcessTrusted());
+        tap_->setEnabled(true);
+        QVERIFY(tap_->refused().empty());
+        pressShortcut(keyboard);
+        QTRY_COMPARE(events_.size(), 2U);
+        QCOMPARE(events_[1].keyCode, VirtualKey::r);
+        releaseShortcut(keyboard);
+    }
+
+    void aTapThatIsOffHearsNothingOfALostConnection()
+    {
+        enable({shiftCommandR});
+        tap_->setEnabled(false);
+        TargetWindow other;
+        endConnection(other);
+        QTRY_VERIFY(!worker_->isCapable());
+        QTRY_VERIFY(worker_->isCapable());
+        QCoreApplication::processEvents();
+        QVERIFY(events_.empty());
+    }
+
+    void aShortcutTakenDuringAnInjectionIsHeard()
+    {
+        TargetWindow other;
+        enable({shiftCommandR});
+        QTest::ignoreMessage(QtWarningMsg, "A shortcut was taken by another program");
+        worker_->run([&other](XWorker::Parts& parts) {
+            HotKeyGrabs::Injection injection(*parts.hotKeys);
+            injection.allow(Key::r, shiftSuperMask);
+            parts.connection->synchronize();
+            xcb_grab_key(other.connection().get(), 0, other.connection().root(), shiftSuperMask, Key::r,
+                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+            other.connection().synchronize();
+            return true;
+        });
+        QTRY_COMPARE(events_.size(), 1U);
+        QCOMPARE(events_[0].type, KeyEvent::Type::TapDisabledByUserInput);
+        tap_->setEnabled(true);
         QCOMPARE(tap_->refused(), std::vector{shiftCommandR});
     }
 

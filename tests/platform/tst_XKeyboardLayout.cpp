@@ -43,6 +43,10 @@ private slots:
         add("ru", "", 15, "\u043A");
         add("gr", "", 15, "\u03C1");
         add("de", "", 24, nullptr); // a dead key
+        add("us", "", 87, "5");     // of the keypad, which without Num Lock moves the cursor
+        add("de", "", 65, ",");
+        add("us", "", 115, nullptr); // Home
+        add("us", "", 76, nullptr);  // Enter of the keypad: a control character shows nothing
     }
     void charactersOfALayout()
     {

@@ -1,4 +1,5 @@
 #include "platform/XTestSession.h"
+#include "platform/linux/ScreenStruts.h"
 #include "platform/linux/TrayHost.h"
 #include "platform/linux/XAccessibility.h"
 #include "platform/linux/XPanelWindow.h"
@@ -15,6 +16,8 @@
 #include <QTest>
 
 #include <xcb/xtest.h>
+
+#include <algorithm>
 
 using namespace quillmarsh;
 using namespace quillmarsh::test;
@@ -100,6 +103,22 @@ private slots:
         QCOMPARE(QGuiApplication::focusWindow(), &fullScreen);
     }
 
+    void taskBarsAreToldToLeaveAMenuOut()
+    {
+        XPanelWindow panels(connection_);
+        Panel menu;
+        menu.setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+        panels.leaveOutOfTaskBars(menu);
+        menu.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&menu));
+        const auto states =
+            XWindows(*connection_)
+                .numbers(static_cast<xcb_window_t>(menu.winId()), "_NET_WM_STATE", XCB_ATOM_ATOM);
+        for (const char* state :
+             {"_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER", "_NET_WM_STATE_ABOVE"})
+            QVERIFY2(std::ranges::count(states, connection_->atom(state)) == 1, state);
+    }
+
     void theCompositorIsWatched()
     {
         XPanelWindow panels(connection_);
@@ -116,6 +135,62 @@ private slots:
         QVERIFY(!panels.isCompositing());
     }
 
+    // Two screens beside each other, the right one less high: 1000 × 800 and 600 × 500 in a root of 1600 ×
+    // 800.
+    void aBarTakesItsEdgeOfItsScreen_data()
+    {
+        using Strut = std::array<uint32_t, 12>;
+        const QRect left(0, 0, 1000, 800);
+        const QRect right(1000, 0, 600, 500);
+        QTest::addColumn<QRect>("screen");
+        QTest::addColumn<Strut>("strut");
+        QTest::addColumn<QRect>("clear");
+        QTest::newRow("none") << left << Strut{} << left;
+        const Strut bottom{0, 0, 0, 48, 0, 0, 0, 0, 0, 0, 0, 999};
+        QTest::newRow("bottom, its screen") << left << bottom << QRect(0, 0, 1000, 752);
+        QTest::newRow("bottom, the other") << right << bottom << right;
+        const Strut low{0, 0, 0, 330, 0, 0, 0, 0, 0, 0, 1000, 1599};
+        QTest::newRow("bottom of the lower screen") << right << low << QRect(1000, 0, 600, 470);
+        const Strut top{0, 0, 30, 0, 0, 0, 0, 0, 0, 1599, 0, 0};
+        QTest::newRow("top of both, left") << left << top << QRect(0, 30, 1000, 770);
+        QTest::newRow("top of both, right") << right << top << QRect(1000, 30, 600, 470);
+        const Strut middle{1040, 0, 0, 0, 0, 499, 0, 0, 0, 0, 0, 0};
+        QTest::newRow("left edge of the right screen") << right << middle << QRect(1040, 0, 560, 500);
+        QTest::newRow("which is not the left one's") << left << middle << left;
+        const Strut rightEdge{0, 60, 0, 0, 0, 0, 0, 799, 0, 0, 0, 0};
+        QTest::newRow("right edge") << right << rightEdge << QRect(1000, 0, 540, 500);
+        const Strut absurd{0, 0, 0, 0xFFFFFFFF, 0, 0, 0, 0, 0, 0, 0, 0xFFFFFFFF};
+        QTest::newRow("absurd") << left << absurd << left;
+    }
+
+    void aBarTakesItsEdgeOfItsScreen()
+    {
+        using Strut = std::array<uint32_t, 12>;
+        QFETCH(QRect, screen);
+        QFETCH(Strut, strut);
+        QTEST(clearOfStrut(screen, {1600, 800}, strut), "clear");
+    }
+
+    void barsOfOtherProgramsAreFound()
+    {
+        TargetWindow bar;
+        QTRY_COMPARE(XWindows(*connection_).active(), bar.window());
+        const QRect screen = QGuiApplication::primaryScreen()->geometry();
+        const auto reserve = [&bar, &screen](const QByteArray& property, uint32_t count) {
+            const auto right = static_cast<uint32_t>(screen.right());
+            const std::array<uint32_t, 12> strut{0, 0, 0, 40, 0, 0, 0, 0, 0, 0, 0, right};
+            XConnection& connection = bar.connection();
+            xcb_change_property(connection.get(), XCB_PROP_MODE_REPLACE, bar.window(),
+                                connection.atom(property), XCB_ATOM_CARDINAL, 32, count, strut.data());
+            bar.catchUp();
+        };
+        QCOMPARE(clearOfBars(*connection_, screen), screen);
+        reserve("_NET_WM_STRUT", 4);
+        QCOMPARE(clearOfBars(*connection_, screen), screen.adjusted(0, 0, 0, -40));
+        reserve("_NET_WM_STRUT_PARTIAL", 12);
+        QCOMPARE(clearOfBars(*connection_, screen), screen.adjusted(0, 0, 0, -40));
+    }
+
     void anEmbeddingTrayIsFound()
     {
         TargetWindow tray;
@@ -127,13 +202,16 @@ private slots:
     void theSessionDecidesAboutTrust()
     {
         const auto worker = XWorker::start();
-        QVERIFY(XAccessibility(worker).isProcessTrusted());
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("No X server")));
-        QVERIFY(!XAccessibility(nullptr).isProcessTrusted());
+        QVERIFY(XAccessibility(worker, connection_).isProcessTrusted());
+        const QRegularExpression noServer(QStringLiteral("No X server"));
+        QTest::ignoreMessage(QtWarningMsg, noServer);
+        QVERIFY(!XAccessibility(nullptr, connection_).isProcessTrusted());
+        QTest::ignoreMessage(QtWarningMsg, noServer);
+        QVERIFY(!XAccessibility(worker, nullptr).isProcessTrusted());
         const QByteArray type = qgetenv("XDG_SESSION_TYPE");
         qputenv("XDG_SESSION_TYPE", "wayland");
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Wayland session")));
-        QVERIFY(!XAccessibility(worker).isProcessTrusted());
+        QVERIFY(!XAccessibility(worker, connection_).isProcessTrusted());
         qputenv("XDG_SESSION_TYPE", type);
     }
 };

@@ -28,6 +28,23 @@ QByteArray megabyte()
     return text;
 }
 
+/// The program of the window copies something.
+void claim(TargetWindow& target, const QByteArray& selection = "CLIPBOARD")
+{
+    xcb_set_selection_owner(target.connection().get(), target.window(), target.connection().atom(selection),
+                            XCB_CURRENT_TIME);
+    target.connection().synchronize();
+}
+
+/// The program of the window asks for the clipboard's text.
+void ask(TargetWindow& target)
+{
+    XConnection& connection = target.connection();
+    xcb_convert_selection(connection.get(), target.window(), connection.atom("CLIPBOARD"),
+                          connection.atom("UTF8_STRING"), connection.atom("PASTE"), XCB_CURRENT_TIME);
+    connection.synchronize();
+}
+
 } // namespace
 
 class tst_XPasteboard final : public QObject
@@ -352,6 +369,60 @@ private slots:
         rival.own("newer");
         QVERIFY(runTask(poster.post(VirtualKey::v, ModifierFlags::command)));
         QVERIFY(rival.isOwner());
+    }
+
+    void theClipboardIsHeldUntilTheTargetAsked()
+    {
+        TargetWindow target;
+        ClipboardPeer rival;
+        XKeyPoster poster(worker_);
+        QVERIFY(set(QStringLiteral("ours")));
+        QVERIFY(runTask(poster.post(VirtualKey::v, ModifierFlags::command)));
+        rival.own("rival");
+        QTRY_VERIFY(!rival.isOwner());
+        QCOMPARE(rival.request("UTF8_STRING")->bytes, QByteArray("ours")); // the rival is not the target
+        rival.own("rival again");
+        QTRY_VERIFY(!rival.isOwner());
+        ask(target);
+        QCOMPARE(read(), QStringLiteral("ours"));
+        rival.own("later");
+        QCOMPARE(count(), count()); // by then it would have been taken back
+        QVERIFY(rival.isOwner());
+    }
+
+    void whatTheUserCopiesHimselfStays()
+    {
+        TargetWindow target;
+        ClipboardPeer manager;
+        XKeyPoster poster(worker_);
+        QVERIFY(set(QStringLiteral("ours")));
+        claim(target);
+        manager.own("a manager keeps it");
+        QVERIFY(!set(QStringLiteral("ours")));
+        QTest::ignoreMessage(QtWarningMsg, "Not pasting: another program took the clipboard");
+        QVERIFY(!runTask(poster.post(VirtualKey::v, ModifierFlags::command)));
+        QVERIFY(manager.isOwner());
+        QVERIFY(set(QStringLiteral("the next answer")));
+        claim(target);
+        std::ignore = runTask(poster.post(VirtualKey::c, ModifierFlags::command)); // the next rewrite
+        QVERIFY(set(QStringLiteral("the next answer")));
+    }
+
+    void aCopyInEmacsCountsWithThePrimarySelection()
+    {
+        TargetWindow emacs("emacs", "Emacs");
+        ClipboardPeer manager;
+        XKeyPoster poster(worker_);
+        const qint64 before = count();
+        QVERIFY(runTask(poster.post(VirtualKey::c, ModifierFlags::command)));
+        claim(emacs);
+        manager.own("a manager keeps it");
+        manager.ownSelection("PRIMARY");
+        QCOMPARE(count(), before);
+        claim(emacs, "PRIMARY");
+        QCOMPARE(count(), before + 2);
+        manager.own("something else");
+        QCOMPARE(count(), before + 3);
     }
 
     void persistingHandsTheTextToAManager()

@@ -79,11 +79,11 @@ public:
                 *platform.keyPoster,
                 defaults,
                 *overlay,
-                KeychainService{platform.secItems},
+                KeychainService{secItems},
                 [this] { return platform.accessibility->isProcessTrusted(); },
                 [this] { platform.accessibility->request(); },
                 [this] { platform.accessibility->openSettings(); },
-                [this] { return activeTokens(tokens); },
+                [this] { return activeTokens(tokens, tokensKnown); },
                 [this](AIProvider provider, OpenAIAuthMode mode) {
                     script->made.emplace_back(provider, mode);
                     return std::make_unique<ScriptedBackEnd>(script);
@@ -93,8 +93,11 @@ public:
                 }};
     }
 
-    static Task<std::optional<CodexTokens>> activeTokens(std::optional<CodexTokens> tokens)
+    static Task<std::optional<CodexTokens>> activeTokens(std::optional<CodexTokens> tokens,
+                                                         std::stop_token known)
     {
+        if (known.stop_possible())
+            co_await sleepFor(std::chrono::hours(1), known);
         co_return tokens;
     }
     static Task<QString> shout(QString text, std::stop_token) { co_return text.toUpper(); }
@@ -121,7 +124,9 @@ public:
     RunningApplication editor{4711, QStringLiteral("Editor"), QStringLiteral("editor"), 1, 1};
     RunningApplication browser{4712, QStringLiteral("Browser"), QStringLiteral("browser"), 2, 2};
     std::optional<std::optional<QString>> selection = QStringLiteral("some text");
+    SecItems* secItems = platform.secItems;
     std::optional<CodexTokens> tokens;
+    std::stop_token tokensKnown; ///< when possible: the tokens are known once it is requested
     std::shared_ptr<BackEndScript> script = std::make_shared<BackEndScript>();
     FakePanelRecord panel;
     QTemporaryDir folder;

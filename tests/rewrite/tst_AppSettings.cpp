@@ -135,6 +135,23 @@ private slots:
         QCOMPARE(store_->data(QStringLiteral("instructionShortcuts")), std::optional(json));
     }
 
+    void anUnreadableListIsKeptWhenTheUserMakesANewOne()
+    {
+        const QString key = QStringLiteral("instructionShortcuts");
+        const QString kept = QStringLiteral("instructionShortcuts.unreadable");
+        store_->set(key, QByteArray("[{\"name\":\"mine\"}]"));
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(QStringLiteral("Ignoring the stored writing actions")));
+        AppSettings settings(*store_);
+        QVERIFY(!store_->contains(kept));
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(QStringLiteral("are kept beside the new ones")));
+        settings.addShortcut({QUuid::createUuid(), "n", "i", "plus", std::nullopt, std::nullopt});
+        settings.addShortcut({QUuid::createUuid(), "m", "i", "plus", std::nullopt, std::nullopt});
+        QCOMPARE(store_->data(kept), std::optional(QByteArray("[{\"name\":\"mine\"}]")));
+        QCOMPARE(AppSettings(*store_).instructionShortcuts().size(), 2U);
+    }
+
     void anActionWithoutAShortcutHasNeitherKey()
     {
         InstructionShortcut action{QUuid::createUuid(), "n", "i", "plus", std::nullopt, std::nullopt};

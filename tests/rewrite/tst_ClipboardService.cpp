@@ -37,6 +37,12 @@ private slots:
         QCOMPARE(platform_->pasteboard->reads, 0);
     }
 
+    void blanksAreReturnedAsTheyAre()
+    {
+        whenCopied([this] { platform_->pasteboard->copyFromElsewhere(QStringLiteral(" \n\t ")); });
+        QCOMPARE(copy(), std::optional(QStringLiteral(" \n\t ")));
+    }
+
     void anImageIsNotText()
     {
         whenCopied([this] { platform_->pasteboard->copyFromElsewhere(std::nullopt); });
@@ -60,6 +66,27 @@ private slots:
         });
         QCOMPARE(copy(), std::nullopt);
         QTRY_COMPARE(platform_->pasteboard->count, 1);
+    }
+
+    void theWaitBeginsWhenTheKeysAreOut()
+    {
+        platform_->keyPoster->delay = std::chrono::milliseconds(100);
+        whenCopied([this] {
+            QTimer::singleShot(150, this,
+                               [this] { platform_->pasteboard->copyFromElsewhere(QStringLiteral("slow")); });
+        });
+        QCOMPARE(copy(), std::optional(QStringLiteral("slow")));
+    }
+
+    void theWaitDoesNotBeginWhenOneHearsOfTheKeys()
+    {
+        platform_->keyPoster->hearing = std::chrono::milliseconds(150);
+        whenCopied([this] { platform_->pasteboard->copyFromElsewhere(QStringLiteral("text")); });
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(copy(), std::optional(QStringLiteral("text")));
+        QVERIFY(timer.elapsed() >= 200);
+        QVERIFY(timer.elapsed() < 340);
     }
 
     void heldTextIsKnownByCountOrContent()

@@ -11,6 +11,36 @@ namespace {
 constexpr quint64 shiftCommand = 0x120000;
 constexpr quint64 capsLock = 0x10000;
 
+/// Makes taps that count what each question about them would cost a trip to another thread for.
+struct CountingTaps final : EventTapSource
+{
+    struct Tap final : EventTap
+    {
+        explicit Tap(CountingTaps& counts) : counts_(counts) {}
+
+        void setInterest(std::vector<KeyCombination>) override { ++counts_.interests; }
+        [[nodiscard]] std::vector<KeyCombination> refused() const override
+        {
+            ++counts_.asked;
+            return counts_.refused;
+        }
+        void setEnabled(bool) override {}
+        void invalidate() override {}
+
+    private:
+        CountingTaps& counts_;
+    };
+
+    [[nodiscard]] std::unique_ptr<EventTap> create(EventTap::Callback) override
+    {
+        return std::make_unique<Tap>(*this);
+    }
+
+    std::vector<KeyCombination> refused;
+    int asked = 0;
+    int interests = 0;
+};
+
 } // namespace
 
 class tst_HotkeyService final : public QObject
@@ -108,6 +138,45 @@ private slots:
         QCOMPARE(service_->refused(), std::vector<KeyCombination>({{15, shiftCommand}}));
     }
 
+    void refusalsAreAskedForOnlyWhenSomeWereFound()
+    {
+        CountingTaps taps;
+        HotkeyService service(taps, *accessibility_);
+        service.setRegistrations({registration(15, shiftCommand, "a"), registration(16, shiftCommand, "b")});
+        QVERIFY(service.start());
+        const int asked = taps.asked;
+        service.retryRefused();
+        QVERIFY(service.refused().empty());
+        QCOMPARE(taps.asked, asked);
+        taps.refused = {{15, shiftCommand}};
+        service.setRegistrations(service.registrations());
+        QCOMPARE(service.refused(), taps.refused);
+        const int interests = taps.interests;
+        service.retryRefused();
+        QCOMPARE(taps.interests, interests + 1);
+        taps.refused.clear();
+        service.retryRefused();
+        QVERIFY(service.refused().empty());
+        service.retryRefused();
+        QCOMPARE(taps.interests, interests + 2);
+    }
+
+    void aTapThatIsTurnedOnAgainKnowsWhatItLost()
+    {
+        start({registration(15, shiftCommand, "first")});
+        taps_->taps.back()->refused = {{15, shiftCommand}};
+        QTest::ignoreMessage(QtCriticalMsg, "Event tap was disabled by timeout, re-enabling");
+        KeyEvent event;
+        event.type = KeyEvent::Type::TapDisabledByUserInput;
+        std::ignore = service_->handleEvent(event);
+        QCOMPARE(service_->refused().size(), 1U);
+        QVERIFY(!service_->start());
+        taps_->taps.back()->refused.clear();
+        service_->retryRefused();
+        QVERIFY(service_->start());
+        QCOMPARE(taps_->taps.size(), 1U);
+    }
+
     void stopGivesTheTapBack()
     {
         start({registration(15, shiftCommand, "first")});
@@ -157,14 +226,17 @@ private slots:
         taps_->taps.back()->enabled = false;
         KeyEvent event;
         event.type = static_cast<KeyEvent::Type>(type);
-        QTest::ignoreMessage(QtWarningMsg, "Event tap was disabled by timeout, re-enabling");
+        QTest::ignoreMessage(QtCriticalMsg, "Event tap was disabled by timeout, re-enabling");
         QCOMPARE(service_->handleEvent(event), TapVerdict::Pass);
         QVERIFY(taps_->taps.back()->enabled);
         taps_->taps.back()->enabled = false;
         accessibility_->trusted = false;
-        QTest::ignoreMessage(QtWarningMsg, "Event tap was disabled by timeout, re-enabling");
+        QTest::ignoreMessage(QtCriticalMsg, "Event tap was disabled by timeout, re-enabling");
         std::ignore = service_->handleEvent(event);
         QVERIFY(!taps_->taps.back()->enabled);
+        accessibility_->trusted = true;
+        QVERIFY(service_->start());
+        QVERIFY(taps_->taps.back()->enabled);
     }
 
 private:

@@ -64,6 +64,8 @@ private slots:
         QTest::newRow("combining accent") << QStringLiteral("e\u0301");
         QTest::newRow("family") << "👩‍👩‍👧‍👦";
         QTest::newRow("skin tone") << "👍🏽";
+        QTest::newRow("flag") << "🇩🇪";
+        QTest::newRow("keycap") << QStringLiteral("1\ufe0f\u20e3");
         QTest::newRow("CR LF") << "\r\n";
         QTest::newRow("jamo") << QStringLiteral("\u1100\u1161\u11a8");
         QTest::newRow("outside the basic plane") << "𝒳";

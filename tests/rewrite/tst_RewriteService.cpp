@@ -14,6 +14,30 @@ namespace {
 constexpr quint64 successDelay = 1'300'000'000;
 constexpr quint64 failureDelay = 8'000'000'000;
 
+/// A locked store: it asks the user, and knows nothing before the user has answered.
+class AskingSecItems final : public SecItems
+{
+public:
+    std::stop_source answered;
+    int asked = 0;
+
+    Task<SecItemResult> copyMatching(SecItemQuery) override
+    {
+        ++asked;
+        return ask(answered.get_token());
+    }
+    Task<OSStatus> update(SecItemQuery, QByteArray) override { co_return errSecItemNotFound; }
+    Task<OSStatus> add(SecItemQuery, QByteArray, SecAccessible) override { co_return errSecSuccess; }
+    Task<OSStatus> remove(SecItemQuery) override { co_return errSecSuccess; }
+
+private:
+    static Task<SecItemResult> ask(std::stop_token answered)
+    {
+        co_await sleepFor(1h, answered);
+        co_return SecItemResult{errSecSuccess, "sk-1"};
+    }
+};
+
 } // namespace
 
 /// One rewrite from start to end, through the real orchestrator with fakes at the platform's edge.
@@ -213,6 +237,18 @@ private slots:
         expectSuccess("Text rewritten", "Editor");
     }
 
+    void anotherProgramWithTheConnectionOfTheTargetIsAnother()
+    {
+        fixture_->script->reply = [this](const QString& text, std::stop_token stop) {
+            fixture_->browser.client = fixture_->editor.client; // given to it when the editor ended
+            fixture_->platform.workspace->bringToFront(fixture_->browser);
+            return RewriteFixture::shout(text, stop);
+        };
+        rewrite();
+        expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
+        QVERIFY(!fixture_->pasted());
+    }
+
     void accessibilityIsLostWhileTheTargetNotices()
     {
         fixture_->platform.pasteboard->onSet = [this] { fixture_->platform.accessibility->trusted = false; };
@@ -247,6 +283,14 @@ private slots:
         QVERIFY(fixture_->platform.pasteboard->sets.empty());
     }
 
+    void aBackEndThatGivesUpByItselfIsAFailure()
+    {
+        fixture_->script->reply = [](const QString&, const std::stop_token&) { return giveUp(); };
+        rewrite();
+        expectFailure("Couldn’t rewrite", "The operation couldn’t be completed.");
+        QVERIFY(!fixture_->pasted());
+    }
+
     void aSecondPressCancelsAtOnce()
     {
         fixture_->script->reply = [](const QString&, std::stop_token stop) {
@@ -277,6 +321,68 @@ private slots:
         QVERIFY(!fixture_->panel.visible);
         QTRY_VERIFY(!fixture_->service->isProcessing());
         expectSilence();
+        QTest::qWait(80); // the answer comes now
+        expectSilence();
+        QVERIFY(fixture_->platform.pasteboard->sets.empty());
+    }
+
+    void aCancelDoesNotWaitForTheUserToAnswerAKeyring_data()
+    {
+        QTest::addColumn<int>("choice");
+        QTest::newRow("an API key") << int(AIConnectionChoice::claude);
+        QTest::newRow("the accounts") << int(AIConnectionChoice::chatgpt);
+        QTest::newRow("what the back end needs") << int(AIConnectionChoice::cloud);
+    }
+
+    void aCancelDoesNotWaitForTheUserToAnswerAKeyring()
+    {
+        QFETCH(int, choice);
+        AskingSecItems items;
+        fixture_->secItems = &items;
+        fixture_->tokensKnown = items.answered.get_token();
+        connectAccount(QStringLiteral("resource.invoke chatgpt.tokens.use.direct"));
+        fixture_->settings.select(static_cast<AIConnectionChoice>(choice));
+        int answers = 0;
+        fixture_->script->reply = [&items, &answers](const QString& text, const std::stop_token&) {
+            return answerAfter(text, items.answered.get_token(), &answers);
+        };
+        fixture_->makeService();
+        const bool asksForKey = choice != int(AIConnectionChoice::cloud);
+        const Task<> running = start();
+        QTRY_VERIFY(asksForKey || !fixture_->script->texts.isEmpty());
+        fixture_->platform.pasteboard->sets.clear();
+
+        test::runTask(fixture_->service->performRewrite(QStringLiteral("y"), QStringLiteral("Casual")));
+        QTRY_VERIFY_WITH_TIMEOUT(!fixture_->service->isProcessing(), 500);
+        QVERIFY(running.isReady());
+        expectSilence();
+        const auto requests = fixture_->script->texts;
+
+        items.answered.request_stop();
+        QTRY_VERIFY(asksForKey || answers == 1);
+        QTest::qWait(20);
+        expectSilence();
+        QCOMPARE(fixture_->script->texts, requests);
+        QCOMPARE(fixture_->platform.keyPoster->posts.size(), asksForKey ? 0U : 1U);
+        QVERIFY(fixture_->platform.pasteboard->sets.empty());
+
+        rewrite();
+        expectSuccess("Text rewritten", "Editor");
+    }
+
+    void theServiceMayEndWhileAKeyringAsks()
+    {
+        AskingSecItems items;
+        fixture_->secItems = &items;
+        fixture_->settings.select(AIConnectionChoice::claude);
+        fixture_->makeService();
+        const Task<> running = start();
+        QCOMPARE(items.asked, 1);
+        fixture_->service.reset();
+        QTRY_VERIFY(running.isReady());
+        items.answered.request_stop();
+        QTest::qWait(20);
+        QVERIFY(fixture_->platform.keyPoster->posts.empty());
     }
 
     void cancelDuringTheCopySendsNothing()
@@ -384,10 +490,28 @@ private slots:
     }
 
 private:
+    static Task<QString> giveUp()
+    {
+        co_await sleepFor(1ms);
+        throw Cancelled();
+    }
+
     static Task<QString> lateAnswer(QString text)
     {
         co_await sleepFor(60ms);
         co_return text;
+    }
+
+    static Task<QString> answerAfter(QString text, std::stop_token answered, int* answers)
+    {
+        co_await sleepFor(1h, answered);
+        ++*answers;
+        co_return text.toUpper();
+    }
+
+    Task<> start()
+    {
+        return fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal"));
     }
 
     void rewrite()

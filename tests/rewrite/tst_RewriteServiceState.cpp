@@ -120,6 +120,18 @@ private slots:
         QCOMPARE(tap().interest, std::vector<KeyCombination>({{15, 0x120000}}));
     }
 
+    void aShortcutWithoutAModifierIsIgnored()
+    {
+        fixture_->settings.addShortcut({QUuid::createUuid(), "Bare", "x", "plus", 16, 0});
+        fixture_->settings.addShortcut({QUuid::createUuid(), "Caps", "x", "plus", 17, 0x10000});
+        const QRegularExpression ignoring(
+            QStringLiteral("Ignoring a writing action's shortcut: it has no modifier"));
+        QTest::ignoreMessage(QtWarningMsg, ignoring);
+        QTest::ignoreMessage(QtWarningMsg, ignoring);
+        fixture_->makeService();
+        QCOMPARE(tap().interest, std::vector<KeyCombination>({{15, 0x120000}}));
+    }
+
     void aTakenShortcutIsReported()
     {
         fixture_->settings.addShortcut({QUuid::createUuid(), "Other", "x", "plus", 16, 0x120000});
@@ -128,6 +140,41 @@ private slots:
         fixture_->makeService();
         QVERIFY(service().hotkeyRegistered());
         QCOMPARE(service().refusedShortcuts(), std::vector<KeyCombination>({{15, 0x120000}}));
+    }
+
+    void shortcutsThatAreAllTakenAreHadOnceTheyAreFree()
+    {
+        fixture_->platform.eventTaps->refusedCombinations = {{15, 0x120000}};
+        QTest::ignoreMessage(QtWarningMsg, "Every shortcut belongs to another program");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Another program owns")));
+        fixture_->makeService();
+        QVERIFY(!service().hotkeyRegistered());
+        QCOMPARE(service().lastError(),
+                 std::optional(QStringLiteral("Other programs already use your shortcuts. Choose different "
+                                              "ones in Writing actions.")));
+        QCOMPARE(service().refusedShortcuts().size(), 1U);
+        QSignalSpy registered(&service(), &RewriteService::shortcutsRegistered);
+        tap().refused.clear();
+        QTRY_VERIFY_WITH_TIMEOUT(service().hotkeyRegistered(), 4000); // the monitor looks every two seconds
+        QVERIFY(!service().lastError());
+        QVERIFY(service().refusedShortcuts().empty());
+        QCOMPARE(registered.size(), 1);
+    }
+
+    void aShortcutLostWhileItRunsIsReported()
+    {
+        fixture_->makeService();
+        QSignalSpy registered(&service(), &RewriteService::shortcutsRegistered);
+        tap().refused = {{15, 0x120000}};
+        QTest::ignoreMessage(QtCriticalMsg, "Event tap was disabled by timeout, re-enabling");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Another program owns")));
+        KeyEvent event;
+        event.type = KeyEvent::Type::TapDisabledByUserInput;
+        fixture_->platform.eventTaps->deliver(event);
+        QTRY_VERIFY_WITH_TIMEOUT(!service().hotkeyRegistered(), 4000);
+        QCOMPARE(registered.size(), 1);
+        QCOMPARE(service().refusedShortcuts().size(), 1U);
+        QVERIFY(service().lastError());
     }
 
     void theLastExternalApplicationIsNeverThisOne()

@@ -152,27 +152,43 @@ FakeAuthorizationServer::Answer FakeAuthorizationServer::answerTo(const Recorded
                   404);
 }
 
+QStringList FakeAuthorizationServer::authorizationNames(const QString& clientID) const
+{
+    const QStringList names =
+        list("client_id ext_agent_host_id response_type redirect_uri resource scope state nonce "
+             "code_challenge_method code_challenge");
+    if (!clients_.contains(clientID))
+        return names + list("agent_name_hint");
+    if (!hints_.contains(clientID))
+        return names;
+    return names + list("id_token_hint login_hint");
+}
+
+bool FakeAuthorizationServer::hasGoodHints(const Form& form) const
+{
+    const Hints expected = hints_.value(valueOf(form, "client_id"));
+    return valueOf(form, "id_token_hint") == expected.idToken &&
+           valueOf(form, "login_hint") == expected.email;
+}
+
 FakeAuthorizationServer::Answer FakeAuthorizationServer::authorize(const Form& form)
 {
     const QString requested = valueOf(form, "client_id");
     const bool isNew = requested == QLatin1String("dynamic_agent_client");
-    QStringList names =
-        list("client_id ext_agent_host_id response_type redirect_uri resource scope state nonce "
-             "code_challenge_method code_challenge");
-    if (isNew)
-        names += QStringLiteral("agent_name_hint");
-    else if (clients_.contains(requested))
-        names += list("id_token_hint login_hint");
-    else
+    if (!isNew && !clients_.contains(requested))
         return refuse(QStringLiteral("authorization of an unknown client"));
+    if (!isNew && !hasGoodHints(form))
+        return refuse(QStringLiteral("hints of another account"));
+    secrets += {valueOf(form, "state"), valueOf(form, "nonce")};
     const QString uuid = QStringLiteral("[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}");
     const bool isGood =
-        check(form, names, QStringLiteral("the authorization")) &&
+        check(form, authorizationNames(requested), QStringLiteral("the authorization")) &&
         valueOf(form, "response_type") == u"code" &&
         matches(valueOf(form, "redirect_uri"), "http://127\\.0\\.0\\.1:[0-9]+/auth/callback") &&
         valueOf(form, "resource") == apiBase_ && matches(valueOf(form, "state"), uuid.toLatin1()) &&
         matches(valueOf(form, "nonce"), uuid.toLatin1()) &&
         valueOf(form, "nonce") != valueOf(form, "state") &&
+        (!isNew || valueOf(form, "agent_name_hint") == u"Quillmarsh") &&
         valueOf(form, "scope") ==
             u"openid profile email offline_access resource.invoke chatgpt.tokens.use.direct" &&
         matches(valueOf(form, "ext_agent_host_id"), "urn:uuid:[0-9a-f-]{36}") &&
@@ -278,6 +294,8 @@ FakeAuthorizationServer::Answer FakeAuthorizationServer::grant(const QString& cl
                          {QStringLiteral("token_type"), QStringLiteral("Bearer")},
                          {QStringLiteral("scope"), who.scopes}};
     override(response, tokenOverrides);
+    if (response.value(QLatin1String("id_token")) == idToken)
+        hints_.insert(clientID, {idToken, claims.value(QLatin1String("email")).toString()});
     return {200, json(response)};
 }
 
@@ -295,18 +313,28 @@ FakeAuthorizationServer::Answer FakeAuthorizationServer::revoke(const RecordedRe
     return {revocationStatus, "{}"};
 }
 
-Task<bool> FakeAuthorizationServer::openInBrowser(QUrl url)
+Task<QUrl> FakeAuthorizationServer::redirectOf(QUrl url)
 {
-    visitedUrls.append(url);
-    if (visit == Visit::doesNotOpen)
-        co_return false;
-    if (visit == Visit::neverReturns)
-        co_return true;
     QNetworkReply* const page = browser_.get(QNetworkRequest(url));
     co_await page;
-    const QUrl redirect = page->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
     page->deleteLater();
-    if (redirect.isEmpty())
+    co_return page->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+}
+
+Task<bool> FakeAuthorizationServer::openInBrowser(QUrl url)
+{
+    openedUrls.append(url);
+    if (visit == Visit::doesNotOpen)
+        co_return false;
+    const QPointer<FakeAuthorizationServer> self(this);
+    const QUrl page = co_await redirectOf(url);
+    if (!self || page.isEmpty()) // the attempt has ended meanwhile
+        co_return true;
+    visitedUrls.append(page);
+    if (visit == Visit::neverReturns)
+        co_return true;
+    const QUrl redirect = co_await redirectOf(page);
+    if (!self || redirect.isEmpty())
         co_return true;
     QNetworkReply* const callback = browser_.get(QNetworkRequest(redirect));
     connect(callback, &QNetworkReply::finished, callback, &QObject::deleteLater);

@@ -43,7 +43,8 @@ public:
 
     [[nodiscard]] QString origin() const { return server_.origin(); }
     [[nodiscard]] HttpTestServer& http() { return server_; }
-    /// Opens `url` as the user's browser does, acts as `visit` says, and follows the redirect.
+    /// Opens `url`, which redirects to this server, as the user's browser does, acts as `visit` says, and
+    /// follows the redirect.
     Task<bool> openInBrowser(QUrl url);
     [[nodiscard]] bool accepts(const QString& accessToken) const
     {
@@ -73,8 +74,9 @@ public:
     std::optional<QString> revocationEndpoint; ///< instead of the server's own
     double now = 0;                            ///< 0: the wall clock
     QStringList violations;
-    QList<QUrl> visitedUrls;
-    QStringList secrets; ///< every code, verifier and token seen or made, for the search in logs
+    QList<QUrl> openedUrls;  ///< what the browser was started with
+    QList<QUrl> visitedUrls; ///< where that led
+    QStringList secrets;     ///< every state, code, verifier and token seen or made, for the search in logs
 
 private:
     struct Code
@@ -84,6 +86,12 @@ private:
         QString challenge;
         QString nonce;
         Account account;
+    };
+
+    struct Hints ///< what the next authorization of a client has to bring
+    {
+        QString idToken;
+        QString email;
     };
 
     struct Answer
@@ -103,6 +111,9 @@ private:
     Answer revoke(const RecordedRequest& request);
     Answer grant(const QString& clientID, const Account& who, const QString& nonce);
     Answer refuse(const QString& why, int status = 400);
+    Task<QUrl> redirectOf(QUrl url);
+    [[nodiscard]] QStringList authorizationNames(const QString& clientID) const;
+    [[nodiscard]] bool hasGoodHints(const Form& form) const;
     [[nodiscard]] QString redirectTarget(const Form& form, const QString& clientID, bool isNew);
     [[nodiscard]] QString secret(const char* kind);
     bool check(const Form& form, const QStringList& names, const QString& what);
@@ -113,6 +124,7 @@ private:
     QNetworkAccessManager browser_;
     QHash<QString, Code> codes_;
     QHash<QString, Account> clients_;
+    QHash<QString, Hints> hints_;           ///< of clients that were given an ID token
     QHash<QString, QString> refreshTokens_; ///< live ones, and their clients
     QSet<QString> accessTokens_;
     QHash<QByteArray, int> counts_;

@@ -102,17 +102,29 @@ void FakeModelServer::releaseModels()
 void FakeModelServer::respondModels(const RecordedRequest& request, QTcpSocket& socket)
 {
     ++modelsRequests;
+    if (!request.body.isEmpty() || request.headers.contains("cookie"))
+        violations.append(QStringLiteral("a list request with a body or a cookie"));
     int status = modelsStatuses.isEmpty() ? 0 : modelsStatuses.takeFirst();
     if (status == 0)
         status = isAuthorized(request) ? 200 : 401;
     const auto send = [guard = QPointer(&socket), status, body = catalog] {
         if (guard)
-            HttpTestServer::respond(*guard, status, status == 200 ? body : QByteArray("{}"));
+            HttpTestServer::respond(*guard, status, status == 200 ? body : QByteArray("{}"),
+                                    "Location: http://127.0.0.1:9/elsewhere\r\n");
     };
     if (holdsModels)
         parked_.append(send);
     else
         send();
+}
+
+bool FakeModelServer::offers(const QString& slug) const
+{
+    const QJsonArray models = QJsonDocument::fromJson(catalog)[QLatin1String("models")].toArray();
+    return std::any_of(models.begin(), models.end(), [&](const QJsonValue& model) {
+        return model[QLatin1String("slug")] == slug &&
+               model[QLatin1String("visibility")] == QLatin1String("list");
+    });
 }
 
 QString FakeModelServer::complaint(const RecordedRequest& request)
@@ -132,6 +144,10 @@ QString FakeModelServer::complaint(const RecordedRequest& request)
         return QStringLiteral("other members than these five");
     if (lastBody.value(QLatin1String("stream")) != true || lastBody.value(QLatin1String("store")) != false)
         return QStringLiteral("not streamed, or stored");
+    if (!lastBody.value(QLatin1String("instructions")).isString())
+        return QStringLiteral("no instructions");
+    if (!offers(lastBody.value(QLatin1String("model")).toString()))
+        return QStringLiteral("an unknown model");
     const QJsonArray input = lastBody.value(QLatin1String("input")).toArray();
     const QJsonArray content = input.at(0)[QLatin1String("content")].toArray();
     const bool isMessage = input.size() == 1 && input.at(0)[QLatin1String("role")] == QLatin1String("user") &&

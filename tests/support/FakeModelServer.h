@@ -64,6 +64,7 @@ private:
     void respondModels(const RecordedRequest& request, QTcpSocket& socket);
     void respondStream(const RecordedRequest& request, QTcpSocket& socket);
     [[nodiscard]] bool isAuthorized(const RecordedRequest& request) const;
+    [[nodiscard]] bool offers(const QString& slug) const;
     [[nodiscard]] QString complaint(const RecordedRequest& request);
 
     HttpTestServer server_;

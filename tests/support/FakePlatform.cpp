@@ -2,6 +2,7 @@
 
 #include "base/LocalizedError.h"
 
+#include <QScreen>
 #include <QWindow>
 
 #include <algorithm>
@@ -58,14 +59,19 @@ TapVerdict FakeEventTapSource::press(quint16 keyCode, quint64 modifiers, bool is
     return deliver({KeyEvent::Type::KeyDown, keyCode, modifiers, isAutorepeat});
 }
 
-Task<bool> FakeKeyPoster::post(quint16 keyCode, quint64 flags)
+Task<std::optional<std::chrono::steady_clock::time_point>> FakeKeyPoster::post(quint16 keyCode, quint64 flags)
 {
     posts.push_back({keyCode, flags});
     if (delay.count() > 0)
         co_await sleepFor(delay);
-    if (result && onPost)
+    if (!result)
+        co_return std::nullopt;
+    if (onPost)
         onPost({keyCode, flags});
-    co_return result;
+    const auto posted = std::chrono::steady_clock::now();
+    if (hearing.count() > 0)
+        co_await sleepFor(hearing);
+    co_return posted;
 }
 
 void FakePasteboard::copyFromElsewhere(std::optional<QString> newText)
@@ -162,6 +168,11 @@ void FakePanelWindow::orderFrontRegardless(QWindow& window)
 {
     ordered.push_back(&window);
     window.show();
+}
+
+QRect FakePanelWindow::visibleFrame(const QScreen& screen) const
+{
+    return screen.availableGeometry();
 }
 
 void FakePanelWindow::setCompositing(bool compositing)

@@ -73,9 +73,10 @@ public:
     std::vector<KeyCombination> posts;
     bool result = true;
     std::chrono::milliseconds delay{0};                ///< how long a post takes
+    std::chrono::milliseconds hearing{0};              ///< and how long until one hears that it is done
     std::function<void(const KeyCombination&)> onPost; ///< what the application does with it
 
-    Task<bool> post(quint16 keyCode, quint64 flags) override;
+    Task<std::optional<std::chrono::steady_clock::time_point>> post(quint16 keyCode, quint64 flags) override;
 };
 
 class FakePasteboard final : public Pasteboard
@@ -139,12 +140,15 @@ class FakePanelWindow final : public PanelWindow
 public:
     std::vector<QWindow*> configured;
     std::vector<QWindow*> ordered;
+    std::vector<QWindow*> leftOut; ///< of task bars
     QPoint mouse;
 
     void configure(QWindow& window) override { configured.push_back(&window); }
     void orderFrontRegardless(QWindow& window) override;
+    void leaveOutOfTaskBars(QWindow& window) override { leftOut.push_back(&window); }
     [[nodiscard]] bool isCompositing() const override { return compositing_; }
     [[nodiscard]] QPoint mouseLocation() const override { return mouse; }
+    [[nodiscard]] QRect visibleFrame(const QScreen& screen) const override;
     void setCompositing(bool compositing);
 
 private:

@@ -13,14 +13,6 @@ namespace {
 
 using namespace ModifierFlags;
 
-enum class Habit {
-    Ordinary,    ///< Control-C and Control-V
-    Terminal,    ///< Control-Shift-C and -V: Control-C alone interrupts the program in it
-    AltTerminal, ///< Control-Alt-C and -V, for the same reason
-    CopyInsert,  ///< Control-Insert, as Control-C is a prefix key; nothing pastes over the selection
-    Unsupported, ///< no key copies to the clipboard, or the key goes to another machine
-};
-
 struct Entry
 {
     const char* windowClass;
@@ -30,7 +22,13 @@ struct Entry
 // Compared with both names of WM_CLASS, whole and without regard to case: a match of parts would take every
 // class with "st" in it for a terminal.
 constexpr auto table = std::to_array<Entry>({
+    // Editors with a terminal in a process of its own, which cannot be found from the window.
+    {"code", Habit::Mixed},
+    {"code-oss", Habit::Mixed},
+    {"vscodium", Habit::Mixed},
     {"alacritty", Habit::Terminal},
+    {"com.github.amezin.ddterm", Habit::Terminal},
+    {"com.raggesilver.blackbox", Habit::Terminal},
     {"com.mitchellh.ghostty", Habit::Terminal},
     {"cool-retro-term", Habit::Terminal},
     {"foot", Habit::Terminal},
@@ -50,6 +48,7 @@ constexpr auto table = std::to_array<Entry>({
     {"st-256color", Habit::Terminal},
     {"stterm", Habit::Terminal},
     {"tabby", Habit::Terminal},
+    {"termit", Habit::Terminal},
     {"terminator", Habit::Terminal},
     {"terminology", Habit::Terminal},
     {"termite", Habit::Terminal},
@@ -63,10 +62,18 @@ constexpr auto table = std::to_array<Entry>({
     // Terminals that copy to the primary selection only.
     {"aterm", Habit::Unsupported},
     {"eterm", Habit::Unsupported},
+    {"koi8rxterm", Habit::Unsupported},
+    {"kterm", Habit::Unsupported},
+    {"lxterm", Habit::Unsupported},
     {"mlterm", Habit::Unsupported},
+    {"mrxvt", Habit::Unsupported},
+    {"pterm", Habit::Unsupported},
+    {"putty", Habit::Unsupported},
     {"rxvt", Habit::Unsupported},
     {"uxterm", Habit::Unsupported},
+    {"xiterm+thai", Habit::Unsupported},
     {"xterm", Habit::Unsupported},
+    {"zutty", Habit::Unsupported},
     // The keys go to a guest or a remote machine, whose clipboard arrives late or never.
     {"anydesk", Habit::Unsupported},
     {"org.remmina.remmina", Habit::Unsupported},
@@ -87,21 +94,6 @@ constexpr auto table = std::to_array<Entry>({
     {"xfreerdp", Habit::Unsupported},
 });
 
-Habit habitOf(const WindowClass& windowClass)
-{
-    for (const QString& name : {windowClass.instance, windowClass.name}) {
-        const QByteArray lower = name.toLower().toUtf8();
-        const auto found = std::find_if(table.begin(), table.end(),
-                                        [&lower](const Entry& entry) { return lower == entry.windowClass; });
-        if (found != table.end())
-            return found->habit;
-        // gnome-terminal-server, xfce4-terminal, mate-terminal, deepin-terminal, lxterminal and their kin.
-        if (lower.contains("terminal"))
-            return Habit::Terminal;
-    }
-    return Habit::Ordinary;
-}
-
 KeyStroke letter(Gesture gesture, quint64 flags)
 {
     return {gesture == Gesture::Copy ? uint32_t{XKB_KEY_c} : uint32_t{XKB_KEY_v}, flags};
@@ -114,13 +106,32 @@ KeyStroke insertKey(Gesture gesture)
 
 } // namespace
 
-std::vector<KeyStroke> strokesFor(Gesture gesture, const WindowClass& windowClass)
+std::optional<Habit> knownHabit(const WindowClass& windowClass)
 {
-    switch (habitOf(windowClass)) {
+    for (const QString& name : {windowClass.instance, windowClass.name}) {
+        const QByteArray lower = name.toLower().toUtf8();
+        const auto found = std::find_if(table.begin(), table.end(),
+                                        [&lower](const Entry& entry) { return lower == entry.windowClass; });
+        if (found != table.end())
+            return found->habit;
+        // gnome-terminal-server, xfce4-terminal, mate-terminal, deepin-terminal, lxterminal and their kin.
+        if (lower.contains("terminal"))
+            return Habit::Terminal;
+    }
+    return std::nullopt;
+}
+
+std::vector<KeyStroke> strokesFor(Gesture gesture, Habit habit)
+{
+    switch (habit) {
     case Habit::Ordinary:
         // A Cyrillic or Greek layout alone has no C; there the Insert keys work where the position of C on
         // another layout does not (measured with GTK and Qt).
         return {letter(gesture, control), insertKey(gesture)};
+    case Habit::Mixed:
+        // In its terminal Control-Insert copies or is an escape sequence, and Control-V quotes the next key;
+        // Shift-Insert would paste the primary selection there.
+        return {gesture == Gesture::Copy ? insertKey(gesture) : letter(gesture, control)};
     case Habit::Terminal:
         return {letter(gesture, control | shift)};
     case Habit::AltTerminal:
@@ -137,9 +148,8 @@ std::vector<KeyStroke> strokesFor(Gesture gesture, const WindowClass& windowClas
     return {};
 }
 
-bool wouldExecute(const QByteArray& utf8, const WindowClass& windowClass)
+bool wouldExecute(const QByteArray& utf8, Habit habit)
 {
-    const Habit habit = habitOf(windowClass);
     if (habit != Habit::Terminal && habit != Habit::AltTerminal)
         return false;
     // Whether the program in it asked for bracketed paste cannot be seen from outside.

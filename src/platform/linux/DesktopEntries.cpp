@@ -71,7 +71,9 @@ std::optional<DesktopEntry> parseDesktopEntry(const QByteArray& content, const Q
     for (const QString& key : nameKeys(locale)) {
         const QString name = values.value(key);
         if (!name.isEmpty())
-            return DesktopEntry{unescaped(name), values.value(QStringLiteral("StartupWMClass"))};
+            return DesktopEntry{
+                unescaped(name), values.value(QStringLiteral("StartupWMClass")),
+                values.value(QStringLiteral("Categories")).split(QLatin1Char(';'), Qt::SkipEmptyParts)};
     }
     return std::nullopt;
 }

@@ -10,11 +10,12 @@
 
 namespace quillmarsh {
 
-/// What of a desktop entry (freedesktop.org, version 1.5 of the format) tells an application's name.
+/// What of a desktop entry (freedesktop.org, version 1.5 of the format) tells an application's name and kind.
 struct DesktopEntry
 {
     QString name; ///< in the user's language where the entry has it
     QString startupWindowClass;
+    QStringList categories;
 };
 
 /// Reads the "Desktop Entry" group of a file's content; none when it has no name. `locale` is a POSIX locale

@@ -94,6 +94,14 @@ std::vector<KeyCombination> HotKeyGrabs::refused(TapId tap) const
     return refused;
 }
 
+std::vector<HotKeyGrabs::Notify> HotKeyGrabs::listeners() const
+{
+    std::vector<Notify> listeners;
+    for (const auto& [id, tap] : taps_)
+        listeners.push_back(tap.notify);
+    return listeners;
+}
+
 std::optional<HotKeyGrabs::Grab> HotKeyGrabs::resolve(const KeyCombination& combination) const
 {
     const auto keycode = EvdevKeys::xKeycode(combination.keyCode);
@@ -164,6 +172,15 @@ void HotKeyGrabs::refreshKeyboard()
     if (!sameBits) {
         qCInfo(lcQuillmarsh, "The keyboard's modifiers changed; taking the shortcuts anew");
         apply();
+        reportLosses();
+    }
+}
+
+void HotKeyGrabs::reportLosses()
+{
+    for (const auto& [id, tap] : taps_) {
+        if (!refused(id).empty())
+            tap.notify({.type = KeyEvent::Type::TapDisabledByUserInput});
     }
 }
 
@@ -258,6 +275,7 @@ HotKeyGrabs::Injection::~Injection()
     if (lifted_ && !grabs_.take({lifted_->first, lifted_->second})) {
         grabs_.held_.erase({lifted_->first, lifted_->second});
         qCWarning(lcQuillmarsh, "A shortcut was taken by another program");
+        grabs_.reportLosses();
     }
     grabs_.connection_.synchronize(); // the notices of our own releases are in the queue now
     grabs_.injecting_ = false;

@@ -34,6 +34,8 @@ public:
     void setInterest(TapId tap, std::vector<KeyCombination> combinations, Notify notify);
     /// What of it could not be had: another program owns it, or the keyboard lacks a key for it.
     [[nodiscard]] std::vector<KeyCombination> refused(TapId tap) const;
+    /// Who hears what the taps hear, to be told when all of this is gone.
+    [[nodiscard]] std::vector<Notify> listeners() const;
 
     /// Ends the active grab that a caught press starts: while it lasts every key goes to us, injected ones
     /// too.
@@ -80,6 +82,7 @@ private:
     void handlePress(const xcb_key_press_event_t& press);
     void handleRawRelease(const xcb_generic_event_t& event);
     void report(const Grab& grab, bool capsLock, bool isAutorepeat);
+    void reportLosses();
     [[nodiscard]] bool isRepeat(xcb_keycode_t keycode);
     void stopRepeat(xcb_keycode_t keycode);
 

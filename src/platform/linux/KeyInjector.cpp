@@ -3,8 +3,11 @@
 #include "base/Log.h"
 #include "platform/ModifierFlags.h"
 #include "platform/linux/EvdevKeys.h"
+#include "platform/linux/SelectionCounter.h"
 #include "platform/linux/SelectionOwner.h"
+#include "platform/linux/TerminalCheck.h"
 #include "platform/linux/XConnection.h"
+#include "platform/linux/XcbXkb.h"
 
 #include <xcb/xtest.h>
 
@@ -13,6 +16,8 @@
 namespace quillmarsh {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 // The user may press or let go of a modifier in the middle of a burst; the next burst then meets a state that
 // holds still. A program that keeps a modifier down would disturb every one of them.
@@ -28,18 +33,33 @@ public:
         : connection_(connection), keys_(std::move(keys))
     {
         for (const xcb_keycode_t key : keys_)
-            xcb_test_fake_input(connection_, XCB_KEY_PRESS, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+            fake(XCB_KEY_PRESS, key);
     }
     ~PressedKeys()
     {
         for (auto key = keys_.rbegin(); key != keys_.rend(); ++key)
-            xcb_test_fake_input(connection_, XCB_KEY_RELEASE, *key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+            fake(XCB_KEY_RELEASE, *key);
         xcb_flush(connection_);
     }
     PressedKeys(const PressedKeys&) = delete;
     PressedKeys& operator=(const PressedKeys&) = delete;
 
+    /// One by one, so that applications do not see the modifier go and come: after it, each key is down
+    /// whatever the user did to it before.
+    void pressAnew() const
+    {
+        for (const xcb_keycode_t key : keys_) {
+            fake(XCB_KEY_RELEASE, key);
+            fake(XCB_KEY_PRESS, key);
+        }
+    }
+
 private:
+    void fake(uint8_t type, xcb_keycode_t key) const
+    {
+        xcb_test_fake_input(connection_, type, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    }
+
     xcb_connection_t* connection_;
     std::vector<xcb_keycode_t> keys_;
 };
@@ -57,56 +77,75 @@ std::optional<Gesture> gestureOf(quint16 keyCode, quint64 flags)
 
 } // namespace
 
-KeyInjector::KeyInjector(XConnection& connection, HotKeyGrabs& hotKeys, SelectionOwner& owner)
-    : connection_(connection), hotKeys_(hotKeys), owner_(owner)
+KeyInjector::KeyInjector(XConnection& connection, HotKeyGrabs& hotKeys, SelectionOwner& owner,
+                         SelectionCounter& counter)
+    : connection_(connection), hotKeys_(hotKeys), owner_(owner), counter_(counter), activity_(connection)
 {
     // Injected keys go through although another program holds the server.
     if (connection_.extensions().xtest)
         xcb_test_grab_control(connection_.get(), 1);
 }
 
-bool KeyInjector::post(quint16 keyCode, quint64 flags)
+std::optional<KeyInjector::Time> KeyInjector::post(quint16 keyCode, quint64 flags)
 {
     if (const auto gesture = gestureOf(keyCode, flags & ModifierFlags::shortcutMask))
         return perform(*gesture);
     return pressPosition(keyCode, flags & ModifierFlags::shortcutMask);
 }
 
-bool KeyInjector::perform(Gesture gesture)
+std::optional<KeyInjector::Time> KeyInjector::perform(Gesture gesture)
 {
     const XWindows windows(connection_);
     const xcb_window_t window = windows.active();
-    const WindowClass target = windows.classOf(window);
-    const auto strokes = strokesFor(gesture, target);
+    const Habit habit = habitOf(windows, window);
+    const auto strokes = strokesFor(gesture, habit);
     if (strokes.empty()) {
         qCInfo(lcQuillmarsh, "No safe key to %s is known for the application \"%s\"",
-               gesture == Gesture::Copy ? "copy" : "paste", qUtf8Printable(target.name));
-        return false;
+               gesture == Gesture::Copy ? "copy" : "paste", qUtf8Printable(windows.classOf(window).name));
+        return std::nullopt;
     }
-    if (gesture == Gesture::Paste && !mayPaste(window, target))
-        return false;
+    if (gesture == Gesture::Copy)
+        prepareCopy(window, habit);
+    else if (!mayPaste(window, habit))
+        return std::nullopt;
     return press(strokes);
 }
 
-bool KeyInjector::mayPaste(xcb_window_t window, const WindowClass& target)
+void KeyInjector::prepareCopy(xcb_window_t window, Habit habit)
+{
+    owner_.copyBegins();
+    activity_.begin();
+    // Measured: with no active region Emacs copies its last one. Only an active one ends with the copy, and
+    // goes to the primary selection as it ends.
+    if (habit == Habit::CopyInsert)
+        counter_.countSelectionsOnly(window);
+    else
+        counter_.countEveryClaim();
+}
+
+bool KeyInjector::mayPaste(xcb_window_t window, Habit habit)
 {
     if (XWindows(connection_).isTk(window)) {
         // Measured: on X11 its text widgets paste beside the selection, which stays.
         qCInfo(lcQuillmarsh, "Not pasting: a Tk application would keep the selected text");
         return false;
     }
-    if (!owner_.secureForPaste()) {
+    if (activity_.happened()) {
+        qCInfo(lcQuillmarsh, "Not pasting: the user typed or clicked since the selection was copied");
+        return false;
+    }
+    if (!owner_.secureForPaste(window)) {
         qCWarning(lcQuillmarsh, "Not pasting: another program took the clipboard");
         return false;
     }
-    if (wouldExecute(owner_.ownText().value_or(QByteArray()), target)) {
+    if (wouldExecute(owner_.ownText().value_or(QByteArray()), habit)) {
         qCInfo(lcQuillmarsh, "Not pasting: a terminal may run a text with line breaks as commands");
         return false;
     }
     return true;
 }
 
-bool KeyInjector::press(const std::vector<KeyStroke>& strokes)
+std::optional<KeyInjector::Time> KeyInjector::press(const std::vector<KeyStroke>& strokes)
 {
     HotKeyGrabs::Injection injection(hotKeys_);
     for (int round = 0; round < attempts; ++round) {
@@ -116,34 +155,34 @@ bool KeyInjector::press(const std::vector<KeyStroke>& strokes)
                     return symbols.keyInAnyGroup(stroke.symbol, group);
                 });
             if (outcome == Outcome::Tapped)
-                return true;
+                return Clock::now(); // before the hot keys come back, which takes milliseconds
             if (outcome == Outcome::Disturbed)
                 break;
             if (&stroke == &strokes.back()) {
                 qCWarning(lcQuillmarsh, "The keyboard layout has no key to copy or paste with");
-                return false;
+                return std::nullopt;
             }
         }
     }
     qCWarning(lcQuillmarsh, "Not copying or pasting: other modifier keys stayed down");
-    return false;
+    return std::nullopt;
 }
 
-bool KeyInjector::pressPosition(quint16 keyCode, quint64 flags)
+std::optional<KeyInjector::Time> KeyInjector::pressPosition(quint16 keyCode, quint64 flags)
 {
     const auto keycode = EvdevKeys::xKeycode(keyCode);
     if (!keycode || !hotKeys_.modifiers().mask(flags)) {
         qCWarning(lcQuillmarsh, "The keyboard lacks the key %d or a modifier for it", keyCode);
-        return false;
+        return std::nullopt;
     }
     HotKeyGrabs::Injection injection(hotKeys_);
     for (int round = 0; round < attempts; ++round) {
         if (attempt(injection, flags, [&](const XKeySymbols&, unsigned) { return *keycode; }) ==
             Outcome::Tapped)
-            return true;
+            return Clock::now();
     }
     qCWarning(lcQuillmarsh, "Not pressing a key: other modifier keys stayed down");
-    return false;
+    return std::nullopt;
 }
 
 template <typename FindKey>
@@ -170,10 +209,20 @@ KeyInjector::Outcome KeyInjector::attempt(HotKeyGrabs::Injection& injection, qui
     // Keys that the user does not hold: when he lets go of one, it comes up under our hands.
     const auto pressed = hotKeys_.modifiers().keysFor(flags, hotKeys_.liftedKeys());
     const PressedKeys modifiers(connection_.get(), pressed);
-    if (!isExactly({*mask, state->group}))
-        return Outcome::Disturbed;
-    // One burst from here on; what the user pressed since the answer left the server comes up again first.
+    const XKeyState expected{*mask, state->group};
+    bool switchesGroup = false;
+    if (!isExactly(expected)) {
+        switchesGroup = keepGroup(expected.group);
+        if (!isExactly(expected))
+            return Outcome::Disturbed;
+    }
+    // One burst from here on, which relies on nothing that was so before. The server may come to it late: a
+    // Qt application reads the whole map at each change of keyboards, and within 10 ms of that the user's own
+    // presses had lifted both Controls (measured).
     liftModifiers(pressed);
+    modifiers.pressAnew();
+    if (switchesGroup)
+        lockGroup(expected.group);
     fake(XCB_KEY_PRESS, key);
     fake(XCB_KEY_RELEASE, key);
     return Outcome::Tapped;
@@ -184,6 +233,22 @@ bool KeyInjector::isExactly(const XKeyState& expected) const
     const auto state = XKeyState::fetch(connection_.get());
     return state && state->group == expected.group &&
            (state->modifiers & ~hotKeys_.modifiers().locks()) == expected.modifiers;
+}
+
+bool KeyInjector::keepGroup(unsigned group) const
+{
+    // Where modifiers together switch the layout (both Controls, Control with Shift), ours did just that.
+    const auto now = XKeyState::fetch(connection_.get());
+    if (!now || now->group == group)
+        return false;
+    lockGroup(group);
+    return true;
+}
+
+void KeyInjector::lockGroup(unsigned group) const
+{
+    xcb_xkb_latch_lock_state(connection_.get(), XCB_XKB_ID_USE_CORE_KBD, 0, 0, 1, static_cast<uint8_t>(group),
+                             0, 0, 0);
 }
 
 void KeyInjector::liftModifiers(const std::vector<xcb_keycode_t>& except) const

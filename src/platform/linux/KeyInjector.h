@@ -2,10 +2,14 @@
 
 #include "platform/linux/AppGestures.h"
 #include "platform/linux/HotKeyGrabs.h"
+#include "platform/linux/UserActivity.h"
+
+#include <chrono>
 
 namespace quillmarsh {
 
 class XConnection;
+class SelectionCounter;
 class SelectionOwner;
 
 /// Presses keys through XTEST so that the focused application gets them with exactly the modifiers meant. One
@@ -14,27 +18,35 @@ class SelectionOwner;
 class KeyInjector final
 {
 public:
-    KeyInjector(XConnection& connection, HotKeyGrabs& hotKeys, SelectionOwner& owner);
+    using Time = std::chrono::steady_clock::time_point;
+
+    KeyInjector(XConnection& connection, HotKeyGrabs& hotKeys, SelectionOwner& owner,
+                SelectionCounter& counter);
 
     /// See KeyPoster::post.
-    [[nodiscard]] bool post(quint16 keyCode, quint64 flags);
+    [[nodiscard]] std::optional<Time> post(quint16 keyCode, quint64 flags);
 
 private:
     enum class Outcome { Tapped, NoSuchKey, Disturbed };
 
-    [[nodiscard]] bool perform(Gesture gesture);
-    [[nodiscard]] bool mayPaste(xcb_window_t window, const WindowClass& target);
-    [[nodiscard]] bool press(const std::vector<KeyStroke>& strokes);
-    [[nodiscard]] bool pressPosition(quint16 keyCode, quint64 flags);
+    [[nodiscard]] std::optional<Time> perform(Gesture gesture);
+    void prepareCopy(xcb_window_t window, Habit habit);
+    [[nodiscard]] bool mayPaste(xcb_window_t window, Habit habit);
+    [[nodiscard]] std::optional<Time> press(const std::vector<KeyStroke>& strokes);
+    [[nodiscard]] std::optional<Time> pressPosition(quint16 keyCode, quint64 flags);
     template <typename FindKey>
     [[nodiscard]] Outcome attempt(HotKeyGrabs::Injection& injection, quint64 flags, FindKey findKey);
     [[nodiscard]] bool isExactly(const XKeyState& expected) const;
+    [[nodiscard]] bool keepGroup(unsigned group) const; ///< whether it had to be given back
+    void lockGroup(unsigned group) const;
     void liftModifiers(const std::vector<xcb_keycode_t>& except) const;
     void fake(uint8_t type, xcb_keycode_t keycode) const;
 
     XConnection& connection_;
     HotKeyGrabs& hotKeys_;
     SelectionOwner& owner_;
+    SelectionCounter& counter_;
+    UserActivity activity_;
 };
 
 } // namespace quillmarsh

@@ -2,12 +2,19 @@
 
 #include "platform/linux/SecretStore.h"
 
-#include <QFuture>
-#include <QPromise>
-
 #include <qcoro/qcorofuture.h>
 
 namespace quillmarsh {
+
+namespace {
+
+template <typename Result>
+Task<Result> resultOf(QFuture<Result> future)
+{
+    co_return co_await future;
+}
+
+} // namespace
 
 LibsecretItems::LibsecretItems() : store_(std::make_shared<SecretStore>())
 {
@@ -28,41 +35,54 @@ LibsecretItems::~LibsecretItems()
 }
 
 template <typename Result, typename Operation>
-Task<Result> LibsecretItems::onWorker(Operation operation)
+std::shared_ptr<QPromise<Result>> LibsecretItems::onWorker(Operation operation)
 {
     auto promise = std::make_shared<QPromise<Result>>();
-    QFuture<Result> future = promise->future();
     promise->start();
     QMetaObject::invokeMethod(&worker_, [promise, store = store_, operation = std::move(operation)] {
         promise->addResult(operation(*store));
         promise->finish();
     });
-    co_return co_await future;
+    return promise;
+}
+
+template <typename Operation>
+Task<OSStatus> LibsecretItems::write(Operation operation)
+{
+    reading_.reset();
+    return resultOf(onWorker<OSStatus>(std::move(operation))->future());
 }
 
 Task<SecItemResult> LibsecretItems::copyMatching(SecItemQuery query)
 {
-    return onWorker<SecItemResult>([query](SecretStore& store) { return store.copyMatching(query); });
+    auto reading = reading_.lock();
+    const bool waits = reading && !reading->future().isFinished();
+    if (!waits || readingOf_.service != query.service || readingOf_.account != query.account) {
+        reading = onWorker<SecItemResult>([query](SecretStore& store) { return store.copyMatching(query); });
+        reading_ = reading;
+        readingOf_ = query;
+    }
+    return resultOf(reading->future());
 }
 
 Task<OSStatus> LibsecretItems::update(SecItemQuery query, QByteArray data)
 {
-    return onWorker<OSStatus>([query, data](SecretStore& store) { return store.update(query, data); });
+    return write([query, data](SecretStore& store) { return store.update(query, data); });
 }
 
 Task<OSStatus> LibsecretItems::add(SecItemQuery query, QByteArray data, SecAccessible)
 {
-    return onWorker<OSStatus>([query, data](SecretStore& store) { return store.add(query, data); });
+    return write([query, data](SecretStore& store) { return store.add(query, data); });
 }
 
 Task<OSStatus> LibsecretItems::remove(SecItemQuery query)
 {
-    return onWorker<OSStatus>([query](SecretStore& store) { return store.remove(query); });
+    return write([query](SecretStore& store) { return store.remove(query); });
 }
 
 Task<OSStatus> LibsecretItems::unlock()
 {
-    return onWorker<OSStatus>([](SecretStore& store) { return store.unlock(); });
+    return write([](SecretStore& store) { return store.unlock(); });
 }
 
 } // namespace quillmarsh

@@ -2,6 +2,8 @@
 
 #include "platform/SecItems.h"
 
+#include <QFuture>
+#include <QPromise>
 #include <QThread>
 
 #include <memory>
@@ -17,7 +19,9 @@ class SecretStore;
 ///
 /// Reading unlocks (with the desktop's own prompt) only when the wanted item is there and locked. Adding and
 /// updating also unlock the collection they write to. "Not found" is said only by a store that is open: while
-/// the default collection is locked a missing item counts as errSecInteractionNotAllowed.
+/// the default collection is locked a missing item counts as errSecInteractionNotAllowed. A read that waits
+/// behind an equal one takes its answer, so that the user is asked once, however often somebody gave up
+/// waiting.
 ///
 /// The store decides when it is open; both accessibility classes become items of the default collection,
 /// which never leaves this machine.
@@ -40,11 +44,15 @@ public:
 
 private:
     template <typename Result, typename Operation>
-    Task<Result> onWorker(Operation operation);
+    std::shared_ptr<QPromise<Result>> onWorker(Operation operation);
+    template <typename Operation>
+    Task<OSStatus> write(Operation operation);
 
     std::shared_ptr<SecretStore> store_; ///< shared with the calls under way
     QThread thread_;
     QObject worker_;
+    SecItemQuery readingOf_;
+    std::weak_ptr<QPromise<SecItemResult>> reading_; ///< the call queued last, if it reads and is not over
 };
 
 } // namespace quillmarsh

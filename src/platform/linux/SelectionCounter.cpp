@@ -1,8 +1,11 @@
 #include "platform/linux/SelectionCounter.h"
 
 #include "platform/linux/XConnection.h"
+#include "platform/linux/XWindows.h"
 
 #include <xcb/xfixes.h>
+
+#include <utility>
 
 namespace quillmarsh {
 
@@ -30,14 +33,46 @@ void SelectionCounter::handle(const xcb_generic_event_t& event)
     if (first == 0 || eventType(event) != first + XCB_XFIXES_SELECTION_NOTIFY)
         return;
     const auto& change = eventAs<xcb_xfixes_selection_notify_event_t>(event);
+    // A clear, or the end of the owner, is no new content; a clipboard manager may claim it a little later.
+    const bool isClaim =
+        change.subtype == XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER && change.owner != XCB_NONE;
+    if (isClaim)
+        handleClaim(change.selection, change.owner);
     if (change.selection != connection_.atom("CLIPBOARD"))
         return;
-    // A clear, or the end of the owner, is no new content; a clipboard manager may claim it a little later.
-    if (change.subtype == XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER && change.owner != XCB_NONE) {
-        ++count_;
+    if (isClaim)
         lastClaim_ = change.timestamp;
-    }
     emit ownerChanged(change.owner);
+}
+
+void SelectionCounter::handleClaim(xcb_atom_t selection, xcb_window_t owner)
+{
+    if (selection == connection_.atom("CLIPBOARD")) {
+        // A clipboard manager may take over the doubtful text, which is no proof of it.
+        ++(doubtful_ != XCB_NONE ? unproven_ : count_);
+    } else if (XWindows(connection_).clientOf(owner) == doubtful_) {
+        count_ += unproven_;
+        countEveryClaim();
+    }
+}
+
+void SelectionCounter::countEveryClaim()
+{
+    if (std::exchange(doubtful_, XCB_NONE) != XCB_NONE)
+        watchPrimary(0);
+}
+
+void SelectionCounter::countSelectionsOnly(xcb_window_t window)
+{
+    doubtful_ = XWindows(connection_).clientOf(window);
+    unproven_ = 0;
+    watchPrimary(XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER);
+}
+
+void SelectionCounter::watchPrimary(uint32_t changes)
+{
+    if (connection_.extensions().xfixesEvent != 0)
+        xcb_xfixes_select_selection_input(connection_.get(), connection_.root(), XCB_ATOM_PRIMARY, changes);
 }
 
 } // namespace quillmarsh

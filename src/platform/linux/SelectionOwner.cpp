@@ -22,8 +22,6 @@ using namespace std::chrono_literals;
 
 // Another program may claim the clipboard between our reading of the time and our claim.
 constexpr int claimAttempts = 3;
-// How long after own() a paste is about the text it put there.
-constexpr qint64 pasteIsDueMs = 2000;
 constexpr auto managerLimit = 500ms;
 
 std::optional<QByteArray> asLatin1(const QByteArray& utf8)
@@ -40,7 +38,7 @@ std::optional<QByteArray> asLatin1(const QByteArray& utf8)
 
 SelectionOwner::SelectionOwner(XConnection& connection)
     : connection_(connection), window_(connection.createHelperWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
-      incremental_(std::make_unique<IncrementalSender>(connection))
+      incremental_(std::make_unique<IncrementalSender>(connection)), guard_(connection)
 {
     persistLimit_.setSingleShot(true);
     connect(&persistLimit_, &QTimer::timeout, this, &SelectionOwner::finishPersisting);
@@ -56,10 +54,15 @@ SelectionOwner::~SelectionOwner()
 
 bool SelectionOwner::own(QByteArray utf8)
 {
+    connection_.synchronize();
+    if (utf8 == text_ && guard_.isTakenByUser())
+        return false;
     text_ = std::move(utf8);
     latin1_ = asLatin1(text_);
-    sinceOwned_.start();
-    return claim();
+    guard_.textPlaced();
+    const bool owned = claim();
+    placed_ = claimed_;
+    return owned;
 }
 
 bool SelectionOwner::claim()
@@ -67,8 +70,7 @@ bool SelectionOwner::claim()
     xcb_connection_t* const connection = connection_.get();
     const xcb_atom_t clipboard = connection_.atom("CLIPBOARD");
     for (int attempt = 0; attempt < claimAttempts; ++attempt) {
-        // A claim with an old time is ignored without a word (measured), so the time is fresh, and asked
-        // after.
+        // A claim with an old time is ignored without a word (measured), hence a fresh one and the question.
         const xcb_timestamp_t now = serverTime();
         xcb_set_selection_owner(connection, window_, clipboard, now);
         const auto owner = replyOf<xcb_get_selection_owner_reply>(
@@ -99,13 +101,24 @@ std::optional<QByteArray> SelectionOwner::ownText() const
     return text_;
 }
 
-bool SelectionOwner::secureForPaste()
+bool SelectionOwner::secureForPaste(xcb_window_t target)
 {
     connection_.synchronize();
-    if (owning_ || !sinceOwned_.isValid() || sinceOwned_.elapsed() > pasteIsDueMs)
+    if (!guard_.isDue())
         return true;
-    qCInfo(lcQuillmarsh, "Taking the clipboard back for the paste");
+    if (!owning_ && guard_.isTakenByUser())
+        return false;
+    guard_.pasteBegins(target);
+    if (owning_)
+        return true;
     return claim();
+}
+
+void SelectionOwner::reclaim()
+{
+    connection_.synchronize();
+    if (!owning_ && guard_.mayReclaim())
+        std::ignore = claim();
 }
 
 void SelectionOwner::handle(const xcb_generic_event_t& event)
@@ -126,8 +139,19 @@ void SelectionOwner::handle(const xcb_generic_event_t& event)
             serverTime_ = eventAs<xcb_property_notify_event_t>(event).time;
         break;
     default:
+        if (eventType(event) == connection_.extensions().xfixesEvent + XCB_XFIXES_SELECTION_NOTIFY)
+            handleNewOwner(eventAs<xcb_xfixes_selection_notify_event_t>(event));
         break;
     }
+}
+
+void SelectionOwner::handleNewOwner(const xcb_xfixes_selection_notify_event_t& change)
+{
+    if (change.selection != connection_.atom("CLIPBOARD") || change.owner == window_)
+        return;
+    guard_.clipboardTaken(change.owner);
+    // Not here: this may be the middle of a claim of our own.
+    QMetaObject::invokeMethod(this, &SelectionOwner::reclaim, Qt::QueuedConnection);
 }
 
 void SelectionOwner::handleClear(const xcb_selection_clear_event_t& clear)
@@ -143,8 +167,10 @@ void SelectionOwner::handleRequest(const xcb_selection_request_event_t& request)
         return;
     // Old clients name no property and mean the one that has the target's name (ICCCM 2.2).
     const xcb_atom_t property = request.property != XCB_ATOM_NONE ? request.property : request.target;
+    // An application asks with the time of its paste key, which is before our claim when we took the text
+    // back.
     const bool current = owning_ && request.selection == connection_.atom("CLIPBOARD") &&
-                         (request.time == XCB_CURRENT_TIME || isNotBefore(request.time, claimed_));
+                         (request.time == XCB_CURRENT_TIME || isNotBefore(request.time, placed_));
     const bool served = current && convert(request.requestor, request.target, property);
     // Every event is 32 bytes on the wire; the structure is shorter.
     union {
@@ -218,6 +244,7 @@ bool SelectionOwner::convertText(xcb_window_t requestor, xcb_atom_t target, xcb_
         send(requestor, property, target, *latin1_);
     else
         return false;
+    guard_.textRequested(requestor);
     return true;
 }
 

@@ -1,11 +1,12 @@
 #pragma once
 
-#include "platform/linux/Xcb.h"
+#include "platform/linux/PasteGuard.h"
 
 #include <QByteArray>
-#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
+
+#include <xcb/xfixes.h>
 
 #include <functional>
 #include <memory>
@@ -27,13 +28,17 @@ public:
     explicit SelectionOwner(XConnection& connection);
     ~SelectionOwner() override;
 
-    /// Claims the clipboard anew for `utf8`; true when the server confirms that it is ours.
+    /// Claims the clipboard anew for `utf8`; true when the server confirms that it is ours. The text that was
+    /// placed last is not put there again once the user has copied something in the front application.
     [[nodiscard]] bool own(QByteArray utf8);
     /// Our text while the clipboard is ours.
     [[nodiscard]] std::optional<QByteArray> ownText() const;
-    /// Makes sure that what is pasted now is the text that own() put there a moment ago: claims it back from
-    /// a program that took it meanwhile. False when that program keeps it. True when no text of ours is due.
-    [[nodiscard]] bool secureForPaste();
+    /// Makes sure that what is pasted into `target` now is the text that own() put there a moment ago: claims
+    /// it back from a program that took it meanwhile or takes it before the target asks. False when that
+    /// program keeps it, or the user copied it. True when no text of ours is due.
+    [[nodiscard]] bool secureForPaste(xcb_window_t target);
+    /// A selection is about to be copied: our last text has no claim to the clipboard any more.
+    void copyBegins() { guard_.forget(); }
     /// Asks a clipboard manager to keep the text; `done` runs once, after half a second at most.
     void persist(std::function<void()> done);
 
@@ -41,6 +46,8 @@ private:
     void handle(const xcb_generic_event_t& event);
     void handleRequest(const xcb_selection_request_event_t& request);
     void handleClear(const xcb_selection_clear_event_t& clear);
+    void handleNewOwner(const xcb_xfixes_selection_notify_event_t& change);
+    void reclaim();
     void finishPersisting();
     [[nodiscard]] bool claim();
     [[nodiscard]] xcb_timestamp_t serverTime();
@@ -57,10 +64,11 @@ private:
     std::unique_ptr<IncrementalSender> incremental_;
     QByteArray text_;                  ///< UTF-8
     std::optional<QByteArray> latin1_; ///< the same, when Latin-1 can express it
-    xcb_timestamp_t claimed_ = 0;      ///< server time of our claim
+    xcb_timestamp_t claimed_ = 0;      ///< server time of our last claim
+    xcb_timestamp_t placed_ = 0;       ///< of the first one for this text
     xcb_timestamp_t serverTime_ = 0;
     bool owning_ = false;
-    QElapsedTimer sinceOwned_; ///< since own() put text_ there
+    PasteGuard guard_;
     std::function<void()> persisted_;
     QTimer persistLimit_;
 };

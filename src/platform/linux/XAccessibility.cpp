@@ -1,6 +1,7 @@
 #include "platform/linux/XAccessibility.h"
 
 #include "base/Log.h"
+#include "platform/linux/XConnection.h"
 #include "platform/linux/XWorker.h"
 
 namespace quillmarsh {
@@ -13,17 +14,21 @@ bool isWaylandSession()
     return qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
 }
 
-XAccessibility::XAccessibility(const std::shared_ptr<XWorker>& worker)
+XAccessibility::XAccessibility(std::shared_ptr<XWorker> worker, std::shared_ptr<XConnection> connection)
+    : worker_(std::move(worker)), connection_(std::move(connection)), wayland_(isWaylandSession())
 {
-    if (isWaylandSession())
+    if (wayland_)
         qCWarning(lcQuillmarsh,
                   "This is a Wayland session: global shortcuts and pasting need an X11 session");
-    else if (!worker)
+    else if (!worker_ || !connection_)
         qCWarning(lcQuillmarsh, "No X server answers: global shortcuts and pasting are not possible");
-    else if (!worker->isCapable())
+    else if (!worker_->isCapable())
         qCWarning(lcQuillmarsh, "The X server lacks XTEST, XFIXES, XKB or XInput 2, which shortcuts need");
-    else
-        trusted_ = true;
+}
+
+bool XAccessibility::isProcessTrusted() const
+{
+    return !wayland_ && worker_ && worker_->isCapable() && connection_ && connection_->isAlive();
 }
 
 } // namespace quillmarsh

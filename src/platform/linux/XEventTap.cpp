@@ -10,18 +10,33 @@ namespace quillmarsh {
 
 namespace {
 
+/// What a tap and the events on their way to it share; only the main thread looks inside.
+struct Listener
+{
+    EventTap::Callback callback;
+    bool enabled = false;
+
+    void hear(const KeyEvent& event)
+    {
+        const bool isEnd = event.type != KeyEvent::Type::KeyDown;
+        if (isEnd && !std::exchange(enabled, false))
+            return;
+        callback(event);
+    }
+};
+
 class XEventTap final : public EventTap
 {
 public:
     XEventTap(std::shared_ptr<XWorker> worker, quint64 id, Callback callback)
-        : worker_(std::move(worker)), id_(id), callback_(std::make_shared<Callback>(std::move(callback)))
+        : worker_(std::move(worker)), id_(id), listener_(std::make_shared<Listener>(std::move(callback)))
     {}
     ~XEventTap() override { invalidate(); }
 
     void setInterest(std::vector<KeyCombination> combinations) override
     {
         interest_ = std::move(combinations);
-        if (enabled_)
+        if (listener_ && listener_->enabled)
             apply(interest_);
     }
 
@@ -32,7 +47,7 @@ public:
 
     void setEnabled(bool enabled) override
     {
-        if (!callback_ || std::exchange(enabled_, enabled) == enabled)
+        if (!listener_ || std::exchange(listener_->enabled, enabled) == enabled)
             return;
         apply(enabled ? interest_ : std::vector<KeyCombination>());
     }
@@ -40,7 +55,7 @@ public:
     void invalidate() override
     {
         setEnabled(false);
-        callback_.reset();
+        listener_.reset();
     }
 
 private:
@@ -49,15 +64,15 @@ private:
     void apply(std::vector<KeyCombination> combinations)
     {
         // Called in the worker's thread; the callback itself only ever runs, and ends, in the main thread.
-        const auto notify = [weak = std::weak_ptr(callback_)](const KeyEvent& event) {
+        const auto notify = [weak = std::weak_ptr(listener_)](const KeyEvent& event) {
             auto* const application = QCoreApplication::instance();
             if (!application)
                 return;
             QMetaObject::invokeMethod(
                 application,
                 [weak, event] {
-                    if (const auto callback = weak.lock())
-                        (*callback)(event);
+                    if (const auto listener = weak.lock())
+                        listener->hear(event);
                 },
                 Qt::QueuedConnection);
         };
@@ -69,9 +84,8 @@ private:
 
     std::shared_ptr<XWorker> worker_;
     quint64 id_;
-    std::shared_ptr<Callback> callback_; ///< null once invalid
+    std::shared_ptr<Listener> listener_; ///< null once invalid
     std::vector<KeyCombination> interest_;
-    bool enabled_ = false;
 };
 
 } // namespace

@@ -22,15 +22,32 @@ uint16_t findXTestKeyboard(xcb_connection_t* connection)
     return 0;
 }
 
-void selectRawKeyReleases(xcb_connection_t* connection, xcb_window_t root, bool on)
+namespace {
+
+void select(xcb_connection_t* connection, xcb_window_t root, xcb_input_device_id_t devices, uint32_t mask)
 {
     const struct
     {
         xcb_input_event_mask_t head;
         uint32_t mask;
-    } selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
-                on ? uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE} : 0U};
+    } selection{{devices, 1}, mask};
     xcb_input_xi_select_events(connection, root, 1, &selection.head);
+}
+
+} // namespace
+
+void selectRawKeyReleases(xcb_connection_t* connection, xcb_window_t root, bool on)
+{
+    select(connection, root, XCB_INPUT_DEVICE_ALL_MASTER,
+           on ? uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE} : 0U);
+}
+
+void selectRawPresses(xcb_connection_t* connection, xcb_window_t root, bool on)
+{
+    // Of other devices than above, as each selection replaces the one before for the same devices.
+    constexpr uint32_t presses =
+        XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
+    select(connection, root, XCB_INPUT_DEVICE_ALL, on ? presses : 0U);
 }
 
 bool isGrabbedThroughInput2(xcb_connection_t* connection, xcb_window_t root, xcb_keycode_t keycode,

@@ -12,6 +12,9 @@ namespace quillmarsh {
 /// Asks for XI_RawKeyRelease of every keyboard, or for nothing. These tell which device a key belongs to, and
 /// arrive while another program grabs the keyboard.
 void selectRawKeyReleases(xcb_connection_t* connection, xcb_window_t root, bool on);
+/// The same for XI_RawKeyPress and XI_RawButtonPress, independently; an event may come once for the device
+/// and once for its master.
+void selectRawPresses(xcb_connection_t* connection, xcb_window_t root, bool on);
 
 /// Whether a program holds one of the key's combinations (`modifiers` with each of `lockVariants`) by a grab
 /// of XInput 2. Those and core grabs never refuse each other, the newest silently wins (measured); so a grab

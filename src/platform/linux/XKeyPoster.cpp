@@ -6,15 +6,18 @@
 
 namespace quillmarsh {
 
-Task<bool> XKeyPoster::post(quint16 keyCode, quint64 flags)
+using Time = std::chrono::steady_clock::time_point;
+
+Task<std::optional<Time>> XKeyPoster::post(quint16 keyCode, quint64 flags)
 {
     if (!worker_ || !worker_->isCapable()) {
         qCWarning(lcQuillmarsh, "Keys cannot be pressed for the user in this session");
-        co_return false;
+        co_return std::nullopt;
     }
-    WorkerAnswer<bool> answer(worker_, [keyCode, flags](XWorker::Parts& parts, const auto& reply) {
-        reply(parts.injector->post(keyCode, flags));
-    });
+    WorkerAnswer<std::optional<Time>> answer(worker_,
+                                             [keyCode, flags](XWorker::Parts& parts, const auto& reply) {
+                                                 reply(parts.injector->post(keyCode, flags));
+                                             });
     co_return co_await answer;
 }
 

@@ -14,7 +14,7 @@ class XKeyPoster final : public KeyPoster
 public:
     explicit XKeyPoster(std::shared_ptr<XWorker> worker) : worker_(std::move(worker)) {}
 
-    Task<bool> post(quint16 keyCode, quint64 flags) override;
+    Task<std::optional<std::chrono::steady_clock::time_point>> post(quint16 keyCode, quint64 flags) override;
 
 private:
     std::shared_ptr<XWorker> worker_; ///< null where keys cannot be posted

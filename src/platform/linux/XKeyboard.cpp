@@ -158,11 +158,13 @@ std::vector<xcb_keycode_t> XModifiers::keysFor(quint64 flags, const std::set<xcb
 {
     std::vector<xcb_keycode_t> chosen;
     for (const Modifier& modifier : selected(flags)) {
-        const auto& keys = modifier.keys;
-        const auto free = std::find_if(keys.begin(), keys.end(),
-                                       [&avoided](xcb_keycode_t key) { return !avoided.contains(key); });
-        if (!keys.empty())
-            chosen.push_back(free != keys.end() ? *free : keys.front());
+        std::vector<xcb_keycode_t> keys = modifier.keys;
+        std::stable_partition(keys.begin(), keys.end(),
+                              [&avoided](xcb_keycode_t key) { return !avoided.contains(key); });
+        // Both Shift keys together lock Caps on some keyboards.
+        const size_t most = modifier.mask == XCB_MOD_MASK_CONTROL ? 2 : 1;
+        keys.resize(std::min(keys.size(), most));
+        chosen.insert(chosen.end(), keys.begin(), keys.end());
     }
     return chosen;
 }

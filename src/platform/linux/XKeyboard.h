@@ -51,8 +51,9 @@ public:
     [[nodiscard]] std::vector<uint16_t> lockVariants() const;
     /// Every key that can hold a modifier other than a lock.
     [[nodiscard]] const std::vector<xcb_keycode_t>& heldKeys() const { return heldKeys_; }
-    /// One key for each modifier in `flags` (ModifierFlags), none of `avoided` where there is another: the
-    /// left-hand one, or else the right-hand one.
+    /// A key for each modifier in `flags` (ModifierFlags), none of `avoided` where there is another: the
+    /// left-hand one, or else the right-hand one. Both for Control: when the user presses or lets go of one
+    /// meanwhile, it stays down by the other (measured). It does not when he does so to both.
     [[nodiscard]] std::vector<xcb_keycode_t> keysFor(quint64 flags,
                                                      const std::set<xcb_keycode_t>& avoided) const;
 

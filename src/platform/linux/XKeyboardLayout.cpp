@@ -25,6 +25,21 @@ struct StateDeleter
     void operator()(xkb_state* state) const { xkb_state_unref(state); }
 };
 
+std::optional<QString> visibleText(xkb_state* state, xkb_keycode_t key)
+{
+    std::array<char, 32> utf8{};
+    const int length = xkb_state_key_get_utf8(state, key, utf8.data(), utf8.size());
+    if (length <= 0 || length >= static_cast<int>(utf8.size()))
+        return std::nullopt;
+    const QString text = QString::fromUtf8(utf8.data(), length);
+    constexpr qsizetype mostUnits = 4;
+    // Enter of the keypad yields a carriage return, with which a shortcut would look like its modifiers
+    // alone.
+    if (text.isEmpty() || text.size() > mostUnits || text.front().category() == QChar::Other_Control)
+        return std::nullopt;
+    return text;
+}
+
 } // namespace
 
 void XKeyboardLayout::ContextDeleter::operator()(xkb_context* context) const
@@ -108,16 +123,15 @@ std::optional<QString> XKeyboardLayout::character(quint16 keyCode) const
     if (!keymap_ || !key)
         return std::nullopt;
     const std::unique_ptr<xkb_state, StateDeleter> state(xkb_state_new(keymap_.get()));
-    xkb_state_update_mask(state.get(), 0, 0, 0, 0, 0, group_);
-    std::array<char, 32> utf8{};
-    const int length = xkb_state_key_get_utf8(state.get(), *key, utf8.data(), utf8.size());
-    if (length <= 0 || length >= static_cast<int>(utf8.size()))
-        return std::nullopt;
-    const QString text = QString::fromUtf8(utf8.data(), length);
-    constexpr qsizetype mostUnits = 4;
-    if (text.size() > mostUnits)
-        return std::nullopt;
-    return text;
+    // The keypad shows its digits; without Num Lock it only moves the cursor.
+    const xkb_mod_index_t numLock = xkb_keymap_mod_get_index(keymap_.get(), XKB_MOD_NAME_NUM);
+    const xkb_mod_mask_t locked = numLock == XKB_MOD_INVALID ? 0 : xkb_mod_mask_t{1} << numLock;
+    for (const xkb_mod_mask_t locks : {xkb_mod_mask_t{0}, locked}) {
+        xkb_state_update_mask(state.get(), 0, 0, locks, 0, 0, group_);
+        if (auto text = visibleText(state.get(), *key))
+            return text;
+    }
+    return std::nullopt;
 }
 
 std::optional<quint16> XKeyboardLayout::keyCode(quint32 nativeScanCode) const

@@ -1,9 +1,11 @@
 #include "platform/linux/XPanelWindow.h"
 
+#include "platform/linux/ScreenStruts.h"
 #include "platform/linux/XConnection.h"
 
 #include <QCursor>
 #include <QGuiApplication>
+#include <QScreen>
 #include <QWindow>
 
 #include <xcb/xfixes.h>
@@ -79,6 +81,20 @@ void XPanelWindow::orderFrontRegardless(QWindow& window)
     xcb_flush(connection_->get());
 }
 
+// Some window managers list every managed window whose state does not say otherwise, whatever its type. The
+// toolkit adds its own states to these when it shows the window.
+void XPanelWindow::leaveOutOfTaskBars(QWindow& window)
+{
+    if (!connection_ || !isOnX11())
+        return;
+    window.create();
+    const std::array<xcb_atom_t, 2> states{connection_->atom("_NET_WM_STATE_SKIP_TASKBAR"),
+                                           connection_->atom("_NET_WM_STATE_SKIP_PAGER")};
+    xcb_change_property(connection_->get(), XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
+                        connection_->atom("_NET_WM_STATE"), XCB_ATOM_ATOM, 32, states.size(), states.data());
+    connection_->synchronize(); // the toolkit reads them through a connection of its own
+}
+
 void XPanelWindow::describe(QWindow& window)
 {
     const auto id = static_cast<xcb_window_t>(window.winId());
@@ -109,6 +125,19 @@ void XPanelWindow::keepPictureWhileResizing(QWindow& window)
 QPoint XPanelWindow::mouseLocation() const
 {
     return QCursor::pos(); // asks the server, so it is right while another application has the pointer
+}
+
+QRect XPanelWindow::visibleFrame(const QScreen& screen) const
+{
+    // The toolkit knows the bars of a single screen; of several it takes the whole screens.
+    if (!connection_ || !isOnX11() || QGuiApplication::screens().size() == 1)
+        return screen.availableGeometry();
+    // A screen's place is in the server's pixels, its size is scaled.
+    const QRect frame = screen.geometry();
+    const qreal scale = screen.devicePixelRatio();
+    const QRect clear = clearOfBars(*connection_, {frame.topLeft(), (QSizeF(frame.size()) * scale).toSize()});
+    const QPointF offset = QPointF(clear.topLeft() - frame.topLeft()) / scale;
+    return {frame.topLeft() + offset.toPoint(), (QSizeF(clear.size()) / scale).toSize()};
 }
 
 } // namespace quillmarsh

@@ -20,8 +20,10 @@ public:
 
     void configure(QWindow& window) override;
     void orderFrontRegardless(QWindow& window) override;
+    void leaveOutOfTaskBars(QWindow& window) override;
     [[nodiscard]] bool isCompositing() const override { return compositing_; }
     [[nodiscard]] QPoint mouseLocation() const override;
+    [[nodiscard]] QRect visibleFrame(const QScreen& screen) const override;
 
 private:
     void watchCompositor();

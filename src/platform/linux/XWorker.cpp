@@ -1,5 +1,6 @@
 #include "platform/linux/XWorker.h"
 
+#include "base/Log.h"
 #include "platform/linux/HotKeyGrabs.h"
 #include "platform/linux/KeyInjector.h"
 #include "platform/linux/SelectionCounter.h"
@@ -7,7 +8,19 @@
 #include "platform/linux/SelectionReader.h"
 #include "platform/linux/XConnection.h"
 
+#include <QTimer>
+
 namespace quillmarsh {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Long enough not to be busy with a server that ends every connection, short beside the product's own look at
+// its permission every two seconds.
+constexpr auto reconnectDelay = 200ms;
+
+} // namespace
 
 XWorker::Parts::Parts() = default;
 
@@ -21,15 +34,21 @@ std::shared_ptr<XWorker> XWorker::start()
     worker->parts_ = std::make_unique<Parts>();
     worker->thread_.setObjectName(QStringLiteral("X11"));
     worker->thread_.start();
-    const bool connected = worker->run([&worker](Parts& parts) {
-        parts.connection = XConnection::open();
-        if (parts.connection)
-            worker->makeParts();
-        return parts.connection != nullptr;
-    });
+    const bool connected = worker->run([&worker](Parts&) { return worker->connect(); });
     if (!connected)
         return nullptr;
     return worker;
+}
+
+bool XWorker::connect()
+{
+    std::unique_ptr<XConnection> connection = XConnection::open();
+    if (!connection)
+        return false;
+    dropParts();
+    parts_->connection = std::move(connection);
+    makeParts();
+    return true;
 }
 
 void XWorker::makeParts()
@@ -41,18 +60,47 @@ void XWorker::makeParts()
     parts_->counter = std::make_unique<SelectionCounter>(connection);
     parts_->owner = std::make_unique<SelectionOwner>(connection);
     parts_->reader = std::make_unique<SelectionReader>(connection, *parts_->counter, *parts_->owner);
-    parts_->injector = std::make_unique<KeyInjector>(connection, *parts_->hotKeys, *parts_->owner);
+    parts_->injector =
+        std::make_unique<KeyInjector>(connection, *parts_->hotKeys, *parts_->owner, *parts_->counter);
+    QObject::connect(&connection, &XConnection::lost, context_.get(), [this] {
+        capable_ = false;
+        reconnectSoon();
+    });
+}
+
+void XWorker::dropParts()
+{
+    parts_->injector.reset();
+    parts_->reader.reset();
+    parts_->owner.reset();
+    parts_->counter.reset();
+    parts_->hotKeys.reset();
+    parts_->connection.reset();
+}
+
+void XWorker::reconnectSoon()
+{
+    QTimer::singleShot(reconnectDelay, context_.get(), [this] { reconnect(); });
+}
+
+void XWorker::reconnect()
+{
+    if (!parts_->connection) // the worker is ending
+        return;
+    const auto listeners = parts_->hotKeys->listeners();
+    if (!connect()) {
+        reconnectSoon();
+        return;
+    }
+    qCInfo(lcQuillmarsh, "Connected to the X server again");
+    for (const auto& notify : listeners)
+        notify({.type = KeyEvent::Type::TapDisabledByTimeout});
 }
 
 XWorker::~XWorker()
 {
-    run([](Parts& parts) {
-        parts.injector.reset();
-        parts.reader.reset();
-        parts.owner.reset();
-        parts.counter.reset();
-        parts.hotKeys.reset();
-        parts.connection.reset();
+    run([this](Parts&) {
+        dropParts();
         return true;
     });
     thread_.quit();

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QThread>
 
+#include <atomic>
 #include <coroutine>
 #include <functional>
 #include <memory>
@@ -23,7 +24,7 @@ class SelectionOwner;
 
 /// The thread that takes hot keys, injects keys and moves the clipboard, on a connection of its own. Nothing
 /// the main thread does can delay it: it answers a clipboard requestor or a grab while a window is being
-/// drawn.
+/// drawn. A connection that dies is replaced, and every tap hears that it was disabled.
 class XWorker final
 {
 public:
@@ -63,17 +64,21 @@ public:
         return std::move(*value);
     }
 
-    /// Whether the connection has what hot keys, injection and clipboard watching need; fixed at start.
+    /// Whether the connection lives and has what hot keys, injection and clipboard watching need. Cheap.
     [[nodiscard]] bool isCapable() const { return capable_; }
 
 private:
     XWorker() = default;
+    [[nodiscard]] bool connect();
     void makeParts();
+    void dropParts();
+    void reconnectSoon();
+    void reconnect();
 
     QThread thread_;
     std::unique_ptr<QObject> context_; ///< lives in thread_
     std::unique_ptr<Parts> parts_;
-    bool capable_ = false;
+    std::atomic<bool> capable_ = false;
 };
 
 /// Awaits a job of the worker that answers through a callback, once, from the worker's thread; the flow goes

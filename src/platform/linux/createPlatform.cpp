@@ -28,7 +28,7 @@ Platform createPlatform()
     const std::shared_ptr<XWorker> keys = isWaylandSession() ? nullptr : worker;
 
     Platform platform;
-    platform.accessibility = std::make_unique<XAccessibility>(worker);
+    platform.accessibility = std::make_unique<XAccessibility>(worker, connection);
     platform.eventTaps = std::make_unique<XEventTapSource>(keys);
     platform.keyPoster = std::make_unique<XKeyPoster>(keys);
     platform.pasteboard = std::make_unique<XPasteboard>(worker);
