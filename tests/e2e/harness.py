@@ -106,6 +106,13 @@ class Keyboard:
     def up(self, keys):
         assert self.ask(f"up {keys}") == "ok"
 
+    def grab(self, key, on):
+        """Takes the key with Shift and Super as another program's hot key, or gives it back."""
+        assert self.ask(f"{'grab' if on else 'ungrab'} {key}") == "ok"
+
+    def group(self):
+        return int(self.ask("group"))
+
     def state(self):
         return self.ask("state")
 
@@ -136,7 +143,7 @@ class BackEnd:
                 back_end.requests.append((self.path, dict(self.headers), body))
                 time.sleep(back_end.delay)
                 if back_end.mute:
-                    back_end.released.wait(30)
+                    back_end.released.wait(120)
                     self.close_connection = True
                     return
                 status, answer = back_end.answer(json.loads(body).get("text", ""))
@@ -323,6 +330,13 @@ class ScreenReader:
             except Exception:  # a node may go while it is looked at
                 continue
         return None
+
+    def texts(self, application, window):
+        """What one window of a program tells at the moment."""
+        showing = self.atspi.StateType.SHOWING
+        frame = self.find(application, window, "frame")
+        nodes = [node for node in self.all_below(frame) if node.get_state_set().contains(showing)]
+        return {node.get_name() for node in nodes}
 
     def press(self, application, name):
         node = wait_until(lambda: self.find(application, name), f"“{name}” in the accessibility tree")

@@ -3,6 +3,8 @@
 //   down KEY…      press in this order            up KEY…        release in this order
 //   chord KEY…     press in order, release in reverse
 //   hold MS KEY…   the same, held for MS milliseconds (the server repeats a held key)
+//   grab KEY       another program's hot key: with Shift and Super, until "ungrab KEY"
+//   group          number of the active layout, from 0
 //   state          "modifiers=MASK locked=MASK keys=CODE,CODE…": what the server thinks is down
 // KEY is a keysym name ("Shift_L", "r") or #CODE for a keycode.
 #include <X11/XKBlib.h>
@@ -59,6 +61,25 @@ void chord(const std::vector<std::string>& keys, std::chrono::milliseconds durat
         press(*key, false);
 }
 
+void grab(const std::string& key, bool on)
+{
+    constexpr unsigned int shiftSuper = ShiftMask | Mod4Mask;
+    const Window root = DefaultRootWindow(display);
+    const int code = static_cast<int>(keycode(key));
+    if (on)
+        XGrabKey(display, code, shiftSuper, root, False, GrabModeAsync, GrabModeAsync);
+    else
+        XUngrabKey(display, code, shiftSuper, root);
+    XSync(display, False);
+}
+
+int group()
+{
+    XkbStateRec state;
+    XkbGetState(display, XkbUseCoreKbd, &state);
+    return state.group;
+}
+
 std::string state()
 {
     XkbStateRec modifiers;
@@ -91,11 +112,16 @@ std::string answer(const std::string& line)
         keys.push_back(key);
     if (command == "state")
         return state();
+    if (command == "group")
+        return std::to_string(group());
     if (command == "chord" || command == "hold") {
         chord(keys, duration);
     } else if (command == "down" || command == "up") {
         for (const std::string& key : keys)
             press(key, command == "down");
+    } else if (command == "grab" || command == "ungrab") {
+        for (const std::string& key : keys)
+            grab(key, command == "grab");
     } else {
         return "unknown command";
     }

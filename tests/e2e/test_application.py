@@ -58,6 +58,20 @@ class ApplicationTest(unittest.TestCase):
         self.assertEqual(product.stop(), 0)
         self.assertNotIn("warning", product.log_text().lower())
 
+    def test_without_a_status_bar_the_guide_comes_forward_once(self):
+        product = self.product({"hasSeenModernOnboarding": "false"})
+        product.process = harness.Process([str(harness.PRODUCT)], log=product.log)
+        wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
+        editor = harness.text_field("one two", self.keyboard)
+        try:
+            end = time.monotonic() + 4  # the status bar is given up after three seconds
+            while time.monotonic() < end:
+                self.assertEqual(harness.active_window(), editor.window)
+                time.sleep(0.05)
+        finally:
+            editor.stop()
+        self.assertEqual(product.stop(), 0)
+
     def test_the_icon_opens_the_menu(self):
         product = self.product().start()
         wait_until(status_icon, "the status icon", 15)
@@ -65,8 +79,25 @@ class ApplicationTest(unittest.TestCase):
         harness.screenshot("status-bar")
         self.open_menu()
         harness.screenshot("menu")
+        state = harness.run("xprop", "-name", "Quillmarsh menu", "_NET_WM_STATE")
+        self.assertIn("_NET_WM_STATE_SKIP_TASKBAR", state)
+        self.assertIn("_NET_WM_STATE_SKIP_PAGER", state)
         self.keyboard.chord("Escape")
         wait_until(lambda: not harness.windows("^Quillmarsh menu$"), "the menu to close")
+        self.assertEqual(product.stop(), 0)
+        self.assertNotIn("warning", product.log_text().lower())
+
+    def test_a_right_click_lists_the_commands(self):
+        product = self.product().start()
+        x, y = wait_until(status_icon, "the status icon", 15)
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "3"], check=True)
+        wait_until(lambda: harness.windows("^Quillmarsh commands$"), "the commands")
+        time.sleep(0.4)
+        harness.screenshot("commands")
+        for key in ("Down", "Down", "Return"):
+            self.keyboard.chord(key)
+        wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
+        self.assertFalse(harness.windows("^Quillmarsh commands$"))
         self.assertEqual(product.stop(), 0)
         self.assertNotIn("warning", product.log_text().lower())
 

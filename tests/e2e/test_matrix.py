@@ -54,16 +54,16 @@ class Editors(matrix.MatrixTest):
         self.check_nothing("Tk text", open_editor)
 
     def test_emacs(self):
-        """It pastes beside the text it copied, and copies its last region when none is marked."""
+        """It pastes beside the text it copied; with no active region it copies its last one."""
         name = "Emacs"
         open_editor = self.opener(["emacs", "-Q", "{file}"], "{name}", ("Control_L x", "Control_L s"))
         self.check_left_on_clipboard(name, open_editor)
         self.setUp()
         with contextlib.closing(open_editor(DOCUMENT)) as editor:
-            with self.case(name, NOTHING, outcome="copies the last region; nothing changes"):
-                editor.select("Control_L Home", "Down", "End")
-                self.rewrite()
-                time.sleep(1)
+            with self.case(name, NOTHING, outcome="pass; Emacs copies its last region to the clipboard"):
+                # A region that was active, and is not any more.
+                editor.select("Control_L Home", "Down", "Shift_L End", "Control_L g")
+                self.rewrite_nothing()
                 self.expect_text(editor, DOCUMENT)
 
 
@@ -108,6 +108,7 @@ class Terminals(matrix.MatrixTest):
                 terminal.select_word()
                 self.rewrite()
                 wait_until(lambda: self.back_end.requests, "the request", 3)
+                self.expect_panel("Copied to clipboard")
                 time.sleep(1)
                 self.assertFalse(marker.exists())
                 self.assertEqual(harness.clipboard(), f"touch {marker}\nls\n")
@@ -129,6 +130,23 @@ class Terminals(matrix.MatrixTest):
 
     def test_qterminal(self):
         self.check_terminal("QTerminal (Qt)", ["qterminal", "-e"])
+
+    def test_an_unknown_terminal(self):
+        """Known by its pseudo-terminal, and no key is pressed in it: both Control-C and Control-Shift-C would
+        interrupt its program."""
+        command = [str(harness.BUILD / "bin" / "strange-terminal")]
+        self.check_nothing("A terminal of unknown make", command)
+
+    def test_an_editor_with_a_terminal_in_it(self):
+        """Control-Insert copies in its editor, and is not an interrupt in its terminal."""
+        entries = pathlib.Path(os.environ["XDG_DATA_HOME"]) / "applications"
+        entries.mkdir(parents=True, exist_ok=True)
+        (entries / "strange-editor.desktop").write_text(
+            "[Desktop Entry]\nType=Application\nName=Strange editor\nCategories=Utility;TextEditor;\n")
+        command = [str(harness.BUILD / "bin" / "strange-terminal"), "--class", "Strange-editor"]
+        with self.recorder(command) as (_, received):
+            self.rewrite_nothing()
+            self.assertNotIn("SIGINT", received())
 
     def test_xterm(self):
         """Copies to the primary selection only: no key is pressed in it at all."""

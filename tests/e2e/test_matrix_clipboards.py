@@ -23,9 +23,9 @@ class Clipboards(matrix.MatrixTest):
         matrix.require("xclip", "parcellite", "diodon")
         super().setUpClass()
 
-    def field(self, copy=0, answer=0):
-        command = trouble("field", "{file}", str(copy), str(answer))
-        return contextlib.closing(matrix.Editor(command, "Clipboard field", TEXT, self.keyboard))
+    def field(self, copy=0, answer=0, read=0, recopy=-1, text=TEXT):
+        command = trouble("field", "{file}", str(copy), str(answer), str(read), str(recopy))
+        return contextlib.closing(matrix.Editor(command, "Clipboard field", text, self.keyboard))
 
     def plain_field(self):
         command = [str(harness.BUILD / "bin" / "text-field"), "{file}"]
@@ -94,11 +94,49 @@ class Clipboards(matrix.MatrixTest):
                 finally:
                     taker.stop()
 
-    def check_manager(self, *command):
-        manager = harness.Process(list(command))
+    def test_another_program_takes_the_clipboard_between_the_paste_key_and_the_reading(self):
+        # The key comes 50 ms after the answer, the field reads 100 ms later; the taker comes in between.
+        for wait in (70, 90, 110):
+            with self.subTest(wait=wait), self.field(read=100) as editor:
+                self.setUp()
+                self.back_end.delay = 1.5
+                self.rewrite()
+                wait_until(lambda: self.back_end.requests, "the request", 4)
+                taker = harness.Process(trouble("taker", str(wait)))
+                try:
+                    wait_until(lambda: harness.clipboard() == "theirs", "the taker")
+                    wait_until(lambda: editor.file.read_text() != TEXT, "the paste", 4)
+                    self.assertEqual(editor.text(), ANSWER)
+                finally:
+                    taker.stop()
+
+    def test_what_the_user_copied_himself_is_left_alone(self):
+        """He copies something in the application while the answer waits to be pasted: nothing is pasted."""
+        for wait in (0, 10, 25):
+            with self.subTest(wait=wait), self.field(recopy=wait) as editor:
+                self.setUp()
+                self.rewrite()
+                wait_until(lambda: self.back_end.requests, "the request", 4)
+                wait_until(lambda: harness.clipboard() == "copied by the user", "the user's copy", 2)
+                self.expect_panel("Another application is holding the clipboard. Please try again.")
+                self.assertEqual(editor.file.read_text(), TEXT)
+                self.assertEqual(harness.clipboard(), "copied by the user")
+
+    def test_a_mebibyte_each_way(self):
+        """In pieces both times; no more characters than the limit allows, as each has many accents."""
+        text = ("e" + "\u0301" * 52) * 9_990
+        self.assertGreater(len(text.encode()), 1 << 20)
+        with self.field(text=text) as editor:
+            self.rewrite()
+            wait_until(lambda: self.back_end.requests, "the request", 6)
+            self.assertEqual(self.back_end.texts, [text])
+            self.expect_text(editor, text.upper())
+
+    def check_managers(self, *programs):
+        managers = [harness.Process([program]) for program in programs]
         try:
             time.sleep(1.5)
-            self.assertTrue(manager.is_running())
+            self.assertTrue(all(manager.is_running() for manager in managers))
             with self.plain_field() as editor:
                 for number in range(10):
                     self.back_end.requests.clear()
@@ -110,13 +148,17 @@ class Clipboards(matrix.MatrixTest):
                     wait_until(lambda answer=answer: harness.clipboard() == answer, "the answer on the clipboard")
                     time.sleep(0.3)
         finally:
-            manager.stop()
+            for manager in managers:
+                manager.stop()
 
     def test_parcellite(self):
-        self.check_manager("parcellite")
+        self.check_managers("parcellite")
 
     def test_diodon(self):
-        self.check_manager("diodon")
+        self.check_managers("diodon")
+
+    def test_two_managers_at_once(self):
+        self.check_managers("parcellite", "diodon")
 
 
 if __name__ == "__main__":

@@ -118,6 +118,7 @@ class Browsers(matrix.MatrixTest):
         browser = harness.Process([*command, pages.origin])
         try:
             wait_until(lambda: pages.ready, f"{name} to show the page", 90)
+            time.sleep(3)  # still starting, it may take longer over a copy than the 200 ms it has
             for kind in ("textarea", "contenteditable"):
                 self.check_editor(f"{name}: {kind}", lambda text, kind=kind: Field(pages, self.keyboard, kind, text))
             self.setUp()

@@ -10,6 +10,32 @@ import harness
 from harness import SHORTCUT, wait_until
 
 CANARY = "canary-9f3b selection"
+SEEN_FROM_OUTSIDE = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
+NOTHING_SELECTED = ("Select some text first", "Then press your shortcut again.")
+
+
+class Panel:
+    """The progress panel as a screen reader and the window list have it."""
+
+    def __init__(self):
+        self.reader = harness.ScreenReader()
+
+    def is_shown(self):
+        return bool(harness.windows("^Quillmarsh panel$"))
+
+    def texts(self):
+        try:
+            return self.reader.texts("Quillmarsh", "Quillmarsh panel")
+        except Exception:  # a node may go while it is looked at
+            return set()
+
+    def expect(self, *texts, limit=5.0):
+        wait_until(lambda: set(texts) <= self.texts(), f"{texts} on the panel, which has {self.texts()}", limit)
+
+    def dismiss(self):
+        if self.is_shown():
+            self.reader.press("Quillmarsh", "Dismiss")
+            wait_until(lambda: not self.is_shown(), "the panel to leave")
 
 
 class RewriteTest(unittest.TestCase):
@@ -17,7 +43,9 @@ class RewriteTest(unittest.TestCase):
     def setUpClass(cls):
         cls.back_end = harness.BackEnd()
         cls.keyboard = harness.Keyboard()
-        cls.product = harness.Product({"endpoint.cloud": cls.back_end.origin, "selectedProvider": "cloud"}).start()
+        cls.product = harness.Product({"endpoint.cloud": cls.back_end.origin, "selectedProvider": "cloud"})
+        cls.product.start(environment=SEEN_FROM_OUTSIDE)
+        cls.panel = Panel()
 
     @classmethod
     def tearDownClass(cls):
@@ -42,13 +70,7 @@ class RewriteTest(unittest.TestCase):
         if self.editor:
             self.editor.stop()
         self.assertTrue(self.keyboard.nothing_is_down(), self.keyboard.state())
-        self.wait_idle()
-
-    def wait_idle(self):
-        time.sleep(0.1)
-
-    def panel_is_shown(self):
-        return bool(harness.windows("^Quillmarsh panel$"))
+        self.panel.dismiss()
 
     def rewrite(self, keys=SHORTCUT):
         self.keyboard.chord(keys)
@@ -95,8 +117,8 @@ class RewriteTest(unittest.TestCase):
     def test_nothing_selected(self):
         self.editor = harness.text_field("one two", self.keyboard)
         self.rewrite()
-        wait_until(self.panel_is_shown, "the panel")
-        time.sleep(0.5)
+        self.panel.expect(*NOTHING_SELECTED)
+        time.sleep(0.2)
         harness.screenshot("panel-nothing-selected")
         self.assertEqual(self.back_end.requests, [])
         self.assertEqual(self.editor.text(), "one two")
@@ -105,14 +127,14 @@ class RewriteTest(unittest.TestCase):
         self.editor = harness.text_field(" \n\t ", self.keyboard)
         self.editor.select_all()
         self.rewrite()
-        time.sleep(0.6)
+        self.panel.expect(*NOTHING_SELECTED)
         self.assertEqual(self.back_end.requests, [])
 
     def test_length_limit(self):
         self.editor = harness.text_field("👍🏽" * 10_001, self.keyboard)
         self.editor.select_all()
         self.rewrite()
-        time.sleep(0.8)
+        self.panel.expect("Couldn’t rewrite", "Selected text is too long (max 10,000 characters)")
         self.assertEqual(self.back_end.requests, [])
         self.editor.select("Control_L Home", "Delete", "Control_L a")
         self.rewrite()
@@ -125,13 +147,13 @@ class RewriteTest(unittest.TestCase):
         self.back_end.delay = 1.0
         self.rewrite()
         wait_until(lambda: self.back_end.requests, "the request")
-        self.assertTrue(self.panel_is_shown())
+        self.assertTrue(self.panel.is_shown())
         harness.screenshot("panel-working")
         self.rewrite()
-        wait_until(lambda: not self.panel_is_shown(), "the panel to go", 0.5)
+        wait_until(lambda: not self.panel.is_shown(), "the panel to go", 0.5)
         time.sleep(1.3)
         self.assertEqual(self.editor.text(), "one two")
-        self.assertFalse(self.panel_is_shown())
+        self.assertFalse(self.panel.is_shown())
         self.assertEqual(len(self.back_end.requests), 1)
 
     def test_application_changes_while_waiting(self):
@@ -149,33 +171,46 @@ class RewriteTest(unittest.TestCase):
         finally:
             first.stop()
 
-    def check_failure(self, answer, shot=None):
+    def test_application_changes_before_sending(self):
+        other = harness.mousepad("other", self.keyboard)
+        self.editor = harness.text_field("one two", self.keyboard)
+        try:
+            self.editor.select_all()
+            self.rewrite()
+            harness.run("xdotool", "windowactivate", str(other.window))
+            self.panel.expect("Selection changed", "Return to your text and try the shortcut again.")
+            self.assertEqual(self.back_end.requests, [])
+            self.assertEqual(self.editor.file.read_text(), "one two")
+            self.assertEqual(other.text(), "other")
+        finally:
+            other.stop()
+
+    def check_failure(self, answer, detail, shot=None):
         self.editor = harness.text_field("one two", self.keyboard)
         self.editor.select_all()
         self.back_end.answer = lambda text: answer
         self.rewrite()
-        wait_until(lambda: self.back_end.requests, "the request")
-        time.sleep(0.5)
-        self.assertTrue(self.panel_is_shown())
+        self.panel.expect("Couldn’t rewrite", detail)
         if shot:
+            time.sleep(0.3)
             harness.screenshot(shot)
         self.assertEqual(self.editor.text(), "one two")
         self.assertEqual(len(self.back_end.requests), 1)
 
     def test_refused(self):
-        self.check_failure((401, {"error": "No."}))
+        self.check_failure((401, {"error": "No."}), "API error (401): No.")
 
     def test_limit(self):
-        self.check_failure((429, {"error": "Come back at noon."}), "panel-error")
+        self.check_failure((429, {"error": "Come back at noon."}), "Come back at noon.", "panel-error")
 
     def test_server_error(self):
-        self.check_failure((500, b"<html>"))
+        self.check_failure((500, b"<html>"), "API error (500): Cloud AI is temporarily unavailable.")
 
     def test_garbage(self):
-        self.check_failure((200, b"\xff\xfe garbage"))
+        self.check_failure((200, b"\xff\xfe garbage"), "Invalid response from AI service")
 
     def test_broken_utf8(self):
-        self.check_failure((200, b'{"text":"\xc3\x28"}'))
+        self.check_failure((200, b'{"text":"\xc3\x28"}'), "Invalid response from AI service")
 
     def test_an_unregistered_shortcut_reaches_the_editor(self):
         log = pathlib.Path(os.environ["HOME"]) / "keys.log"
@@ -215,10 +250,80 @@ class RewriteTest(unittest.TestCase):
         self.editor = harness.mousepad("thanks for your help\n", self.keyboard)
         self.editor.select_all()
         self.rewrite()
-        wait_until(lambda: self.back_end.requests, "the request")
-        time.sleep(0.5)
+        self.panel.expect("Text rewritten")
+        time.sleep(0.3)
         harness.screenshot("panel-success")
-        wait_until(lambda: not self.panel_is_shown(), "the panel to leave", 4)
+        wait_until(lambda: not self.panel.is_shown(), "the panel to leave", 4)
+
+
+class HindranceTest(unittest.TestCase):
+    """What stands in the way outside the selection and the answer."""
+
+    def setUp(self):
+        self.back_end = harness.BackEnd()
+        self.keyboard = harness.Keyboard()
+        self.product = None
+        self.editor = None
+
+    def tearDown(self):
+        if self.editor:
+            self.editor.stop()
+        if self.product:
+            self.assertEqual(self.product.stop(), 0, self.product.log_text())
+        self.keyboard.stop()
+        self.back_end.stop()
+
+    def start(self, provider="cloud", wait_for="Event tap started"):
+        self.product = harness.Product({"endpoint.cloud": self.back_end.origin, "selectedProvider": provider})
+        self.product.start(wait_for=wait_for, environment=SEEN_FROM_OUTSIDE)
+
+    def open_editor(self):
+        self.keys = pathlib.Path(os.environ["HOME"]) / "hindrance-keys.log"
+        self.keys.unlink(missing_ok=True)
+        self.editor = harness.text_field("one two", self.keyboard, key_log=self.keys)
+        self.editor.select_all()
+
+    def copies(self):
+        return self.keys.read_text().split().count("Ctrl+C")
+
+    def check_rewrites(self):
+        self.open_editor()
+        self.keyboard.chord(SHORTCUT)
+        wait_until(lambda: self.editor.file.read_text() == "ONE TWO", "the rewritten text")
+        self.assertEqual(self.copies(), 1)
+
+    def test_without_a_provider_nothing_is_copied(self):
+        self.start(provider="claude")
+        self.open_editor()
+        self.keyboard.chord(SHORTCUT)
+        Panel().expect("Connect your AI", "Connect ChatGPT or add your own API key.", "Settings")
+        time.sleep(0.3)
+        self.assertIn("Ctrl+A", self.keys.read_text())
+        self.assertEqual(self.copies(), 0)
+        self.assertEqual(self.editor.text(), "one two")
+
+    def test_a_shortcut_of_another_program_is_told_and_had_once_it_is_free(self):
+        self.keyboard.grab("r", True)
+        self.start(wait_for="Another program owns a writing action's shortcut")
+        self.assertNotIn("Event tap started", self.product.log_text())
+        self.open_editor()
+        self.keyboard.chord(SHORTCUT)
+        time.sleep(0.3)
+        self.assertEqual(self.copies(), 0)
+        self.keyboard.grab("r", False)
+        self.editor.stop()
+        time.sleep(2.2)  # the next look at what was refused
+        self.check_rewrites()
+
+    def test_a_lost_connection_to_the_x_server_is_replaced(self):
+        self.start()
+        lines = harness.run("xwininfo", "-root", "-children").splitlines()
+        ours = [line.split()[0] for line in lines if "1x1+-10+-10" in line]
+        for window in ours:
+            harness.run("xkill", "-id", window)
+        wait_until(lambda: "Connected to the X server again" in self.product.log_text(), "the new connection")
+        wait_until(lambda: "re-enabling" in self.product.log_text(), "the tap to be turned on again")
+        self.check_rewrites()
 
 
 if __name__ == "__main__":

@@ -1,7 +1,9 @@
 // Programs that are slow or greedy with the clipboard, for the end-to-end tests.
-//   clipboard-trouble field FILE COPY ANSWER   an input field whose whole text is always selected: Control-C
-//       claims the clipboard after COPY ms and answers requests after ANSWER ms (never when negative);
-//       Control-V replaces the text in FILE by what it is handed
+//   clipboard-trouble field FILE COPY ANSWER [READ [RECOPY]]   an input field whose whole text is always
+//       selected: Control-C claims the clipboard after COPY ms and answers requests after ANSWER ms (never
+//       when negative), with a long text in pieces; Control-V asks for the clipboard after READ ms and
+//       replaces the text in FILE by what it is handed; RECOPY ms after it lost the clipboard it copies
+//       another text, once, as if its user had
 //   clipboard-trouble taker WAIT               claims the clipboard with the text "theirs", and once more
 //   WAIT
 //       ms after it loses it
@@ -12,13 +14,16 @@
 
 #include <poll.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <functional>
 #include <iostream>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -27,6 +32,17 @@ using Clock = std::chrono::steady_clock;
 Display* display = nullptr;
 Window window = 0;
 std::string ownText;
+std::optional<std::string> incoming; ///< pieces so far
+
+/// Being handed over in pieces.
+struct Outgoing
+{
+    Window requestor = 0;
+    Atom property = None;
+    size_t sent = 0;
+} outgoing;
+
+constexpr size_t pieceSize = 64 * 1024;
 std::multimap<Clock::time_point, std::function<void()>> due;
 
 Atom atom(const char* name)
@@ -50,6 +66,28 @@ void claim()
     XSetSelectionOwner(display, atom("CLIPBOARD"), window, CurrentTime);
 }
 
+void beginPieces(const XSelectionRequestEvent& request)
+{
+    outgoing = {request.requestor, request.property, 0};
+    XSelectInput(display, request.requestor, PropertyChangeMask);
+    const auto size = static_cast<long>(ownText.size());
+    XChangeProperty(display, request.requestor, request.property, atom("INCR"), 32, PropModeReplace,
+                    bytesOf(&size), 1);
+}
+
+void sendPiece(const XPropertyEvent& event)
+{
+    if (event.state != PropertyDelete || event.window != outgoing.requestor ||
+        event.atom != outgoing.property)
+        return;
+    const size_t size = std::min(pieceSize, ownText.size() - outgoing.sent);
+    XChangeProperty(display, outgoing.requestor, outgoing.property, atom("UTF8_STRING"), 8, PropModeReplace,
+                    bytesOf(ownText.data() + outgoing.sent), int(size));
+    outgoing.sent += size;
+    if (size == 0)
+        outgoing = {};
+}
+
 void answer(const XSelectionRequestEvent& request)
 {
     XEvent reply{};
@@ -63,6 +101,8 @@ void answer(const XSelectionRequestEvent& request)
     if (request.target == targets[0])
         XChangeProperty(display, request.requestor, request.property, XA_ATOM, 32, PropModeReplace,
                         bytesOf(targets), 2);
+    else if (request.target == targets[1] && ownText.size() > pieceSize)
+        beginPieces(request);
     else if (request.target == targets[1])
         XChangeProperty(display, request.requestor, request.property, request.target, 8, PropModeReplace,
                         bytesOf(ownText.data()), int(ownText.size()));
@@ -71,32 +111,80 @@ void answer(const XSelectionRequestEvent& request)
     XSendEvent(display, request.requestor, False, 0, &reply);
 }
 
-void takePaste(const std::string& file)
+std::string takeProperty(Atom& type)
 {
-    Atom type = None;
     int format = 0;
     unsigned long count = 0, rest = 0;
     unsigned char* bytes = nullptr;
     XGetWindowProperty(display, window, atom("PASTE"), 0, 1 << 20, True, AnyPropertyType, &type, &format,
                        &count, &rest, &bytes);
-    ownText.assign(bytes, bytes + count);
+    const std::string text(bytes, bytes + (format == 8 ? count : 0));
     XFree(bytes);
+    return text;
+}
+
+void setText(const std::string& text, const std::string& file)
+{
+    ownText = text;
     std::ofstream(file) << ownText;
 }
 
-void runField(XEvent& event, const std::string& file, int copyDelay, int answerDelay)
+void takePaste(const std::string& file)
+{
+    Atom type = None;
+    const std::string text = takeProperty(type);
+    if (type == atom("INCR"))
+        incoming.emplace();
+    else
+        setText(text, file);
+}
+
+void takePiece(const XPropertyEvent& event, const std::string& file)
+{
+    if (!incoming || event.state != PropertyNewValue || event.atom != atom("PASTE"))
+        return;
+    Atom type = None;
+    const std::string piece = takeProperty(type);
+    *incoming += piece;
+    if (type != None && piece.empty())
+        setText(*std::exchange(incoming, std::nullopt), file);
+}
+
+/// Milliseconds; never when negative.
+struct Delays
+{
+    int copy, answer, read, recopy;
+};
+
+void copyOnceMore()
+{
+    ownText = "copied by the user";
+    claim();
+}
+
+void askForPaste(Time time)
+{
+    XConvertSelection(display, atom("CLIPBOARD"), atom("UTF8_STRING"), atom("PASTE"), window, time);
+}
+
+void runField(XEvent& event, const std::string& file, Delays& delays)
 {
     const KeySym key = event.type == KeyPress ? XLookupKeysym(&event.xkey, 0) : NoSymbol;
     const bool isCommand = event.type == KeyPress && (event.xkey.state & ControlMask) != 0;
     if (isCommand && key == XK_c)
-        after(copyDelay, claim);
+        after(delays.copy, claim);
     else if (isCommand && key == XK_v)
-        XConvertSelection(display, atom("CLIPBOARD"), atom("UTF8_STRING"), atom("PASTE"), window,
-                          event.xkey.time);
+        after(delays.read, [time = event.xkey.time] { askForPaste(time); });
     else if (event.type == SelectionRequest)
-        after(answerDelay, [request = event.xselectionrequest] { answer(request); });
+        after(delays.answer, [request = event.xselectionrequest] { answer(request); });
+    else if (event.type == SelectionClear)
+        after(std::exchange(delays.recopy, -1), copyOnceMore);
     else if (event.type == SelectionNotify && event.xselection.property != None)
         takePaste(file);
+    else if (event.type == PropertyNotify) {
+        sendPiece(event.xproperty);
+        takePiece(event.xproperty, file);
+    }
 }
 
 void runTaker(XEvent& event, int wait)
@@ -132,14 +220,14 @@ int main(int argc, char* argv[])
 {
     display = XOpenDisplay(nullptr);
     const std::string mode = argc > 1 ? argv[1] : "";
-    if (!display || (mode == "field" ? argc != 5 : argc != 3)) {
+    if (!display || (mode == "field" ? argc < 5 : argc != 3)) {
         std::cerr << "clipboard-trouble: no display, or wrong arguments\n";
         return 1;
     }
     // A requestor may be gone by the time of a late answer.
     XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
     window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 300, 100, 0, 0, 0);
-    XSelectInput(display, window, KeyPressMask);
+    XSelectInput(display, window, KeyPressMask | PropertyChangeMask);
     if (mode == "taker") {
         ownText = "theirs";
         claim();
@@ -150,5 +238,7 @@ int main(int argc, char* argv[])
     ownText.assign(std::istreambuf_iterator<char>(input), {});
     XStoreName(display, window, "Clipboard field");
     XMapWindow(display, window);
-    runLoop([&](XEvent& event) { runField(event, file, std::stoi(argv[3]), std::stoi(argv[4])); });
+    Delays delays{std::stoi(argv[3]), std::stoi(argv[4]), argc > 5 ? std::stoi(argv[5]) : 0,
+                  argc > 6 ? std::stoi(argv[6]) : -1};
+    runLoop([&](XEvent& event) { runField(event, file, delays); });
 }

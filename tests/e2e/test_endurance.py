@@ -1,0 +1,211 @@
+"""Many rewrites in a row, and how long each takes from the key press to the paste.
+
+    test_endurance.py Everyday    50 rewrites
+    test_endurance.py Thousand    1,000 rewrites in three applications, without one wrong paste
+    test_endurance.py Timing      30 in each application, beside a script of xdotool and xclip; timing.md
+"""
+
+import contextlib
+import os
+import pathlib
+import re
+import statistics
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+import harness
+import matrix
+import test_matrix_large
+from harness import SHORTCUT, wait_until
+from matrix import APPLICATIONS, Editor
+
+HERE = pathlib.Path(__file__).parent
+SCRIPT = HERE.parents[1] / "bench" / "latency" / "script-baseline.sh"
+FIRST, LAST = "first line\n", "\nlast line\n"
+RUNS = int(os.environ.get("QUILLMARSH_RUNS", "30"))
+REWRITES = int(os.environ.get("QUILLMARSH_REWRITES", "1000"))
+KEY_V = 55  # the position, on the layout of the tests
+
+
+class EnduranceTest(matrix.MatrixTest):
+    @classmethod
+    def setUpClass(cls):
+        matrix.require("mousepad", "featherpad", "python3-gi", "gir1.2-gtk-4.0", "xclip")
+        super().setUpClass()
+
+    def opener(self, command, title, save=()):
+        return lambda text: Editor([str(part) for part in command], title, text, self.keyboard, save)
+
+    def editors(self):
+        save = ("Control_L s",)
+        field = harness.BUILD / "bin" / "text-field"
+        quick = harness.BUILD / "bin" / "quick-text"
+        return {
+            "FeatherPad (Qt 5)": self.opener(["featherpad", "--standalone", "{file}"], "{name}", save),
+            "GTK 4 text view": self.opener([sys.executable, APPLICATIONS / "gtk4-text.py", "{file}"], "GTK 4 text"),
+            "mousepad (GTK 3)": self.opener(["mousepad", "--disable-server", "{file}"], "{name}", save),
+            "Qt 6 text field": self.opener([field, "{file}"], "Text field"),
+            "Qt Quick text area": self.opener([quick, "{file}"], "Qt Quick text"),
+        }
+
+    def repeat(self, editor, count):
+        """Each rewrite takes what the one before left, so that a single wrong one shows."""
+        selection = "some text"
+        for number in range(count):
+            answer = f"answer {number} 👍🏽"
+            self.back_end.requests.clear()
+            self.back_end.answer = lambda text, answer=answer: (200, {"text": answer})
+            self.keyboard.chord("Control_L Home")
+            self.keyboard.chord("Down")
+            self.keyboard.chord("Shift_L End")
+            self.rewrite()
+            self.expect_request(selection)
+            self.expect_in(editor, FIRST + answer + LAST)
+            self.assertEqual(harness.clipboard(), answer)
+            self.assertTrue(self.keyboard.nothing_is_down(), self.keyboard.state())
+            selection = answer
+
+    def expect_in(self, editor, text):
+        try:
+            wait_until(lambda: editor.file.read_text() == text, "the answer in the text", 5)
+        except AssertionError:
+            self.assertEqual(editor.file.read_text(), text)
+
+
+class Everyday(EnduranceTest):
+    def test_fifty_rewrites(self):
+        with contextlib.closing(self.editors()["Qt 6 text field"](FIRST + "some text" + LAST)) as editor:
+            self.repeat(editor, 50)
+
+
+class Thousand(EnduranceTest):
+    """In applications whose text is seen at once, without a key of ours in between."""
+
+    def check(self, application, count):
+        with contextlib.closing(self.editors()[application](FIRST + "some text" + LAST)) as editor:
+            self.repeat(editor, count)
+
+    def test_qt_6(self):
+        self.check("Qt 6 text field", REWRITES * 2 // 5)
+
+    def test_gtk_4(self):
+        self.check("GTK 4 text view", REWRITES * 2 // 5)
+
+    def test_qt_quick(self):
+        self.check("Qt Quick text area", REWRITES // 5)
+
+
+class PasteKeys:
+    """Notes when the paste key goes out of the XTEST keyboard, whoever injects it."""
+
+    def __init__(self):
+        self.last = 0.0
+        self.process = subprocess.Popen(["xinput", "test-xi2", "--root"], stdout=subprocess.PIPE, text=True)
+        self.xtest = re.search(r"XTEST keyboard\s+id=(\d+)", harness.run("xinput", "list")).group(1)
+        threading.Thread(target=self.read, daemon=True).start()
+        time.sleep(0.3)
+
+    def read(self):
+        event = device = ""
+        for line in self.process.stdout:
+            if line.startswith("EVENT"):
+                event = line
+            elif "device:" in line:
+                device = line
+            elif f"detail: {KEY_V}" in line and "RawKeyPress" in event and f"({self.xtest})" in device:
+                self.last = time.monotonic()
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait(5)
+
+
+class Timing(EnduranceTest):
+    """Key press → paste key, of the product and of a script with the same fixed waits."""
+
+    @classmethod
+    def setUpClass(cls):
+        matrix.require("xdotool", "xinput", "curl", "chromium", "firefox-esr", "libreoffice-writer", "libreoffice-gtk3")
+        super().setUpClass()
+        cls.table = matrix.Table("timing", ["Ours (median / p95 / most)", "Wrong, ours", "The script", "Wrong, the script’s"])
+        cls.keys = PasteKeys()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.keys.stop()
+        super().tearDownClass()
+
+    def run_script(self):
+        environment = {**os.environ, "QUILLMARSH_BACK_END": self.back_end.origin}
+        return subprocess.Popen([str(SCRIPT)], env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def one(self, editor, begin, answer):
+        """Milliseconds to the paste key, and whether the text is right afterwards."""
+        self.back_end.requests.clear()
+        # Without a blank in it, as the script reads it with sed.
+        self.back_end.answer = lambda text: (200, f'{{"text":"{answer}"}}'.encode())
+        editor.select("Control_L Home", "Down", "Shift_L End")
+        began = time.monotonic()
+        started = begin()
+        try:
+            wait_until(lambda: self.keys.last > began, "the paste key", 4)
+        except AssertionError:
+            return None, False
+        milliseconds = (self.keys.last - began) * 1000
+        time.sleep(0.3)
+        if started:
+            started.wait(5)
+        return milliseconds, editor.text().rstrip("\n") == (FIRST + answer + LAST).rstrip("\n")
+
+    def series(self, open_editor, begin):
+        times, wrong = [], 0
+        with contextlib.closing(open_editor(FIRST + "some text" + LAST)) as editor:
+            for number in range(RUNS):
+                milliseconds, right = self.one(editor, begin, f"answer {number}")
+                wrong += not right
+                if milliseconds:
+                    times.append(milliseconds)
+        if not times:
+            return "–", wrong
+        p95 = sorted(times)[round(0.95 * (len(times) - 1))]
+        return f"{statistics.median(times):.0f} / {p95:.0f} / {max(times):.0f} ms", wrong
+
+    def check(self, name, open_editor):
+        theirs, theirs_wrong = self.series(open_editor, self.run_script)
+        ours, wrong = self.series(open_editor, lambda: self.keyboard.chord(SHORTCUT))
+        for column, value in zip(self.table.columns, (ours, wrong, theirs, theirs_wrong)):
+            self.table.record(name, column, str(value))
+        self.assertEqual(wrong, 0)
+
+    def test_editors(self):
+        for name, open_editor in self.editors().items():
+            with self.subTest(name):
+                self.check(name, open_editor)
+
+    def check_browser(self, name, command):
+        pages = test_matrix_large.Pages()
+        pages.show("textarea", "")
+        browser = harness.Process([*command, pages.origin])
+        try:
+            wait_until(lambda: pages.ready, f"{name} to show the page", 90)
+            for kind in ("textarea", "contenteditable"):
+                open_field = lambda text, kind=kind: test_matrix_large.Field(pages, self.keyboard, kind, text)
+                with self.subTest(kind):
+                    self.check(f"{name}: {kind}", open_field)
+        finally:
+            browser.stop()
+            pages.stop()
+
+    test_chromium = test_matrix_large.Browsers.test_chromium
+    test_firefox = test_matrix_large.Browsers.test_firefox
+
+    def test_writer(self):
+        self.check("LibreOffice Writer", lambda text: test_matrix_large.Writer(text, self.keyboard))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2, failfast=bool(os.environ.get("FAILFAST")))

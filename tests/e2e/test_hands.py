@@ -1,0 +1,186 @@
+"""What hands do meanwhile: keys held, let go in any order, locks, typing on, a modifier pressed in between.
+
+    test_hands.py Hands Disturbed    everyday
+    test_hands.py OftenDisturbed     Control pressed all the time during 50 rewrites in each of four applications
+"""
+
+import contextlib
+import itertools
+import os
+import random
+import time
+import unittest
+
+import harness
+import matrix
+from harness import wait_until
+from matrix import Editor
+
+KEYS = ["Shift_L", "Super_L", "r"]
+PRESS = " ".join(KEYS)
+TEXT = "some text"
+LOCKS = ["Caps_Lock", "Num_Lock", "Scroll_Lock"]
+
+
+class HandsTest(matrix.MatrixTest):
+    @classmethod
+    def setUpClass(cls):
+        matrix.require("mousepad", "featherpad", "xclip")
+        super().setUpClass()
+
+    def field(self, text=TEXT):
+        command = [str(harness.BUILD / "bin" / "text-field"), "{file}"]
+        return contextlib.closing(Editor(command, "Text field", text, self.keyboard))
+
+    def mousepad(self, text=TEXT):
+        command = ["mousepad", "--disable-server", "{file}"]
+        return contextlib.closing(Editor(command, "{name}", text, self.keyboard, ("Control_L s",)))
+
+    def featherpad(self, text=TEXT):
+        command = ["featherpad", "--standalone", "{file}"]
+        return contextlib.closing(Editor(command, "{name}", text, self.keyboard, ("Control_L s",)))
+
+    def quick(self, text=TEXT):
+        command = [str(harness.BUILD / "bin" / "quick-text"), "{file}"]
+        return contextlib.closing(Editor(command, "Qt Quick text", text, self.keyboard))
+
+    def expect_answer(self, answer):
+        self.back_end.requests.clear()
+        self.back_end.answer = lambda text: (200, {"text": answer})
+        return answer
+
+    def expect_nothing_down(self):
+        wait_until(self.keyboard.nothing_is_down, f"every key to be up: {self.keyboard.state()}", 2)
+
+
+class Hands(HandsTest):
+    def test_held_for_two_seconds(self):
+        for open_editor in (self.field, self.mousepad):
+            with self.subTest(open_editor.__name__), open_editor() as editor:
+                self.setUp()
+                editor.select_all()
+                self.keyboard.hold(2000, PRESS)
+                self.expect_text(editor, TEXT.upper())
+                self.assertEqual(self.back_end.texts, [TEXT])
+                self.wait_for_no_panel()
+
+    def test_released_in_every_order(self):
+        """Quickly, and so slowly that the copy and the paste fall between two releases."""
+        with self.field() as editor:
+            for number, (order, pause) in enumerate(itertools.product(itertools.permutations(KEYS), (0.0, 0.09))):
+                with self.subTest(order=order, pause=pause):
+                    answer = self.expect_answer(f"answer {number}")
+                    editor.select_all()
+                    self.keyboard.down(PRESS)
+                    for key in order:
+                        time.sleep(pause)
+                        self.keyboard.up(key)
+                    self.expect_text(editor, answer)
+                    self.assertEqual(len(self.back_end.requests), 1)
+                    self.expect_nothing_down()
+
+    def test_locks_in_every_combination(self):
+        with self.field() as editor:
+            for number, states in enumerate(itertools.product((False, True), repeat=3)):
+                locks = [lock for lock, on in zip(LOCKS, states) if on]
+                with self.subTest(locks=locks):
+                    answer = self.expect_answer(f"Answer {number}")
+                    for lock in locks:
+                        self.keyboard.chord(lock)
+                    locked = self.keyboard.state()
+                    editor.select_all()
+                    self.rewrite()
+                    self.expect_text(editor, answer)
+                    self.assertEqual(self.keyboard.state(), locked)
+                    for lock in locks:
+                        self.keyboard.chord(lock)
+        self.assertRegex(self.keyboard.state(), "locked=0 ")
+
+    def check_typing(self, editor, words, pause):
+        self.back_end.delay = 0.4
+        editor.select_all()
+        self.rewrite()
+        wait_until(lambda: self.back_end.requests, "the request")
+        self.assertEqual(self.back_end.texts, [TEXT])
+        for letter in words:
+            self.keyboard.chord(letter)
+            time.sleep(pause)
+        wait_until(lambda: harness.clipboard() == TEXT.upper(), "the answer on the clipboard")
+        time.sleep(0.4)
+        # He wrote over the selection: the answer has no place there any more, and waits for him.
+        self.expect_text(editor, words)
+
+    def test_typing_on(self):
+        for open_editor in (self.field, self.mousepad):
+            for words, pause in (("abc", 0.0), ("thequickbrownfoxjumps", 0.03)):
+                with self.subTest(open_editor.__name__, words=words), open_editor() as editor:
+                    self.setUp()
+                    self.check_typing(editor, words, pause)
+
+    def test_a_click_elsewhere(self):
+        with self.field("some text\nmore") as editor:
+            self.back_end.delay = 0.4
+            editor.select("Control_L Home", "Shift_L End")
+            self.rewrite()
+            wait_until(lambda: self.back_end.requests, "the request")
+            harness.run("xdotool", "mousemove", "--window", str(editor.window), "300", "200", "click", "1")
+            wait_until(lambda: harness.clipboard() == TEXT.upper(), "the answer on the clipboard")
+            time.sleep(0.4)
+            self.assertEqual(editor.text(), "some text\nmore")
+
+    def test_modifiers_alone_and_the_wheel_change_nothing(self):
+        with self.field() as editor:
+            self.back_end.delay = 0.4
+            editor.select_all()
+            self.rewrite()
+            wait_until(lambda: self.back_end.requests, "the request")
+            self.keyboard.chord("Shift_L")
+            self.keyboard.chord("Control_L")
+            harness.run("xdotool", "mousemove", "--window", str(editor.window), "300", "200", "click", "4", "click", "5")
+            self.expect_text(editor, TEXT.upper())
+
+
+class Disturbed(HandsTest):
+    rounds = 6
+
+    def check_disturbed(self, open_editor):
+        """Whenever he presses Control: the text is replaced or nothing happens, and no letter is typed."""
+        seed = random.Random(6)
+        with open_editor() as editor:
+            now, replaced = TEXT, 0
+            for number in range(self.rounds):
+                answer = self.expect_answer(f"answer {number}")
+                editor.select_all()
+                self.keyboard.chord(PRESS)
+                end = time.monotonic() + 0.6
+                while time.monotonic() < end:
+                    self.keyboard.hold(seed.randrange(1, 12), seed.choice(("Control_L", "Control_R")))
+                    time.sleep(seed.random() * 0.004)
+                with self.subTest(open_editor.__name__, number=number):
+                    self.wait_for_no_panel()
+                    text = editor.text().rstrip("\n")  # FeatherPad ends files with one
+                    self.assertIn(text, (now, answer))
+                    replaced += text == answer
+                    now = text
+                    self.expect_nothing_down()
+        self.assertGreater(replaced, self.rounds // 2)
+
+    def test_control_pressed_over_the_qt_6_field(self):
+        self.check_disturbed(self.field)
+
+    def test_control_pressed_over_mousepad(self):
+        self.check_disturbed(self.mousepad)
+
+
+class OftenDisturbed(Disturbed):
+    rounds = 50
+
+    def test_control_pressed_over_featherpad(self):
+        self.check_disturbed(self.featherpad)
+
+    def test_control_pressed_over_qt_quick(self):
+        self.check_disturbed(self.quick)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2, failfast=bool(os.environ.get("FAILFAST")))

@@ -1,0 +1,419 @@
+"""The windows as assistive technology sees them, from outside the process: every control of every section and sheet
+with its role, name and states, where the keyboard goes, and what a hidden key gives away. Memory runs every day with
+one round of the windows; MemoryOften, with ten and the progress panel, has the label `matrix`."""
+
+import os
+import pathlib
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import time
+import unittest
+
+import harness
+from harness import wait_until
+from test_application import status_icon
+
+NAME = "Quillmarsh"
+UNDER_TEST = harness.BUILD / "bin" / "quillmarsh-under-test"
+CONTROLS = {"push button", "link", "page tab", "radio button", "combo box", "text", "password text", "list item",
+            "menu item"}
+TABS = [("page tab", name) for name in ("Overview", "Shortcuts", "Connect your AI", "Getting started", "Permissions")]
+CHOICES = [("radio button", name) for name in ("ChatGPT", "Quillmarsh Cloud", "OpenAI", "Claude")]
+ACTIONS = ("Autocorrect", "Formal", "Casual", "Shorter", "Longer")
+SECRET = "sk-canary"
+
+
+class WindowTest(unittest.TestCase):
+    def setUp(self):
+        os.environ["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
+        resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+        self.keyboard = harness.Keyboard()
+        self.product = None
+
+    def tearDown(self):
+        if self.product:
+            self.product.stop()
+        self.keyboard.stop()
+
+    def open(self, section, environment=None, **settings):
+        self.start(section, environment, **settings)
+        self.press("Continue here for now")
+        self.node("Sections")
+
+    def start(self, section, environment=None, **settings):
+        """Up to the installation screen; its servers are on this machine."""
+        self.product = harness.Product({"selectedProvider": "cloud", "settingsSection": section, **settings})
+        self.product.start(program=UNDER_TEST, environment=environment)
+        subprocess.run([str(UNDER_TEST)], timeout=20, check=True, capture_output=True)
+        wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
+        self.reader = harness.ScreenReader()
+        self.states = self.reader.atspi.StateType
+        self.title = NAME
+        self.node("Continue here for now")
+
+    def showing(self):
+        """What can be seen and is not behind a sheet or an open list, in its order."""
+        nodes = [node for node in self.reader.all_below(self.window()) if self.has(node, "SHOWING")]
+        sheets = [node for node in nodes if self.is_sheet(node)]
+        if not sheets:
+            return nodes
+        return [node for node in self.reader.all_below(sheets[-1]) if self.has(node, "SHOWING")]
+
+    @staticmethod
+    def is_sheet(node):
+        role = node.get_role_name()
+        return role in ("dialog", "popup menu") or (role == "alert" and node.get_child_count() > 0)
+
+    def window(self):
+        for node in self.reader.all_below(self.reader.application(NAME)):
+            if node.get_role_name() == "frame" and node.get_name() == self.title:
+                return node
+        return None
+
+    def has(self, node, state):
+        return node.get_state_set().contains(getattr(self.states, state))
+
+    def find(self, name, role=None):
+        from gi.repository import GLib
+
+        try:
+            for node in self.showing():
+                if node.get_name() == name and role in (None, node.get_role_name()):
+                    return node
+        except GLib.Error:  # a node may go while it is looked at
+            pass
+        return None
+
+    def node(self, name, role=None):
+        return wait_until(lambda: self.find(name, role), f"“{name}”", 5)
+
+    def controls(self):
+        return [(node.get_role_name(), node.get_name()) for node in self.showing()
+                if node.get_role_name() in CONTROLS and not self.is_step(node)]
+
+    @staticmethod
+    def is_step(node):
+        return node.get_role_name() == "list item" and node.get_name()[:2] in ("1.", "2.", "3.")
+
+    def press(self, name, role=None):
+        self.node(name, role).do_action(0)
+        time.sleep(0.3)
+
+    def focused(self):
+        for node in self.showing():
+            if self.has(node, "FOCUSED") and node.get_role_name() in CONTROLS:
+                return node.get_role_name(), node.get_name()
+        return None
+
+    def check(self, controls, stops):
+        """`controls` can be seen, named and enabled or not; Tab goes through `stops` in their order, and round."""
+        self.assertEqual(self.controls(), controls)
+        reached = []
+        for _ in range(len(stops) + 1):
+            self.keyboard.chord("Tab")
+            time.sleep(0.05)
+            reached.append(self.focused())
+        self.assertEqual(set(reached), set(stops))
+        start = reached.index(stops[0])
+        self.assertEqual(reached[start:], (stops + stops)[:len(reached) - start])
+
+    def check_list(self, name, items, chosen):
+        """The field opens its list with Return; Escape closes it, and the field has the keyboard again."""
+        field = self.node(name, "combo box")
+        self.assertTrue(self.has(field, "EXPANDABLE"))
+        self.assertEqual(field.get_description(), chosen)
+        field.do_action(1)
+        self.keyboard.chord("Return")
+        self.node(name, "popup menu")
+        self.assertTrue(self.has(field, "EXPANDED"))
+        self.assertEqual(self.controls(), [("menu item", item) for item in items])
+        self.assertEqual(self.focused(), ("menu item", chosen))
+        self.assertTrue(self.has(self.node(chosen, "menu item"), "SELECTED"))
+        self.keyboard.chord("Escape")
+        wait_until(lambda: not self.find(name, "popup menu"), "the list to close")
+        self.assertEqual(self.focused(), ("combo box", name))
+        self.assertFalse(self.has(field, "EXPANDED"))
+
+    def check_texts(self):
+        """A screen reader would stop at a text that says nothing."""
+        for node in self.showing():
+            if node.get_role_name() in ("label", "heading", "alert"):
+                self.assertNotEqual(node.get_name(), "")
+
+    def test_installation_overview_and_update_window(self):
+        self.start("Overview")
+        buttons = [("push button", name) for name in ("Show download", "Open Applications",
+                                                      "I've moved it — open Quillmarsh", "Continue here for now")]
+        self.check(buttons, buttons)
+        self.check_texts()
+        self.press("Continue here for now")
+        self.node("Sections")
+        self.check_overview()
+        self.press("Check for updates")
+        self.title = "Quillmarsh Update"
+        self.node("Couldn’t check for updates", "heading")
+        self.node("Couldn’t check for updates. Check your connection and try again, or download Quillmarsh from our "
+                  "website.", "alert")
+        controls = [("link", "Download manually"), ("push button", "Close"), ("push button", "Try again")]
+        self.check(controls, controls)
+        self.check_texts()
+        self.press("Close")
+        wait_until(lambda: not harness.windows("^Quillmarsh Update$"), "the update window to close")
+
+    def check_overview(self):
+        self.check_texts()
+        self.check(TABS + [("push button", "Check for updates")],
+                   [TABS[0], ("push button", "Check for updates")])
+        tab = self.node("Overview", "page tab")
+        self.assertTrue(self.has(tab, "SELECTED"))
+        self.assertEqual(tab.get_description(), "Selected")
+        self.assertFalse(self.has(self.node("Permissions", "page tab"), "SELECTED"))
+        self.assertEqual(self.node("Permissions", "page tab").get_description(), "")
+
+    def test_writing_actions_and_editor(self):
+        self.open("Shortcuts")
+        rows = [control for name in ACTIONS for control in
+                (("list item", name), ("push button", f"Actions for {name}"))]
+        self.check(TABS + [("push button", "New action")] + rows, [TABS[1], ("push button", "New action")] + rows)
+        self.press("New action")
+        fields = [("text", "Name"), ("text", "Instruction"), ("push button", "Add Keyboard Shortcut"),
+                  ("push button", "Cancel")]
+        self.assertEqual(self.focused(), fields[0])
+        self.check(fields + [("push button", "Save")], fields)
+        self.assertFalse(self.has(self.node("Save"), "ENABLED"))
+        self.node("Add a name and an instruction to save.", "alert")
+        self.check_texts()
+        self.check_recorder()
+        self.check_conflict()
+        self.press("Cancel")
+        self.node("New action")
+
+    def check_recorder(self):
+        self.press("Add Keyboard Shortcut")
+        self.assertEqual(self.focused(), ("text", "Press your shortcut..."))
+        self.keyboard.chord("Escape")
+        self.node("Add Keyboard Shortcut")
+        wait_until(lambda: self.focused() == ("push button", "Add Keyboard Shortcut"), "the focus to come back")
+        self.keyboard.chord("Return")
+        self.node("Press your shortcut...")
+        self.keyboard.chord(harness.SHORTCUT)
+        self.node("⇧⌘R", "label")
+        wait_until(lambda: self.focused() == ("push button", "Change"), "the focus to come back")
+
+    def check_conflict(self):
+        for name, text in (("Name", "Loud"), ("Instruction", "Shout.")):
+            self.node(name, "text").do_action(0)
+            subprocess.run(["xdotool", "type", text], check=True)
+            wait_until(lambda: self.text(self.node(name, "text")) == text, text)
+        self.press("Save")
+        self.node("Shortcut Already in Use", "alert")
+        self.node('This keyboard shortcut is already assigned to "Autocorrect". Please choose a different shortcut.')
+        self.check([("push button", "OK")], [("push button", "OK")])
+        self.check_texts()
+        self.keyboard.chord("Return")
+        wait_until(lambda: not self.find("Shortcut Already in Use"), "the alert to close")
+        self.assertEqual(self.text(self.node("Name", "text")), "Loud")
+
+    def test_key_panel(self):
+        self.open("AI connections", selectedProvider="claude")
+        panel = [("link", "Get an API key ↗"), ("password text", "API key"), ("push button", "Show")]
+        buttons = [("push button", "Save key"), ("push button", "Remove key")]
+        self.check(TABS + CHOICES + panel + buttons, [TABS[2], CHOICES[3]] + panel)
+        self.assertTrue(self.has(self.node("Claude", "radio button"), "CHECKED"))
+        self.assertFalse(self.has(self.node("Save key"), "ENABLED"))
+        self.listen()
+        self.type_key()
+        self.assertTrue(self.has(self.node("Save key"), "ENABLED"))
+        self.assertNotIn(SECRET[-4:], self.everything())
+        self.press("Show")
+        self.assertEqual(self.text(self.node("API key", "text")), SECRET)
+        self.press("Hide")
+        self.assertEqual(self.text(self.node("API key", "password text")), "•" * len(SECRET))
+        self.assertNotIn(SECRET[-4:], self.everything())
+        self.crash(signal.SIGABRT)
+
+    def test_crash_with_a_key_in_the_field(self):
+        self.open("AI connections", selectedProvider="openai", openaiAuthMode="apiKey")
+        self.type_key()
+        self.crash(signal.SIGSEGV)
+
+    def type_key(self):
+        field = self.node("API key")
+        field.do_action(0)
+        subprocess.run(["xdotool", "type", "--delay", "10", SECRET], check=True)
+        wait_until(lambda: self.text(field) == "•" * len(SECRET), "the dots")
+
+    def crash(self, how):
+        """What is left behind, in the log or any file of the user's, does not hold the key. Whether memory is dumped
+        is the system's setting, for this program as for every other; here it is not."""
+        process = self.product.process.process
+        process.send_signal(how)
+        self.assertEqual(process.wait(10), -how)
+        files = [file for file in pathlib.Path(os.environ["HOME"]).rglob("*") if file.is_file()]
+        self.assertIn(self.product.log, files)
+        for file in files:
+            self.assertNotIn(SECRET.encode(), file.read_bytes(), file)
+
+    def text(self, node):
+        iface = node.get_text_iface()
+        return self.reader.atspi.Text.get_text(iface, 0, -1) if iface else ""
+
+    def everything(self):
+        nodes = self.reader.all_below(self.reader.application(NAME))
+        seen = [text for node in nodes for text in (node.get_name(), node.get_description(), self.text(node))]
+        return " ".join(seen + self.told())
+
+    def listen(self):
+        """Collects the texts of all changes that are told while a text is edited."""
+        self.events = []
+        self.listener = self.reader.atspi.EventListener.new(lambda event: self.events.append(str(event.any_data)))
+        for kind in ("object:text-changed", "object:property-change"):
+            self.listener.register(kind)
+
+    def told(self):
+        from gi.repository import GLib
+
+        while GLib.MainContext.default().iteration(False):
+            pass
+        return self.events
+
+    def test_chatgpt_panel(self):
+        self.servers = harness.FakeOpenAI()
+        self.addCleanup(self.servers.stop)
+        self.open("AI connections", self.servers.environment, selectedProvider="openai", openaiAuthMode="chatgpt")
+        button = ("push button", "Continue with ChatGPT")
+        self.check(TABS + CHOICES + [button], [TABS[2], CHOICES[0], button])
+        for name in ("Connect your ChatGPT", "Use your eligible ChatGPT plan."):
+            self.assertTrue(self.find(name), name)
+        self.press("Continue with ChatGPT")
+        wait_until(lambda: self.model() == "Model 1", "the account and its models", 20)
+        panel = [("push button", "Sign out"), ("combo box", "Choose an account"), ("combo box", "Model"),
+                 ("push button", "Refresh available models"), ("link", "Manage usage ↗")]
+        self.check(TABS + CHOICES + panel, [TABS[2], CHOICES[0]] + panel)
+        self.check_texts()
+        self.check_list("Choose an account", ["one@example.com", "Add another account"], "one@example.com")
+        self.check_list("Model", ["Model 1", "Model 2"], "Model 1")
+
+    def model(self):
+        node = self.find("Model", "combo box")
+        return node and node.get_description()
+
+    def test_tutorial(self):
+        self.open("Getting started")
+        demo = ("text", "Demo text")
+        self.check(TABS + [demo, ("push button", "Connect")], [TABS[3], demo, ("push button", "Connect")])
+        self.assertEqual(self.node("Demo text").get_description(),
+                         "Select the whole sentence, then press Control R to rewrite it.")
+        self.press("Connect")
+        cards = [("push button", name) for name in ("ChatGPT by OpenAI", "Claude", "Other connections")]
+        bar = [("push button", name) for name in ("Back", "Skip for now", "Connect ChatGPT")]
+        self.check(TABS + cards + bar, [TABS[3]] + cards + bar)
+        self.press("Skip for now")
+        cards = [("push button", name) for name in ("Create a writing action", "All writing actions",
+                                                    "Set up permissions", "Back", "Done")]
+        self.check(TABS + cards, [TABS[3]] + cards)
+
+    def test_permissions(self):
+        self.open("Permissions")
+        buttons = [("push button", name) for name in ("Open System Settings", "Check again", "Try the demo first",
+                                                      "Continue")]
+        self.check(TABS + buttons, [TABS[4]] + buttons)
+        self.node("Enabled · your shortcuts are ready")
+
+
+class Memory(unittest.TestCase):
+    """Every window once, over and over: what they took is given back."""
+
+    ROUNDS = 1
+    SHOWS_PANEL = False
+    IDLE_AFTER = 11  # seconds; by then what the start needed is given back
+    PAUSE = 15  # seconds after the panel; no other rewrite is expected by then
+
+    def setUp(self):
+        self.keyboard = harness.Keyboard()
+        self.product = harness.Product({"selectedProvider": "claude", "settingsSection": "Overview"})
+        # Its servers are on this machine; under its own name, by which the status bar knows the product.
+        self.program = pathlib.Path(os.environ["HOME"]) / "quillmarsh"
+        shutil.copy2(UNDER_TEST, self.program)
+
+    def tearDown(self):
+        self.product.stop()
+        self.keyboard.stop()
+
+    def resident(self):
+        status = pathlib.Path(f"/proc/{self.product.process.pid}/status").read_text()
+        return int(re.search(r"VmRSS:\s+(\d+) kB", status).group(1))
+
+    def start_again(self):
+        subprocess.run([str(self.program)], timeout=20, check=True, capture_output=True)
+        wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
+        time.sleep(0.3)
+
+    def close(self, title):
+        wait_until(lambda: harness.windows(title), title)
+        time.sleep(0.2)
+        self.keyboard.chord("Alt_L F4")
+        wait_until(lambda: not harness.windows(title), f"{title} to close")
+
+    def press(self, *chords):
+        for chord in chords:
+            self.keyboard.chord(chord)
+            time.sleep(0.1)
+
+    def round(self):
+        self.start_again()
+        self.press("Tab", *["Down"] * 5, "Tab", "Return")  # each section, then the update window from the overview
+        self.close("^Quillmarsh Update$")
+        self.press("Shift_L Tab", "Down", "Tab", "Return")  # the editor
+        self.press("Escape", "Shift_L Tab", "Up")
+        self.close("^Quillmarsh$")
+        self.click_status_icon()
+        wait_until(lambda: harness.windows("^Quillmarsh menu$"), "the menu")
+        time.sleep(0.3)
+        self.press("Escape")
+        wait_until(lambda: not harness.windows("^Quillmarsh menu$"), "the menu to close")
+        if self.SHOWS_PANEL:
+            self.show_panel()
+
+    def show_panel(self):
+        """A rewrite without a key: the panel in its largest form."""
+        self.press(harness.SHORTCUT)
+        wait_until(lambda: harness.windows("^Quillmarsh panel$"), "the panel")
+        time.sleep(0.3)
+        # It leaves by itself; the next round need not wait for it, only the last.
+
+    @staticmethod
+    def click_status_icon():
+        x, y = wait_until(status_icon, "the status icon", 15)
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+
+    def test_memory(self):
+        self.product.start(program=self.program)
+        time.sleep(self.IDLE_AFTER)
+        idle = self.resident()
+        self.start_again()
+        self.press("Tab", "Tab", "Tab", "Tab", "Return")  # Continue here for now
+        self.close("^Quillmarsh$")
+        for _ in range(self.ROUNDS):
+            self.round()
+        if self.SHOWS_PANEL:
+            wait_until(lambda: not harness.windows("^Quillmarsh panel$"), "the panel to leave", 20)
+            time.sleep(self.PAUSE)
+        time.sleep(1)
+        after = self.resident()
+        print(f"{idle} kB idle, {after} kB after {self.ROUNDS} round(s)", flush=True)
+        self.assertLessEqual(after, 1.3 * idle)
+
+
+class MemoryOften(Memory):
+    """Ten times over, and the progress panel with them."""
+
+    ROUNDS = 10
+    SHOWS_PANEL = True
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2, failfast=bool(os.environ.get("FAILFAST")))
