@@ -17,9 +17,9 @@ import threading
 import time
 import unittest
 
+import drivers
 import harness
 import matrix
-import test_matrix_large
 from harness import SHORTCUT, wait_until
 from matrix import APPLICATIONS, Editor
 
@@ -186,25 +186,20 @@ class Timing(EnduranceTest):
             with self.subTest(name):
                 self.check(name, open_editor)
 
-    def check_browser(self, name, command):
-        pages = test_matrix_large.Pages()
-        pages.show("textarea", "")
-        browser = harness.Process([*command, pages.origin])
-        try:
-            wait_until(lambda: pages.ready, f"{name} to show the page", 90)
+    def check_browser(self, name, open_browser):
+        with contextlib.closing(open_browser(self.keyboard)) as browser:
             for kind in ("textarea", "contenteditable"):
-                open_field = lambda text, kind=kind: test_matrix_large.Field(pages, self.keyboard, kind, text)
                 with self.subTest(kind):
-                    self.check(f"{name}: {kind}", open_field)
-        finally:
-            browser.stop()
-            pages.stop()
+                    self.check(f"{name}: {kind}", lambda text, kind=kind: browser.open(kind, text))
 
-    test_chromium = test_matrix_large.Browsers.test_chromium
-    test_firefox = test_matrix_large.Browsers.test_firefox
+    def test_chromium(self):
+        self.check_browser("Chromium", drivers.chromium)
+
+    def test_firefox(self):
+        self.check_browser("Firefox ESR", drivers.firefox)
 
     def test_writer(self):
-        self.check("LibreOffice Writer", lambda text: test_matrix_large.Writer(text, self.keyboard))
+        self.check("LibreOffice Writer", lambda text: drivers.Writer(text, self.keyboard))
 
 
 if __name__ == "__main__":
