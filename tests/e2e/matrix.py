@@ -5,6 +5,8 @@ import json
 import os
 import pathlib
 import subprocess
+import sys
+import tempfile
 import time
 import unittest
 
@@ -240,3 +242,15 @@ class Terminal:
 
     def close(self):
         self.process.stop()
+
+
+class Recorder(Terminal):
+    """A terminal with a program in it that records what reaches it."""
+
+    def __init__(self, command, keyboard):
+        self.log = pathlib.Path(tempfile.mkdtemp(dir=os.environ["HOME"])) / "received"
+        super().__init__(command, keyboard, [sys.executable, str(APPLICATIONS / "signal-recorder.py"), str(self.log)])
+        wait_until(lambda: self.log.exists() and b"[ready]" in self.log.read_bytes(), "the program in the terminal")
+
+    def received(self):
+        return self.log.read_bytes().removeprefix(b"[ready]").decode(errors="replace")

@@ -4,14 +4,13 @@ import contextlib
 import os
 import pathlib
 import sys
-import tempfile
 import time
 import unittest
 
 import harness
 import matrix
 from harness import wait_until
-from matrix import APPLICATIONS, DOCUMENT, INTERRUPT, MINE, NOT_RUN, NOTHING, REPLACED, Editor, Terminal
+from matrix import APPLICATIONS, DOCUMENT, INTERRUPT, MINE, NOT_RUN, NOTHING, REPLACED, Editor, Recorder, Terminal
 
 SAVE = ("Control_L s",)
 PYTHON = sys.executable
@@ -73,31 +72,25 @@ class Terminals(matrix.MatrixTest):
         matrix.require("xterm", "xfce4-terminal", "qterminal", "dash", "xdotool", "xclip")
         super().setUpClass()
 
-    @contextlib.contextmanager
     def recorder(self, command):
-        """The terminal with a program that records what reaches it."""
-        log = pathlib.Path(tempfile.mkdtemp(dir=os.environ["HOME"])) / "received"
-        program = [PYTHON, str(APPLICATIONS / "signal-recorder.py"), str(log)]
-        with contextlib.closing(Terminal(command, self.keyboard, program)) as terminal:
-            wait_until(lambda: log.exists() and b"[ready]" in log.read_bytes(), "the program in the terminal")
-            yield terminal, lambda: log.read_bytes().removeprefix(b"[ready]").decode()
+        return contextlib.closing(Recorder(command, self.keyboard))
 
     def check_nothing(self, name, command, clipboard=MINE):
-        with self.recorder(command) as (_, received), self.case(name, NOTHING, INTERRUPT):
+        with self.recorder(command) as terminal, self.case(name, NOTHING, INTERRUPT):
             matrix.set_clipboard(MINE)
             self.rewrite_nothing()
             self.assertEqual(harness.clipboard(), clipboard)
-            self.assertEqual(received(), "")
+            self.assertEqual(terminal.received(), "")
 
     def check_word(self, name, command):
         outcome = "answer at the cursor"
-        with self.recorder(command) as (terminal, received), self.case(name, REPLACED, outcome=outcome):
+        with self.recorder(command) as terminal, self.case(name, REPLACED, outcome=outcome):
             terminal.select_word()
             self.rewrite()
             wait_until(lambda: self.back_end.requests, "the request", 3)
             answer = self.back_end.texts[0].upper()
             self.assertIn("words", answer.lower())
-            wait_until(lambda: received() == answer, "the answer in the terminal", 3)
+            wait_until(lambda: terminal.received() == answer, "the answer in the terminal", 3)
 
     def check_not_run(self, name, command):
         marker = pathlib.Path(os.environ["HOME"]) / "executed"
@@ -144,20 +137,20 @@ class Terminals(matrix.MatrixTest):
         (entries / "strange-editor.desktop").write_text(
             "[Desktop Entry]\nType=Application\nName=Strange editor\nCategories=Utility;TextEditor;\n")
         command = [str(harness.BUILD / "bin" / "strange-terminal"), "--class", "Strange-editor"]
-        with self.recorder(command) as (_, received):
+        with self.recorder(command) as terminal:
             self.rewrite_nothing()
-            self.assertNotIn("SIGINT", received())
+            self.assertNotIn("SIGINT", terminal.received())
 
     def test_xterm(self):
         """Copies to the primary selection only: no key is pressed in it at all."""
         name = "xterm"
         self.check_nothing(name, ["xterm", "-e"])
         self.setUp()
-        with self.recorder(["xterm", "-e"]) as (terminal, received):
+        with self.recorder(["xterm", "-e"]) as terminal:
             with self.case(name, REPLACED, NOT_RUN, INTERRUPT, outcome="“Select some text first”"):
                 terminal.select_word()
                 self.rewrite_nothing()
-                self.assertEqual(received(), "")
+                self.assertEqual(terminal.received(), "")
         self.table.record(name, INTERRUPT, "pass")
 
 
