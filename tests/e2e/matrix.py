@@ -217,6 +217,24 @@ class Editor(harness.Editor):
     close = harness.Editor.stop
 
 
+SAVE = ("Control_L s",)
+# name: command, title of its window, keys that save
+EDITORS = {
+    "Emacs": (["emacs", "-Q", "{file}"], "{name}", ("Control_L x", "Control_L s")),
+    "FeatherPad (Qt 5)": (["featherpad", "--standalone", "{file}"], "{name}", SAVE),
+    "GTK 4 text view": ([sys.executable, str(APPLICATIONS / "gtk4-text.py"), "{file}"], "GTK 4 text", ()),
+    "mousepad (GTK 3)": (["mousepad", "--disable-server", "{file}"], "{name}", SAVE),
+    "Qt 6 text field": ([str(harness.BUILD / "bin" / "text-field"), "{file}"], "Text field", ()),
+    "Qt Quick text area": ([str(harness.BUILD / "bin" / "quick-text"), "{file}"], "Qt Quick text", ()),
+    "Tk text": ([sys.executable, str(APPLICATIONS / "tk-text.py"), "{file}"], "Tk text", ()),
+}
+
+
+def open_editor(name, text, keyboard):
+    command, title, save = EDITORS[name]
+    return Editor(command, title, text, keyboard, save)
+
+
 class Terminal:
     """A terminal with a program in it; the words in it are selected with the mouse."""
 

@@ -11,8 +11,6 @@ import pathlib
 import re
 import statistics
 import subprocess
-import sys
-import tempfile
 import threading
 import time
 import unittest
@@ -21,7 +19,6 @@ import drivers
 import harness
 import matrix
 from harness import SHORTCUT, wait_until
-from matrix import APPLICATIONS, Editor
 
 HERE = pathlib.Path(__file__).parent
 SCRIPT = HERE.parents[1] / "bench" / "latency" / "script-baseline.sh"
@@ -37,20 +34,8 @@ class EnduranceTest(matrix.MatrixTest):
         matrix.require("mousepad", "featherpad", "python3-gi", "gir1.2-gtk-4.0", "xclip")
         super().setUpClass()
 
-    def opener(self, command, title, save=()):
-        return lambda text: Editor([str(part) for part in command], title, text, self.keyboard, save)
-
-    def editors(self):
-        save = ("Control_L s",)
-        field = harness.BUILD / "bin" / "text-field"
-        quick = harness.BUILD / "bin" / "quick-text"
-        return {
-            "FeatherPad (Qt 5)": self.opener(["featherpad", "--standalone", "{file}"], "{name}", save),
-            "GTK 4 text view": self.opener([sys.executable, APPLICATIONS / "gtk4-text.py", "{file}"], "GTK 4 text"),
-            "mousepad (GTK 3)": self.opener(["mousepad", "--disable-server", "{file}"], "{name}", save),
-            "Qt 6 text field": self.opener([field, "{file}"], "Text field"),
-            "Qt Quick text area": self.opener([quick, "{file}"], "Qt Quick text"),
-        }
+    def opener(self, name):
+        return lambda text: matrix.open_editor(name, text, self.keyboard)
 
     def repeat(self, editor, count):
         """Each rewrite takes what the one before left, so that a single wrong one shows."""
@@ -78,7 +63,7 @@ class EnduranceTest(matrix.MatrixTest):
 
 class Everyday(EnduranceTest):
     def test_fifty_rewrites(self):
-        with contextlib.closing(self.editors()["Qt 6 text field"](FIRST + "some text" + LAST)) as editor:
+        with contextlib.closing(self.opener("Qt 6 text field")(FIRST + "some text" + LAST)) as editor:
             self.repeat(editor, 50)
 
 
@@ -86,7 +71,7 @@ class Thousand(EnduranceTest):
     """In applications whose text is seen at once, without a key of ours in between."""
 
     def check(self, application, count):
-        with contextlib.closing(self.editors()[application](FIRST + "some text" + LAST)) as editor:
+        with contextlib.closing(self.opener(application)(FIRST + "some text" + LAST)) as editor:
             self.repeat(editor, count)
 
     def test_qt_6(self):
@@ -182,9 +167,9 @@ class Timing(EnduranceTest):
         self.assertEqual(wrong, 0)
 
     def test_editors(self):
-        for name, open_editor in self.editors().items():
+        for name in ("FeatherPad (Qt 5)", "GTK 4 text view", "mousepad (GTK 3)", "Qt 6 text field", "Qt Quick text area"):
             with self.subTest(name):
-                self.check(name, open_editor)
+                self.check(name, self.opener(name))
 
     def check_browser(self, name, open_browser):
         with contextlib.closing(open_browser(self.keyboard)) as browser:

@@ -14,7 +14,6 @@ import unittest
 import harness
 import matrix
 from harness import wait_until
-from matrix import Editor
 
 KEYS = ["Shift_L", "Super_L", "r"]
 PRESS = " ".join(KEYS)
@@ -28,21 +27,20 @@ class HandsTest(matrix.MatrixTest):
         matrix.require("mousepad", "featherpad", "xclip")
         super().setUpClass()
 
+    def open(self, name, text):
+        return contextlib.closing(matrix.open_editor(name, text, self.keyboard))
+
     def field(self, text=TEXT):
-        command = [str(harness.BUILD / "bin" / "text-field"), "{file}"]
-        return contextlib.closing(Editor(command, "Text field", text, self.keyboard))
+        return self.open("Qt 6 text field", text)
 
     def mousepad(self, text=TEXT):
-        command = ["mousepad", "--disable-server", "{file}"]
-        return contextlib.closing(Editor(command, "{name}", text, self.keyboard, ("Control_L s",)))
+        return self.open("mousepad (GTK 3)", text)
 
     def featherpad(self, text=TEXT):
-        command = ["featherpad", "--standalone", "{file}"]
-        return contextlib.closing(Editor(command, "{name}", text, self.keyboard, ("Control_L s",)))
+        return self.open("FeatherPad (Qt 5)", text)
 
     def quick(self, text=TEXT):
-        command = [str(harness.BUILD / "bin" / "quick-text"), "{file}"]
-        return contextlib.closing(Editor(command, "Qt Quick text", text, self.keyboard))
+        return self.open("Qt Quick text area", text)
 
     def expect_answer(self, answer):
         self.back_end.requests.clear()

@@ -3,17 +3,13 @@
 import contextlib
 import os
 import pathlib
-import sys
 import time
 import unittest
 
 import harness
 import matrix
 from harness import wait_until
-from matrix import APPLICATIONS, DOCUMENT, INTERRUPT, MINE, NOT_RUN, NOTHING, REPLACED, Editor, Recorder, Terminal
-
-SAVE = ("Control_L s",)
-PYTHON = sys.executable
+from matrix import DOCUMENT, INTERRUPT, MINE, NOT_RUN, NOTHING, REPLACED, Recorder, Terminal
 
 
 class Editors(matrix.MatrixTest):
@@ -22,43 +18,40 @@ class Editors(matrix.MatrixTest):
         matrix.require("mousepad", "featherpad", "python3-gi", "gir1.2-gtk-4.0", "python3-tk", "emacs-gtk", "xclip")
         super().setUpClass()
 
-    def opener(self, command, title, save=()):
-        return lambda text: Editor(command, title, text, self.keyboard, save)
+    def opener(self, name):
+        return lambda text: matrix.open_editor(name, text, self.keyboard)
+
+    def check(self, name):
+        self.check_editor(name, self.opener(name))
 
     def test_mousepad(self):
-        command = ["mousepad", "--disable-server", "{file}"]
-        self.check_editor("mousepad (GTK 3)", self.opener(command, "{name}", SAVE))
+        self.check("mousepad (GTK 3)")
 
     def test_featherpad(self):
-        command = ["featherpad", "--standalone", "{file}"]
-        self.check_editor("FeatherPad (Qt 5)", self.opener(command, "{name}", SAVE))
+        self.check("FeatherPad (Qt 5)")
 
     def test_qt_widgets(self):
-        command = [str(harness.BUILD / "bin" / "text-field"), "{file}"]
-        self.check_editor("Qt 6 text field", self.opener(command, "Text field"))
+        self.check("Qt 6 text field")
 
     def test_qt_quick(self):
-        command = [str(harness.BUILD / "bin" / "quick-text"), "{file}"]
-        self.check_editor("Qt Quick text area", self.opener(command, "Qt Quick text"))
+        self.check("Qt Quick text area")
 
     def test_gtk_4(self):
-        command = [PYTHON, str(APPLICATIONS / "gtk4-text.py"), "{file}"]
-        self.check_editor("GTK 4 text view", self.opener(command, "GTK 4 text"))
+        self.check("GTK 4 text view")
 
     def test_tk(self):
         """Its text widget pastes beside the selection."""
-        open_editor = self.opener([PYTHON, str(APPLICATIONS / "tk-text.py"), "{file}"], "Tk text")
-        self.check_left_on_clipboard("Tk text", open_editor)
+        name = "Tk text"
+        self.check_left_on_clipboard(name, self.opener(name))
         self.setUp()
-        self.check_nothing("Tk text", open_editor)
+        self.check_nothing(name, self.opener(name))
 
     def test_emacs(self):
         """It pastes beside the text it copied; with no active region it copies its last one."""
         name = "Emacs"
-        open_editor = self.opener(["emacs", "-Q", "{file}"], "{name}", ("Control_L x", "Control_L s"))
-        self.check_left_on_clipboard(name, open_editor)
+        self.check_left_on_clipboard(name, self.opener(name))
         self.setUp()
-        with contextlib.closing(open_editor(DOCUMENT)) as editor:
+        with contextlib.closing(self.opener(name)(DOCUMENT)) as editor:
             with self.case(name, NOTHING, outcome="pass; Emacs copies its last region to the clipboard"):
                 # A region that was active, and is not any more.
                 editor.select("Control_L Home", "Down", "Shift_L End", "Control_L g")
