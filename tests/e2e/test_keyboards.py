@@ -6,21 +6,20 @@
 
 import contextlib
 import os
-import pathlib
 import subprocess
-import sys
 import time
 import unittest
 
+import drivers
 import harness
 import matrix
 import test_application
 from harness import wait_until
-from matrix import APPLICATIONS, Editor, Terminal
+from matrix import Recorder
 
 # Positions, as letters are elsewhere on every layout.
-KEY_Q, KEY_S, KEY_R = "#24", "#39", "#27"
-SHIFT, ALT, SUPER, CONTROL = "#50", "#64", "#133", "#37"
+KEY_Q, KEY_R = "#24", "#27"
+SHIFT, ALT, SUPER = "#50", "#64", "#133"
 SHORTCUT = f"{SHIFT} {SUPER} {KEY_R}"
 
 # name: layouts, variants, the active one
@@ -36,7 +35,9 @@ KEYBOARDS = {
     "ru": ("ru", "", 0),
     "gr": ("gr", "", 0),
 }
+WITHOUT_C = ("ru", "gr")  # the key that copies from a terminal
 FIRST, LAST = "first line\n", "\nlast line\n"
+DOCUMENT = FIRST + "some text" + LAST
 
 
 def set_layouts(layouts, variants="", *options):
@@ -50,19 +51,20 @@ def use(keyboard, name):
     """The layout as a person gets it: set up, and the active one chosen by its keys."""
     layouts, variants, group = KEYBOARDS[name]
     set_layouts(layouts, variants, "grp:alt_shift_toggle")
-    time.sleep(0.15)
-    while keyboard.group() != group:
-        keyboard.chord(f"{ALT} {SHIFT}")
-    time.sleep(0.15)
+    wait_until(lambda: keyboard.group() == group or keyboard.chord(f"{ALT} {SHIFT}"), f"the layout {name}")
 
 
-class SavedEditor(Editor):
-    """An editor that saves on a key: pressed on a layout that every application understands."""
+class ReadOnUs:
+    """An application whose text is read back with keys: pressed on a layout that every application understands."""
+
+    def __init__(self, editor):
+        self.editor = editor
+        self.select = editor.select
+        self.close = editor.close
 
     def text(self):
         set_layouts("us")
-        time.sleep(0.15)
-        return super().text()
+        return self.editor.text()
 
 
 class KeyboardTest(matrix.MatrixTest):
@@ -78,62 +80,71 @@ class KeyboardTest(matrix.MatrixTest):
         super().tearDown()
 
     def open(self, application):
-        text = FIRST + "some text" + LAST
-        bin_folder = harness.BUILD / "bin"
-        save = (f"{CONTROL} {KEY_S}",)
-        if application == "mousepad (GTK 3)":
-            return SavedEditor(["mousepad", "--disable-server", "{file}"], "{name}", text, self.keyboard, save)
-        if application == "FeatherPad (Qt 5)":
-            return SavedEditor(["featherpad", "--standalone", "{file}"], "{name}", text, self.keyboard, save)
-        command, title = {
-            "GTK 4 text view": ([sys.executable, str(APPLICATIONS / "gtk4-text.py"), "{file}"], "GTK 4 text"),
-            "Qt 6 text field": ([str(bin_folder / "text-field"), "{file}"], "Text field"),
-            "Qt Quick text area": ([str(bin_folder / "quick-text"), "{file}"], "Qt Quick text"),
-            "Tk text": ([sys.executable, str(APPLICATIONS / "tk-text.py"), "{file}"], "Tk text"),
-        }[application]
-        return Editor(command, title, text, self.keyboard)
+        editor = matrix.open_editor(application, DOCUMENT, self.keyboard)
+        return ReadOnUs(editor) if editor.save_keys else editor
 
     def press(self):
         self.keyboard.chord(SHORTCUT)
 
+    def expect_state(self, name):
+        self.assertEqual(self.keyboard.group(), KEYBOARDS[name][2], "the active layout")
+        self.assertTrue(self.keyboard.nothing_is_down(), self.keyboard.state())
+
     def check(self, application, names, replaced=True):
-        """One after another in the same document: each rewrites what the one before left."""
         with contextlib.closing(self.open(application)) as editor:
-            selection = "some text"
+            self.check_editor(application, editor, names, replaced)
+
+    def check_editor(self, application, editor, names, replaced=True):
+        """One after another in the same document: each rewrites what the one before left."""
+        selection = "some text"
+        outcome = "pass" if replaced else "left on the clipboard"
+        for number, name in enumerate(names):
+            with self.subTest(application, keyboard=name), self.case(application, name, outcome=outcome):
+                self.setUp()
+                answer = f"{number} réponse 👍🏽 ответ"
+                self.back_end.answer = lambda text, answer=answer: (200, {"text": answer})
+                use(self.keyboard, name)
+                editor.select("Control_L Home", "Down", "Shift_L End")
+                self.press()
+                self.expect_request(selection)
+                self.expect_pasted(answer)
+                self.expect_state(name)
+                selection = answer if replaced else selection
+                self.expect_text(editor, FIRST + selection + LAST)
+
+    def check_terminal(self, application, command, names, silent=()):
+        """On a layout in `silent` nothing can be copied, and the program in the terminal notices nothing."""
+        with contextlib.closing(Recorder(command, self.keyboard)) as terminal:
             for number, name in enumerate(names):
-                outcome = "pass" if replaced else "left on the clipboard"
+                outcome = "“Select some text first”" if name in silent else "answer at the cursor"
                 with self.subTest(application, keyboard=name), self.case(application, name, outcome=outcome):
                     self.setUp()
-                    answer = f"{number} réponse 👍🏽 ответ"
+                    answer = "" if name in silent else f"{number} réponse 👍🏽 ответ"
                     self.back_end.answer = lambda text, answer=answer: (200, {"text": answer})
-                    use(self.keyboard, name)
-                    editor.select("Control_L Home", "Down", "Shift_L End")
-                    self.press()
-                    self.expect_request(selection)
-                    self.expect_pasted(answer)
-                    self.assertEqual(self.keyboard.group(), KEYBOARDS[name][2], "the active layout")
-                    selection = answer if replaced else selection
-                    self.expect_text(editor, FIRST + selection + LAST)
-                    self.assertTrue(self.keyboard.nothing_is_down(), self.keyboard.state())
-
-    def check_xterm(self, names):
-        log = pathlib.Path(os.environ["HOME"]) / "received"
-        program = [sys.executable, str(APPLICATIONS / "signal-recorder.py"), str(log)]
-        with contextlib.closing(Terminal(["xterm", "-e"], self.keyboard, program)) as terminal:
-            wait_until(lambda: log.exists() and b"[ready]" in log.read_bytes(), "the program in the terminal")
-            for name in names:
-                outcome = "“Select some text first”"
-                with self.subTest(keyboard=name), self.case("xterm", name, outcome=outcome):
-                    self.setUp()
+                    before = terminal.received()
                     use(self.keyboard, name)
                     terminal.select_word()
                     self.wait_for_no_panel()
                     self.press()
-                    self.expect_no_request(0.5)
-                    self.assertEqual(log.read_bytes(), b"[ready]")
+                    self.expect_from_terminal(name in silent)
+                    wait_until(lambda: terminal.received() == before + answer, "the answer in the terminal", 3)
+                    self.expect_state(name)
+
+    def expect_from_terminal(self, is_silent):
+        if is_silent:
+            self.expect_no_request(0.5)
+            return
+        wait_until(lambda: self.back_end.requests, "the request", 3)
+        self.assertRegex(self.back_end.texts[0], "^selectable-words-all-over$")
 
 
 class Matrix(KeyboardTest):
+    @classmethod
+    def setUpClass(cls):
+        matrix.require("chromium", "firefox-esr", "libreoffice-writer", "libreoffice-gtk3", "xfce4-terminal", "qterminal",
+                       "emacs-gtk", "xdotool")
+        super().setUpClass()
+
     def test_mousepad(self):
         self.check("mousepad (GTK 3)", KEYBOARDS)
 
@@ -153,7 +164,30 @@ class Matrix(KeyboardTest):
         self.check("Tk text", KEYBOARDS, replaced=False)
 
     def test_xterm(self):
-        self.check_xterm(KEYBOARDS)
+        self.check_terminal("xterm", ["xterm", "-e"], KEYBOARDS, silent=KEYBOARDS)
+
+    def test_vte(self):
+        self.check_terminal("Xfce Terminal (VTE)", ["xfce4-terminal", "--disable-server", "-x"], KEYBOARDS, WITHOUT_C)
+
+    def test_qterminal(self):
+        self.check_terminal("QTerminal (Qt)", ["qterminal", "-e"], KEYBOARDS, WITHOUT_C)
+
+    def test_emacs(self):
+        self.check("Emacs", KEYBOARDS, replaced=False)
+
+    def check_browser(self, name, open_browser):
+        with contextlib.closing(open_browser(self.keyboard)) as browser:
+            self.check_editor(f"{name}: textarea", browser.open("textarea", DOCUMENT), KEYBOARDS)
+
+    def test_chromium(self):
+        self.check_browser("Chromium", drivers.chromium)
+
+    def test_firefox(self):
+        self.check_browser("Firefox ESR", drivers.firefox)
+
+    def test_writer(self):
+        with contextlib.closing(ReadOnUs(drivers.Writer(DOCUMENT, self.keyboard))) as writer:
+            self.check_editor("LibreOffice Writer", writer, KEYBOARDS)
 
 
 class Everyday(KeyboardTest):
