@@ -1,6 +1,7 @@
 """What hands do meanwhile: keys held, let go in any order, locks, typing on, a modifier pressed in between.
 
     test_hands.py Hands Disturbed    everyday
+    test_hands.py Locks              the lock keys in mousepad, GTK 4, Chromium and a terminal
     test_hands.py OftenDisturbed     Control pressed all the time during 50 rewrites in each of four applications
 """
 
@@ -11,9 +12,11 @@ import random
 import time
 import unittest
 
+import drivers
 import harness
 import matrix
 from harness import wait_until
+from matrix import Recorder
 
 KEYS = ["Shift_L", "Super_L", "r"]
 PRESS = " ".join(KEYS)
@@ -50,6 +53,40 @@ class HandsTest(matrix.MatrixTest):
     def expect_nothing_down(self):
         wait_until(self.keyboard.nothing_is_down, f"every key to be up: {self.keyboard.state()}", 2)
 
+    @contextlib.contextmanager
+    def locked(self, locks):
+        for lock in locks:
+            self.keyboard.chord(lock)
+        state = self.keyboard.state()
+        try:
+            yield
+            self.assertEqual(self.keyboard.state(), state)
+        finally:
+            for lock in locks:
+                self.keyboard.chord(lock)
+
+    def check_locks(self, check):
+        """Every combination of the lock keys; what is rewritten then is up to `check`, which gets the answer."""
+        for number, states in enumerate(itertools.product((False, True), repeat=3)):
+            locks = [lock for lock, on in zip(LOCKS, states) if on]
+            with self.subTest(locks=locks), self.locked(locks):
+                check(self.expect_answer(f"Answer {number}"))
+        self.assertRegex(self.keyboard.state(), "locked=0 ")
+
+    def check_editor_with_locks(self, editor):
+        now = TEXT
+
+        def check(answer):
+            nonlocal now
+            editor.select("Control_L a")
+            self.rewrite()
+            self.expect_request(now)
+            self.expect_pasted(answer)
+            now = answer
+            wait_until(lambda: editor.text().rstrip("\n") == answer, "the answer in the text", 5)
+
+        self.check_locks(check)
+
 
 class Hands(HandsTest):
     def test_held_for_two_seconds(self):
@@ -79,20 +116,7 @@ class Hands(HandsTest):
 
     def test_locks_in_every_combination(self):
         with self.field() as editor:
-            for number, states in enumerate(itertools.product((False, True), repeat=3)):
-                locks = [lock for lock, on in zip(LOCKS, states) if on]
-                with self.subTest(locks=locks):
-                    answer = self.expect_answer(f"Answer {number}")
-                    for lock in locks:
-                        self.keyboard.chord(lock)
-                    locked = self.keyboard.state()
-                    editor.select_all()
-                    self.rewrite()
-                    self.expect_text(editor, answer)
-                    self.assertEqual(self.keyboard.state(), locked)
-                    for lock in locks:
-                        self.keyboard.chord(lock)
-        self.assertRegex(self.keyboard.state(), "locked=0 ")
+            self.check_editor_with_locks(editor)
 
     def check_typing(self, editor, words, pause):
         self.back_end.delay = 0.4
@@ -168,6 +192,38 @@ class Disturbed(HandsTest):
 
     def test_control_pressed_over_mousepad(self):
         self.check_disturbed(self.mousepad)
+
+
+class Locks(HandsTest):
+    """Every combination of the lock keys, beyond the everyday one."""
+
+    @classmethod
+    def setUpClass(cls):
+        matrix.require("python3-gi", "gir1.2-gtk-4.0", "chromium", "xfce4-terminal", "xdotool")
+        super().setUpClass()
+
+    def test_mousepad(self):
+        with self.mousepad() as editor:
+            self.check_editor_with_locks(editor)
+
+    def test_gtk_4(self):
+        with self.open("GTK 4 text view", TEXT) as editor:
+            self.check_editor_with_locks(editor)
+
+    def test_chromium(self):
+        with contextlib.closing(drivers.chromium(self.keyboard)) as browser:
+            self.check_editor_with_locks(browser.open("textarea", TEXT))
+
+    def test_vte(self):
+        with contextlib.closing(Recorder(["xfce4-terminal", "--disable-server", "-x"], self.keyboard)) as terminal:
+            def check(answer):
+                before = terminal.received()
+                terminal.select_word()
+                self.rewrite()
+                wait_until(lambda: self.back_end.requests, "the request", 3)
+                wait_until(lambda: terminal.received() == before + answer, "the answer in the terminal", 3)
+
+            self.check_locks(check)
 
 
 class OftenDisturbed(Disturbed):
