@@ -93,9 +93,12 @@ class Field:
         self.pages, self.keyboard = pages, keyboard
         pages.show(kind, text)
         wait_until(lambda: pages.ready == str(pages.number), f"the {kind} in front", 60)
-        time.sleep(0.3)
+        self.settle()
 
     select = harness.Editor.select
+
+    def settle(self):
+        time.sleep(0.3)  # a browser never rests
 
     def text(self):
         # A contenteditable may or may not count the break after its last line.
@@ -184,10 +187,12 @@ class Writer:
         window = wait_until(lambda: harness.windows(pattern), "a window of Writer", 90)
         wait_until(lambda: str(harness.active_window()) in harness.windows(pattern), f"Writer {window} in front", 20)
         time.sleep(2)
+        self.settle()
 
-    select = harness.Editor.select
+    select, settle = harness.Editor.select, harness.Editor.settle
 
     def text(self):
+        self.settle()  # it may still read what is pasted
         matrix.set_clipboard(MINE)
         self.select("Control_L a", "Control_L c")
         wait_until(lambda: harness.clipboard() != MINE, "the whole text on the clipboard")

@@ -8,10 +8,9 @@ import subprocess
 import sys
 import tempfile
 import time
-import unittest
 
 import harness
-from harness import SHORTCUT, wait_until
+from harness import Editor, wait_for, wait_until
 
 APPLICATIONS = pathlib.Path(__file__).with_name("applications")
 FIRST, LAST = "first line\n", "\nlast line\n"
@@ -68,35 +67,14 @@ def require(*packages):
 def set_clipboard(text):
     subprocess.run(["xclip", "-selection", "clipboard"], input=text.encode(), check=True,
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    wait_until(lambda: harness.clipboard() == text, "the clipboard to be set")
+    wait_for(harness.clipboard, text)
 
 
-class MatrixTest(unittest.TestCase):
+class MatrixTest(harness.RunningProduct):
     @classmethod
     def setUpClass(cls):
         cls.table = Table()
-        cls.back_end = harness.BackEnd()
-        cls.keyboard = harness.Keyboard()
-        cls.product = harness.Product({"endpoint.cloud": cls.back_end.origin, "selectedProvider": "cloud"})
-        cls.product.start(environment={"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"})
-        cls.reader = harness.ScreenReader()
-
-    @classmethod
-    def tearDownClass(cls):
-        try:
-            status = cls.product.stop()
-            assert status == 0, f"the product ended with {status}\n{cls.product.log_text()}"
-        finally:
-            cls.keyboard.stop()
-            cls.back_end.stop()
-
-    def setUp(self):
-        self.back_end.requests.clear()
-        self.back_end.answer = lambda text: (200, {"text": text.upper()})
-        self.back_end.delay = 0.0
-
-    def tearDown(self):
-        self.assertTrue(self.keyboard.nothing_is_down(), self.keyboard.state())
+        super().setUpClass()
 
     @contextlib.contextmanager
     def case(self, application, *cases, outcome="pass"):
@@ -113,34 +91,22 @@ class MatrixTest(unittest.TestCase):
             self.table.record(application, case, outcome)
 
     def wait_for_no_panel(self):
-        wait_until(lambda: not harness.windows("^Quillmarsh panel$"), "the panel to leave", 12)
-
-    def rewrite(self):
-        self.keyboard.chord(SHORTCUT)
+        self.panel.wait_until_gone()
 
     def expect_request(self, text):
-        wait_until(lambda: self.back_end.requests, "the request", 3)
+        self.back_end.expect_request()
         self.assertEqual(self.back_end.texts, [text])
 
     def expect_pasted(self, answer):
         """Not read back before: some are read through the clipboard, which the product still needs."""
-        wait_until(lambda: harness.clipboard() == answer, "the answer on the clipboard")
-        time.sleep(0.5)
+        self.expect_completed()
+        wait_for(harness.clipboard, answer)
 
-    def expect_text(self, editor, text, limit=5):
-        deadline = time.monotonic() + limit
-        while (now := editor.text()) != text and time.monotonic() < deadline:
-            time.sleep(0.2)
-        self.assertEqual(now, text)
-
-    def panel_texts(self):
-        try:
-            return self.reader.texts("Quillmarsh", "Quillmarsh panel")
-        except Exception:  # a node may go while it is looked at
-            return set()
+    def expect_text(self, editor, text):
+        wait_for(editor.text, text)
 
     def expect_panel(self, title):
-        wait_until(lambda: title in self.panel_texts(), f"“{title}” on the panel")
+        self.panel.expect(title)
 
     def rewrite_nothing(self, seconds=0.8):
         """The user is told that nothing is selected, and nothing is sent."""
@@ -201,22 +167,6 @@ class MatrixTest(unittest.TestCase):
                 check(name, open_editor, **arguments)
 
 
-class Editor(harness.Editor):
-    """An editor whose file is read back, after the given keys where it does not save by itself."""
-
-    def __init__(self, command, title, text, keyboard, save=()):
-        self.save_keys = save
-        super().__init__(command, title, text, keyboard, saves=False)
-
-    def text(self):
-        for chord in self.save_keys:
-            self.keyboard.chord(chord)
-        time.sleep(0.2)
-        return self.file.read_text()
-
-    close = harness.Editor.stop
-
-
 SAVE = ("Control_L s",)
 # name: command, title of its window, keys that save
 EDITORS = {
@@ -248,18 +198,19 @@ class Terminal:
             active = str(harness.active_window())
             return active in set(harness.windows(".*")) - before and int(active)
 
-        self.window = wait_until(opened, f"a window of {command[0]}", 30)
-        time.sleep(0.5)
+        self.window = wait_until(opened, f"a window of {command[0]}", 60)
 
     def select_word(self):
+        self.process.settle()
         move = ["xdotool", "mousemove", "--window", str(self.window), "120", "150"]
         subprocess.run(move, check=True)
-        time.sleep(0.1)
+        self.process.settle()
         subprocess.run(["xdotool", "click", "--repeat", "2", "--delay", "60", "1"], check=True)
-        time.sleep(0.3)
+        self.process.settle()
 
     def close(self):
         self.process.stop()
+        wait_until(lambda: not harness.exists(self.window), "the window to go")
 
 
 class Recorder(Terminal):
@@ -268,7 +219,8 @@ class Recorder(Terminal):
     def __init__(self, command, keyboard):
         self.log = pathlib.Path(tempfile.mkdtemp(dir=os.environ["HOME"])) / "received"
         super().__init__(command, keyboard, [sys.executable, str(APPLICATIONS / "signal-recorder.py"), str(self.log)])
-        wait_until(lambda: self.log.exists() and b"[ready]" in self.log.read_bytes(), "the program in the terminal")
+        wait_until(lambda: self.log.exists() and b"[ready]" in self.log.read_bytes(), "the program in the terminal", 60)
+        self.process.settle()
 
     def received(self):
         return self.log.read_bytes().removeprefix(b"[ready]").decode(errors="replace")

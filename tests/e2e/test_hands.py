@@ -15,7 +15,7 @@ import unittest
 import drivers
 import harness
 import matrix
-from harness import wait_until
+from harness import wait_for
 from matrix import Recorder
 
 KEYS = ["Shift_L", "Super_L", "r"]
@@ -50,9 +50,6 @@ class HandsTest(matrix.MatrixTest):
         self.back_end.answer = lambda text: (200, {"text": answer})
         return answer
 
-    def expect_nothing_down(self):
-        wait_until(self.keyboard.nothing_is_down, f"every key to be up: {self.keyboard.state()}", 2)
-
     @contextlib.contextmanager
     def locked(self, locks):
         for lock in locks:
@@ -60,7 +57,7 @@ class HandsTest(matrix.MatrixTest):
         state = self.keyboard.state()
         try:
             yield
-            self.assertEqual(self.keyboard.state(), state)
+            wait_for(self.keyboard.state, state)
         finally:
             for lock in locks:
                 self.keyboard.chord(lock)
@@ -83,7 +80,7 @@ class HandsTest(matrix.MatrixTest):
             self.expect_request(now)
             self.expect_pasted(answer)
             now = answer
-            wait_until(lambda: editor.text().rstrip("\n") == answer, "the answer in the text", 5)
+            wait_for(lambda: editor.text().rstrip("\n"), answer)
 
         self.check_locks(check)
 
@@ -106,28 +103,33 @@ class Hands(HandsTest):
                 with self.subTest(order=order, pause=pause):
                     answer = self.expect_answer(f"answer {number}")
                     editor.select_all()
+                    self.completed = self.product.completed()
                     self.keyboard.down(PRESS)
                     for key in order:
                         time.sleep(pause)
                         self.keyboard.up(key)
+                    self.expect_completed()
                     self.expect_text(editor, answer)
                     self.assertEqual(len(self.back_end.requests), 1)
-                    self.expect_nothing_down()
+                    self.keyboard.expect_nothing_down()
 
     def test_locks_in_every_combination(self):
         with self.field() as editor:
             self.check_editor_with_locks(editor)
 
     def check_typing(self, editor, words, pause):
-        self.back_end.delay = 0.4
+        """The answer comes after eight letters; he types on."""
+        self.back_end.hold()
         editor.select_all()
         self.rewrite()
-        wait_until(lambda: self.back_end.requests, "the request")
-        self.assertEqual(self.back_end.texts, [TEXT])
-        for letter in words:
+        self.expect_request(TEXT)
+        for number, letter in enumerate(words):
+            if number == 8:
+                self.back_end.release()
             self.keyboard.chord(letter)
             time.sleep(pause)
-        wait_until(lambda: harness.clipboard() == TEXT.upper(), "the answer on the clipboard")
+        self.back_end.release()
+        self.expect_pasted(TEXT.upper())
         time.sleep(0.4)
         # He wrote over the selection: the answer has no place there any more, and waits for him.
         self.expect_text(editor, words)
@@ -141,24 +143,26 @@ class Hands(HandsTest):
 
     def test_a_click_elsewhere(self):
         with self.field("some text\nmore") as editor:
-            self.back_end.delay = 0.4
+            self.back_end.hold()
             editor.select("Control_L Home", "Shift_L End")
             self.rewrite()
-            wait_until(lambda: self.back_end.requests, "the request")
+            self.back_end.expect_request()
             harness.run("xdotool", "mousemove", "--window", str(editor.window), "300", "200", "click", "1")
-            wait_until(lambda: harness.clipboard() == TEXT.upper(), "the answer on the clipboard")
+            self.back_end.release()
+            self.expect_pasted(TEXT.upper())
             time.sleep(0.4)
             self.assertEqual(editor.text(), "some text\nmore")
 
     def test_modifiers_alone_and_the_wheel_change_nothing(self):
         with self.field() as editor:
-            self.back_end.delay = 0.4
+            self.back_end.hold()
             editor.select_all()
             self.rewrite()
-            wait_until(lambda: self.back_end.requests, "the request")
+            self.back_end.expect_request()
             self.keyboard.chord("Shift_L")
             self.keyboard.chord("Control_L")
             harness.run("xdotool", "mousemove", "--window", str(editor.window), "300", "200", "click", "4", "click", "5")
+            self.back_end.release()
             self.expect_text(editor, TEXT.upper())
 
 
@@ -184,7 +188,7 @@ class Disturbed(HandsTest):
                     self.assertIn(text, (now, answer))
                     replaced += text == answer
                     now = text
-                    self.expect_nothing_down()
+                    self.keyboard.expect_nothing_down()
         self.assertGreater(replaced, self.rounds // 2)
 
     def test_control_pressed_over_the_qt_6_field(self):
@@ -220,8 +224,8 @@ class Locks(HandsTest):
                 before = terminal.received()
                 terminal.select_word()
                 self.rewrite()
-                wait_until(lambda: self.back_end.requests, "the request", 3)
-                wait_until(lambda: terminal.received() == before + answer, "the answer in the terminal", 3)
+                self.back_end.expect_request()
+                wait_for(terminal.received, before + answer)
 
             self.check_locks(check)
 

@@ -7,14 +7,12 @@
 import contextlib
 import os
 import subprocess
-import time
 import unittest
 
 import drivers
 import harness
 import matrix
-import test_application
-from harness import wait_until
+from harness import SEEN_FROM_OUTSIDE, wait_for, wait_until
 from matrix import Recorder
 
 # Positions, as letters are elsewhere on every layout.
@@ -84,11 +82,12 @@ class KeyboardTest(matrix.MatrixTest):
         return ReadOnUs(editor) if editor.save_keys else editor
 
     def press(self):
-        self.keyboard.chord(SHORTCUT)
+        self.product.process.settle()  # it may still take in the layout
+        self.rewrite(SHORTCUT)
 
     def expect_state(self, name):
-        self.assertEqual(self.keyboard.group(), KEYBOARDS[name][2], "the active layout")
-        self.assertTrue(self.keyboard.nothing_is_down(), self.keyboard.state())
+        wait_for(self.keyboard.group, KEYBOARDS[name][2])
+        self.keyboard.expect_nothing_down()
 
     def check(self, application, names, replaced=True):
         with contextlib.closing(self.open(application)) as editor:
@@ -128,14 +127,14 @@ class KeyboardTest(matrix.MatrixTest):
                         self.wait_for_no_panel()
                     self.press()
                     self.expect_from_terminal(name in silent)
-                    wait_until(lambda: terminal.received() == before + answer, "the answer in the terminal", 3)
+                    wait_for(terminal.received, before + answer)
                     self.expect_state(name)
 
     def expect_from_terminal(self, is_silent):
         if is_silent:
             self.expect_no_request(0.5)
             return
-        wait_until(lambda: self.back_end.requests, "the request", 3)
+        self.back_end.expect_request()
         self.assertRegex(self.back_end.texts[0], "^selectable-words-all-over$")
 
 
@@ -206,12 +205,14 @@ class Everyday(KeyboardTest):
                 answer = f"answer {number}"
                 self.setUp()
                 self.back_end.answer = lambda text, answer=answer: (200, {"text": answer})
-                self.back_end.delay = 0.1
+                self.back_end.hold()
                 editor.select("Control_L Home", "Down", "Shift_L End")
                 set_layouts(first)
-                self.press()
-                wait_until(lambda: self.back_end.requests, "the request", 3)
+                self.rewrite(SHORTCUT)
+                self.back_end.expect_request()
                 set_layouts(second)
+                self.back_end.release()
+                self.expect_completed()
                 self.expect_text(editor, FIRST + answer + LAST)
                 self.assertEqual(self.back_end.texts, [selection])
                 selection = answer
@@ -224,7 +225,7 @@ class Display(unittest.TestCase):
         self.keyboard = harness.Keyboard()
         self.back_end = harness.BackEnd()
         self.product = harness.Product({"endpoint.cloud": self.back_end.origin, "selectedProvider": "cloud"})
-        self.product.start(environment={"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"})
+        self.product.start(environment=SEEN_FROM_OUTSIDE)
         self.reader = harness.ScreenReader()
 
     def tearDown(self):
@@ -237,17 +238,19 @@ class Display(unittest.TestCase):
         self.reader.press("Quillmarsh", name)
 
     def open_shortcuts(self):
-        subprocess.run([str(harness.PRODUCT)], capture_output=True, timeout=20, check=True)
-        wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window", 20)
+        subprocess.run([str(harness.PRODUCT)], capture_output=True, timeout=60, check=True)
+        wait_until(lambda: harness.in_front("^Quillmarsh$"), "the settings window in front")
         self.press("Continue here for now")
         self.press("Shortcuts")
 
     def expect_keys(self, keys, role):
         def shown():
-            node = self.reader.find("Quillmarsh", "Formal", role)
-            return node and node.get_description()
+            try:
+                return self.reader.find("Quillmarsh", "Formal", role).get_description()
+            except (AttributeError, self.reader.gone) as missing:
+                return missing
 
-        wait_until(lambda: shown() == keys, f"“{keys}” shown by the {role}, which has {shown()}", 5)
+        wait_for(shown, keys)
 
     def test_recorded_on_one_layout_and_used_on_another(self):
         set_layouts("fr")
@@ -255,7 +258,7 @@ class Display(unittest.TestCase):
         self.press("Formal")
         self.press("Add Keyboard Shortcut")
         wait_until(lambda: self.reader.find("Quillmarsh", "Press your shortcut..."), "the recorder")
-        time.sleep(0.3)
+        self.product.process.settle()
         self.keyboard.chord(f"{SHIFT} {SUPER} {KEY_Q}")
         wait_until(lambda: self.reader.find("Quillmarsh", "⇧⌘A"), "the shortcut as it was recorded")
         self.press("Save")
@@ -278,11 +281,10 @@ class Display(unittest.TestCase):
 
     def check_menu(self):
         set_layouts("ru")
-        x, y = wait_until(test_application.status_icon, "the status icon", 15)
-        harness.run("xdotool", "mousemove", str(x), str(y), "click", "1")
-        wait_until(lambda: harness.windows("^Quillmarsh menu$"), "the menu")
+        harness.open_menu()
         self.expect_keys("⇧⌘Й", "menu item")
         self.keyboard.chord("Escape")
+        wait_until(lambda: not harness.windows("^Quillmarsh menu$"), "the menu to close")
 
     def check_used(self):
         editor = harness.text_field("some text", self.keyboard)
@@ -290,11 +292,14 @@ class Display(unittest.TestCase):
             for layouts, variants in (("ru", ""), ("us", "dvorak")):
                 set_layouts(layouts, variants)
                 editor.select("Control_L Home", "Shift_L End")
+                self.product.process.settle()
+                before = self.product.completed()
                 self.back_end.answer = lambda text, layouts=layouts: (200, {"text": layouts})
                 self.keyboard.chord(f"{SHIFT} {SUPER} {KEY_Q}")
-                wait_until(lambda layouts=layouts: editor.file.read_text() == layouts, "the rewritten text")
+                wait_until(lambda before=before: self.product.completed() > before, "the rewrite to be completed")
+                editor.expect(layouts)
         finally:
-            editor.stop()
+            editor.close()
 
 
 if __name__ == "__main__":

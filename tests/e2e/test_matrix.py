@@ -3,12 +3,13 @@
 import contextlib
 import os
 import pathlib
+import tempfile
 import time
 import unittest
 
 import harness
 import matrix
-from harness import wait_until
+from harness import wait_for, wait_until
 from matrix import DOCUMENT, INTERRUPT, MINE, NOT_RUN, NOTHING, REPLACED, Recorder, Terminal
 
 
@@ -72,7 +73,7 @@ class Terminals(matrix.MatrixTest):
         with self.recorder(command) as terminal, self.case(name, NOTHING, INTERRUPT):
             matrix.set_clipboard(MINE)
             self.rewrite_nothing()
-            self.assertEqual(harness.clipboard(), clipboard)
+            wait_for(harness.clipboard, clipboard)
             self.assertEqual(terminal.received(), "")
 
     def check_word(self, name, command):
@@ -80,20 +81,23 @@ class Terminals(matrix.MatrixTest):
         with self.recorder(command) as terminal, self.case(name, REPLACED, outcome=outcome):
             terminal.select_word()
             self.rewrite()
-            wait_until(lambda: self.back_end.requests, "the request", 3)
+            self.back_end.expect_request()
             answer = self.back_end.texts[0].upper()
             self.assertIn("words", answer.lower())
-            wait_until(lambda: terminal.received() == answer, "the answer in the terminal", 3)
+            wait_for(terminal.received, answer)
 
     def check_not_run(self, name, command):
-        marker = pathlib.Path(os.environ["HOME"]) / "executed"
-        show = 'for i in 1 2 3 4 5 6 7 8 9 10 11 12 13 14; do echo words-words-words-words-words; done; exec dash'
-        with contextlib.closing(Terminal(command, self.keyboard, ["sh", "-c", show])) as terminal:
+        folder = pathlib.Path(tempfile.mkdtemp(dir=os.environ["HOME"]))
+        marker, ready = folder / "executed", folder / "ready"
+        show = "for i in 1 2 3 4 5 6 7 8 9 10 11 12 13 14; do echo words-words-words-words-words; done"
+        program = ["sh", "-c", f"{show}; : >{ready}; exec dash"]
+        with contextlib.closing(Terminal(command, self.keyboard, program)) as terminal:
+            wait_until(ready.exists, "the words in the terminal", 60)
             with self.case(name, NOT_RUN, outcome="left on the clipboard"):
                 self.back_end.answer = lambda text: (200, {"text": f"touch {marker}\nls\n"})
                 terminal.select_word()
                 self.rewrite()
-                wait_until(lambda: self.back_end.requests, "the request", 3)
+                self.back_end.expect_request()
                 self.expect_panel("Copied to clipboard")
                 time.sleep(1)
                 self.assertFalse(marker.exists())

@@ -7,7 +7,7 @@ import unittest
 
 import harness
 import matrix
-from harness import wait_until
+from harness import wait_for, wait_until
 
 TEXT = "words to rewrite"
 ANSWER = TEXT.upper()
@@ -33,8 +33,7 @@ class Clipboards(matrix.MatrixTest):
 
     def check_rewritten(self, editor):
         self.rewrite()
-        wait_until(lambda: self.back_end.requests, "the request", 4)
-        self.assertEqual(self.back_end.texts, [TEXT])
+        self.expect_request(TEXT)
         self.expect_text(editor, ANSWER)
 
     def test_slow_answers(self):
@@ -72,9 +71,24 @@ class Clipboards(matrix.MatrixTest):
         self.wait_for_no_panel()
         with self.field(answer=-1) as editor:
             self.rewrite()
+            wait_until(lambda: harness.selection_owner("CLIPBOARD") == editor.window, "the copy")
             time.sleep(0.3)
             editor.close()
             self.expect_no_request(1.5)
+
+    @contextlib.contextmanager
+    def taker(self, wait):
+        """Another program claims the clipboard while the answer is awaited, and again `wait` ms after it lost it."""
+        self.back_end.hold()
+        self.rewrite()
+        self.back_end.expect_request()
+        taker = harness.Process(trouble("taker", str(wait)))
+        try:
+            wait_for(harness.clipboard, "theirs")
+            self.back_end.release()
+            yield
+        finally:
+            taker.stop()
 
     def test_another_program_takes_the_clipboard_before_the_paste(self):
         # Later than this is too close to the paste itself, 50 ms after the answer, to tell on a busy machine.
@@ -82,33 +96,19 @@ class Clipboards(matrix.MatrixTest):
             with self.subTest(wait=wait), self.plain_field() as editor:
                 self.setUp()
                 editor.select_all()
-                self.back_end.delay = 1.5
-                self.rewrite()
-                wait_until(lambda: self.back_end.requests, "the request", 4)
-                taker = harness.Process(trouble("taker", str(wait)))
-                try:
-                    wait_until(lambda: harness.clipboard() == "theirs", "the taker")
-                    wait_until(lambda: editor.file.read_text() != TEXT, "the paste", 4)
+                with self.taker(wait):
+                    wait_until(lambda: editor.read() != TEXT, "the paste")
                     time.sleep(0.3)
                     self.assertEqual(editor.text(), ANSWER)
-                finally:
-                    taker.stop()
 
     def test_another_program_takes_the_clipboard_between_the_paste_key_and_the_reading(self):
         # The key comes 50 ms after the answer, the field reads 100 ms later; the taker comes in between.
         for wait in (70, 90, 110):
             with self.subTest(wait=wait), self.field(read=100) as editor:
                 self.setUp()
-                self.back_end.delay = 1.5
-                self.rewrite()
-                wait_until(lambda: self.back_end.requests, "the request", 4)
-                taker = harness.Process(trouble("taker", str(wait)))
-                try:
-                    wait_until(lambda: harness.clipboard() == "theirs", "the taker")
-                    wait_until(lambda: editor.file.read_text() != TEXT, "the paste", 4)
+                with self.taker(wait):
+                    wait_until(lambda: editor.read() != TEXT, "the paste")
                     self.assertEqual(editor.text(), ANSWER)
-                finally:
-                    taker.stop()
 
     def test_what_the_user_copied_himself_is_left_alone(self):
         """He copies something in the application while the answer waits to be pasted: nothing is pasted."""
@@ -116,10 +116,10 @@ class Clipboards(matrix.MatrixTest):
             with self.subTest(wait=wait), self.field(recopy=wait) as editor:
                 self.setUp()
                 self.rewrite()
-                wait_until(lambda: self.back_end.requests, "the request", 4)
-                wait_until(lambda: harness.clipboard() == "copied by the user", "the user's copy", 2)
+                self.back_end.expect_request()
+                wait_for(harness.clipboard, "copied by the user")
                 self.expect_panel("Another application is holding the clipboard. Please try again.")
-                self.assertEqual(editor.file.read_text(), TEXT)
+                self.assertEqual(editor.text(), TEXT)
                 self.assertEqual(harness.clipboard(), "copied by the user")
 
     def test_a_mebibyte_each_way(self):
@@ -128,14 +128,15 @@ class Clipboards(matrix.MatrixTest):
         self.assertGreater(len(text.encode()), 1 << 20)
         with self.field(text=text) as editor:
             self.rewrite()
-            wait_until(lambda: self.back_end.requests, "the request", 6)
-            self.assertEqual(self.back_end.texts, [text])
+            self.expect_request(text)
             self.expect_text(editor, text.upper())
 
     def check_managers(self, *programs):
         managers = [harness.Process([program]) for program in programs]
         try:
             time.sleep(1.5)
+            for manager in managers:
+                manager.settle()
             self.assertTrue(all(manager.is_running() for manager in managers))
             with self.plain_field() as editor:
                 for number in range(10):
@@ -144,8 +145,8 @@ class Clipboards(matrix.MatrixTest):
                     self.back_end.answer = lambda text, answer=answer: (200, {"text": answer})
                     editor.select_all()
                     self.rewrite()
+                    self.expect_pasted(answer)
                     self.expect_text(editor, answer)
-                    wait_until(lambda answer=answer: harness.clipboard() == answer, "the answer on the clipboard")
                     time.sleep(0.3)
         finally:
             for manager in managers:

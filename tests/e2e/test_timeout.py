@@ -5,14 +5,13 @@ import time
 import unittest
 
 import harness
-from harness import SHORTCUT, wait_until
-from test_rewrite import Panel, SEEN_FROM_OUTSIDE
+from harness import SEEN_FROM_OUTSIDE, SHORTCUT
 
 
 class TimeoutTest(unittest.TestCase):
     def test_the_panel_tells_after_a_minute(self):
         back_end = harness.BackEnd()
-        back_end.mute = True
+        back_end.hold()
         keyboard = harness.Keyboard()
         product = harness.Product({"endpoint.cloud": back_end.origin, "selectedProvider": "cloud"})
         product.start(environment=SEEN_FROM_OUTSIDE)
@@ -20,15 +19,14 @@ class TimeoutTest(unittest.TestCase):
         try:
             editor.select_all()
             keyboard.chord(SHORTCUT)
-            wait_until(lambda: back_end.requests, "the request")
+            back_end.expect_request()
             began = time.monotonic()
-            panel = Panel()
-            panel.expect("Couldn’t rewrite", "The request timed out.", limit=70)
+            harness.Panel().expect("Couldn’t rewrite", "The request timed out.", limit=90)
             self.assertGreater(time.monotonic() - began, 58)
             self.assertEqual(len(back_end.requests), 1)
             self.assertEqual(editor.text(), "one two")
         finally:
-            editor.stop()
+            editor.close()
             self.assertEqual(product.stop(), 0)
             keyboard.stop()
             back_end.stop()

@@ -63,6 +63,13 @@ def geometry(window):
     return tuple(int(re.search(rf"{name}: +(-?\d+)", lines).group(1)) for name in wanted)
 
 
+def rests(window):
+    """The same in two looks."""
+    place = geometry(window)
+    time.sleep(0.3)
+    return place == geometry(window)
+
+
 def picture(x, y, width, height):
     crop = f"{width}x{height}+{x}+{y}"
     return subprocess.run(["import", "-window", "root", "-crop", crop, "rgb:-"], check=True,
@@ -82,10 +89,10 @@ class WindowManagerTest(matrix.MatrixTest):
         manager = harness.Process(command)
         try:
             name = {"kwin_x11": "kwin"}.get(command[0], command[0])
-            wait_until(lambda: name in manager_name(), f"{command[0]} to manage the windows", 20)
-            time.sleep(0.5)
+            wait_until(lambda: name in manager_name(), f"{command[0]} to manage the windows", 60)
+            manager.settle()
             self.assertTrue(manager.is_running())
-            yield
+            yield manager
         finally:
             manager.stop()
             # What it leaves would be taken for the next one's, which may have windows of the same numbers.
@@ -103,31 +110,33 @@ class WindowManagerTest(matrix.MatrixTest):
             if not is_full_screen():  # it remembers how its last window was
                 editor.select("F11")
             wait_until(is_full_screen, "the full screen")
-            time.sleep(0.5)
+            editor.settle()
             yield editor
 
     def check_manager(self, name, *command):
-        with self.running(*command), self.full_screen_editor() as editor:
+        with self.running(*command) as manager, self.full_screen_editor() as editor:
             for screen in SCREENS:
                 with self.subTest(screen=screen):
+                    subprocess.run(["xdotool", "mousemove", str(SCREENS[screen] + WIDTH // 2), "300"], check=True)
+                    claim_bar(editor.window, screen)
+                    manager.settle()
                     self.check_panel(name, editor, screen)
 
     def check_panel(self, name, editor, screen):
         self.setUp()
         self.wait_for_no_panel()
-        self.back_end.delay = 1.0
+        self.back_end.hold()
         answer = f"rewritten on {screen}\n"
         self.back_end.answer = lambda text: (200, {"text": answer})
-        subprocess.run(["xdotool", "mousemove", str(SCREENS[screen] + WIDTH // 2), "300"], check=True)
-        claim_bar(editor.window, screen)
         editor.select_all()
         front, focus = harness.active_window(), harness.run("xdotool", "getwindowfocus")
         middle, bottom = SCREENS[screen] + WIDTH // 2, HEIGHT - BAR - 14
         before = picture(middle - 30, bottom - 40, 60, 30)
         with self.case(name, SHORTCUT_WORKS):
             self.rewrite()
-            wait_until(lambda: self.back_end.requests, "the request", 4)
+            self.back_end.expect_request()
         panel = int(wait_until(lambda: harness.windows(PANEL), "the panel")[0])
+        wait_until(lambda: rests(panel), "the panel to rest")
         with self.case(name, POINTER):
             x, y, width, height = geometry(panel)
             self.assertAlmostEqual(x + width / 2, middle, delta=1)
@@ -137,11 +146,12 @@ class WindowManagerTest(matrix.MatrixTest):
             order = stack()
             depth = {window: index for index, group in enumerate(order) for window in group}
             self.assertLess(depth[panel], depth[editor.window])
-            self.assertNotEqual(picture(middle - 30, y + height - 40, 60, 30), before)
+            wait_until(lambda: picture(middle - 30, y + height - 40, 60, 30) != before, "the panel to be drawn")
         with self.case(name, UNFOCUSED):
             self.assertEqual(harness.active_window(), front)
             self.assertEqual(harness.run("xdotool", "getwindowfocus"), focus)
         with self.case(name, SHORTCUT_WORKS):
+            self.back_end.release()
             self.expect_pasted(answer)
             self.expect_text(editor, answer)
 
