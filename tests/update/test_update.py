@@ -6,7 +6,6 @@ import json
 import os
 import pathlib
 import plistlib
-import re
 import shutil
 import signal
 import ssl
@@ -19,9 +18,6 @@ from harness import wait_until
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 HOME = pathlib.Path(os.environ["HOME"])
-# Places in the windows.
-MAIN_BUTTON = ("402", "327")  # "Install update", later "Relaunch now"
-MOVED_BUTTON = ("542", "492")  # "I've moved it — open Quillmarsh"
 
 
 def processes(executable):
@@ -48,6 +44,7 @@ class UpdateTest(unittest.TestCase):
         self.publish()
         self.executable = self.installed / "Contents" / "Linux" / "quillmarsh"
         self.product = harness.Product({"selectedProvider": "cloud", "completedRewriteCount": "7"})
+        self.reader = harness.ScreenReader()
 
     def tearDown(self):
         self.product.stop()
@@ -103,37 +100,51 @@ class UpdateTest(unittest.TestCase):
 
     def start(self, program):
         anchor = (self.certificates / "anchor.pem").read_text()
-        self.product.start(program=program, environment={"QUILLMARSH_TEST_UPDATE_HOST": self.host,
+        self.product.start(program=program, environment={**harness.SEEN_FROM_OUTSIDE,
+                                                         "QUILLMARSH_TEST_UPDATE_HOST": self.host,
                                                          "QUILLMARSH_TEST_CODESIGN_ANCHOR": anchor})
 
-    def click(self, window, place):
-        harness.run("xdotool", "mousemove", "--window", window, *place, "click", "1")
+    def click(self, name):
+        x, y = wait_until(lambda: self.place(name), f"the button “{name}”", 60)
+        harness.run("xdotool", "mousemove", str(x), str(y), "click", "1")
+
+    def place(self, name):
+        """The middle of the button, once that is there and everything is drawn."""
+        self.product.process.settle()
+        button = self.reader.find("Quillmarsh", name, "push button")
+        try:
+            if not button or not button.get_state_set().contains(self.reader.atspi.StateType.ENABLED):
+                return None
+            box = button.get_extents(self.reader.atspi.CoordType.SCREEN)
+            return box.x + box.width // 2, box.y + box.height // 2
+        except self.reader.gone:
+            return None
 
     def has_taken_over(self, old):
         """The copy in Applications runs, and it alone; another start only brings it forward."""
         wait_until(lambda: not self.product.process.is_running(), "the end of the old copy")
         self.assertEqual(self.product.process.process.returncode, 0, self.product.log_text())
-        new = wait_until(lambda: processes(self.executable), "the new copy")
-        self.assertNotEqual(new, [old])
-        wait_until(lambda: self.product.log_text().count("Event tap started") == 2, "the shortcuts of the new copy")
-        self.assertEqual(subprocess.run([str(self.executable)], check=False, timeout=20).returncode, 0)
+        wait_until(lambda: self.product.log_text().count("Event tap started") == 2, "the shortcuts of the new copy", 60)
+        new = processes(self.executable)
+        self.assertNotIn(old, new)
+        self.assertEqual(len(new), 1)
+        self.assertEqual(subprocess.run([str(self.executable)], check=False, timeout=60).returncode, 0)
         wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings of the new copy")
         self.assertEqual(processes(self.executable), new)
 
     def test_a_newer_version_is_installed_and_takes_over(self):
         self.start(self.executable)
         old = self.product.process.pid
-        window = wait_until(lambda: harness.windows("^Quillmarsh Update$"), "the update window")[0]
-        wait_until(lambda: harness.active_window() == int(window), "the update window in front")
+        wait_until(lambda: harness.in_front("^Quillmarsh Update$"), "the update window in front")
         self.assertEqual(self.version(), "1.0")
         (self.site / "update.json").unlink()  # what the new copy finds at its own first check
         harness.screenshot("update-found")
-        self.click(window, MAIN_BUTTON)
-        wait_until(lambda: self.version() == "1.1", "the new version in its place")
+        self.click("Install update")
+        wait_until(lambda: self.version() == "1.1", "the new version in its place", 60)
         wait_until(lambda: os.listdir(self.installed.parent) == ["Quillmarsh.app"], "an Applications folder without leftovers")
         self.assertEqual(processes(self.executable), [], "the old copy no longer runs from the installed place")
         harness.screenshot("update-installed")
-        self.click(window, MAIN_BUTTON)
+        self.click("Relaunch now")
         self.has_taken_over(old)
         self.assertIn("completedRewriteCount=7", self.product.defaults.read_text())
         harness.screenshot("update-relaunched")
@@ -144,19 +155,10 @@ class UpdateTest(unittest.TestCase):
         shutil.copytree(self.installed, download)
         program = download / "Contents" / "Linux" / "quillmarsh"
         self.start(program)
-        subprocess.run([str(program)], check=False, timeout=20)
-        window = wait_until(lambda: harness.windows("^Quillmarsh$"), "the welcome screen")[0]
-        wait_until(lambda: harness.active_window() == int(window), "the welcome screen in front")
-        wait_until(lambda: self.is_drawn(window), "what is in the window")
-        self.click(window, MOVED_BUTTON)
+        subprocess.run([str(program)], check=False, timeout=60)
+        wait_until(lambda: harness.in_front("^Quillmarsh$"), "the welcome screen in front")
+        self.click("I've moved it — open Quillmarsh")
         self.has_taken_over(self.product.process.pid)
-
-    @staticmethod
-    def is_drawn(window):
-        """Whether the button is there: blue at its left end, where it has no letters."""
-        pixel = harness.run("import", "-window", window, "-crop", "1x1+447+492", "-depth", "8", "txt:-")
-        red, _, blue = (int(part) for part in re.search(r"\((\d+),(\d+),(\d+)", pixel).groups())
-        return blue > red + 60
 
 
 if __name__ == "__main__":
