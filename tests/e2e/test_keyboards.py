@@ -91,9 +91,9 @@ class KeyboardTest(matrix.MatrixTest):
 
     def check(self, application, names, replaced=True):
         with contextlib.closing(self.open(application)) as editor:
-            self.check_editor(application, editor, names, replaced)
+            self.check_each(application, editor, names, replaced)
 
-    def check_editor(self, application, editor, names, replaced=True):
+    def check_each(self, application, editor, names, replaced=True):
         """One after another in the same document: each rewrites what the one before left."""
         selection = "some text"
         outcome = "pass" if replaced else "left on the clipboard"
@@ -107,6 +107,8 @@ class KeyboardTest(matrix.MatrixTest):
                 self.press()
                 self.expect_request(selection)
                 self.expect_pasted(answer)
+                if not replaced:
+                    self.expect_panel("Copied to clipboard")
                 self.expect_state(name)
                 selection = answer if replaced else selection
                 self.expect_text(editor, FIRST + selection + LAST)
@@ -177,7 +179,7 @@ class Matrix(KeyboardTest):
 
     def check_browser(self, name, open_browser):
         with contextlib.closing(open_browser(self.keyboard)) as browser:
-            self.check_editor(f"{name}: textarea", browser.open("textarea", DOCUMENT), KEYBOARDS)
+            self.check_each(f"{name}: textarea", browser.open("textarea", DOCUMENT), KEYBOARDS)
 
     def test_chromium(self):
         self.check_browser("Chromium", drivers.chromium)
@@ -187,7 +189,7 @@ class Matrix(KeyboardTest):
 
     def test_writer(self):
         with contextlib.closing(ReadOnUs(drivers.Writer(DOCUMENT, self.keyboard))) as writer:
-            self.check_editor("LibreOffice Writer", writer, KEYBOARDS)
+            self.check_each("LibreOffice Writer", writer, KEYBOARDS)
 
 
 class Everyday(KeyboardTest):
