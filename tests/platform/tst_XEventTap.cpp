@@ -334,13 +334,15 @@ private slots:
         releaseShortcut(keyboard);
         PhysicalKeyboard::setLayout(
             {QStringLiteral("us"), QStringLiteral("-option"), QStringLiteral("altwin:swap_alt_win")});
-        QTest::qWait(200);
-        keyboard.press(Key::shiftL);
-        keyboard.press(Key::altL); // is Super now
-        keyboard.tap(Key::r);
-        QTRY_COMPARE(events_.size(), 2U);
-        keyboard.release(Key::altL);
-        keyboard.release(Key::shiftL);
+        const auto isHeard = [&] { // once the tap has taken in the layout
+            keyboard.press(Key::shiftL);
+            keyboard.press(Key::altL); // is Super now
+            keyboard.tap(Key::r);
+            keyboard.release(Key::altL);
+            keyboard.release(Key::shiftL);
+            return QTest::qWaitFor([this] { return events_.size() > 1; }, 200);
+        };
+        QTRY_VERIFY(isHeard());
         PhysicalKeyboard::setLayout({QStringLiteral("us"), QStringLiteral("-option"), QString()});
     }
 
