@@ -303,7 +303,7 @@ private slots:
         for (int round = 0; round < 1000; ++round)
             sent += copy() ? 1 : 0;
         stop = true;
-        QVERIFY(user->wait(5000));
+        QVERIFY(user->wait(30000));
         const auto presses = typed(target);
         const auto copies = std::count_if(presses.begin(), presses.end(),
                                           [](const auto& press) { return press.keycode == Key::c; });
@@ -344,7 +344,7 @@ private slots:
         for (int round = 0; round < 600; ++round)
             sent += copy() ? 1 : 0;
         stop = true;
-        QVERIFY(user->wait(5000) && application->wait(5000));
+        QVERIFY(user->wait(30000) && application->wait(30000));
         const auto copies = typed(target);
         QCOMPARE(static_cast<int>(copies.size()), sent);
         QCOMPARE(std::count_if(copies.begin(), copies.end(),
