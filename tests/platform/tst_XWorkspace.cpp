@@ -136,10 +136,13 @@ private slots:
     void activatingAClosedWindowBringsItsProgramForward()
     {
         QProcess editor;
-        editor.start(QStringLiteral("xclock"), {}); // any second program will do
-        if (!editor.waitForStarted())
-            return;
-        QTRY_VERIFY(workspace_->frontmostApplication());
+        editor.start(QStringLiteral("xterm"), {}); // any second program will do
+        QVERIFY(editor.waitForStarted());
+        const auto isInFront = [this, &editor] {
+            const auto front = workspace_->frontmostApplication();
+            return front && front->processIdentifier == editor.processId();
+        };
+        QTRY_VERIFY(isInFront());
         RunningApplication gone = *workspace_->frontmostApplication();
         const quint64 window = gone.window;
         gone.window = 0x7fffff0;
@@ -173,6 +176,7 @@ private slots:
     {
         setOpener("echo $$ > \"$HOME/pid\"; exec sleep 60\n");
         QVERIFY(runTask(workspace_->open(QUrl(QStringLiteral("https://a.example")))));
+        QTRY_VERIFY(contentOf(home("pid")).endsWith('\n'));
         const int pid = contentOf(home("pid")).trimmed().toInt();
         QVERIFY(pid > 0);
         QCOMPARE(::kill(pid, 0), 0); // still running
