@@ -214,12 +214,10 @@ class Keyboard:
     def state(self):
         return self.ask("state")
 
-    def nothing_is_down(self):
-        return re.fullmatch(r"modifiers=0 locked=\d+ keys=", self.state())
-
     def expect_nothing_down(self):
         """Soon: the last releases of an injection may still be on their way."""
-        wait_until(self.nothing_is_down, lambda: f"every key to be up: {self.state()}")
+        wait_until(lambda: re.fullmatch(r"modifiers=0 locked=\d+ keys=", self.state()),
+                   lambda: f"every key to be up: {self.state()}")
 
     def stop(self):
         self.process.communicate(timeout=20)
@@ -240,7 +238,6 @@ class BackEnd:
             def do_POST(self):
                 body = self.rfile.read(int(self.headers.get("Content-Length", 0)))
                 back_end.requests.append((self.path, dict(self.headers), body))
-                time.sleep(back_end.delay)
                 back_end.released.wait(120)
                 status, answer = back_end.answer(json.loads(body).get("text", ""))
                 data = answer if isinstance(answer, bytes) else json.dumps(answer).encode()
@@ -267,7 +264,6 @@ class BackEnd:
     def reset(self):
         self.requests.clear()
         self.answer = lambda text: (200, {"text": text.upper()})
-        self.delay = 0.0
         self.release()
 
     def hold(self):
@@ -486,6 +482,7 @@ class Panel:
 
     def __init__(self):
         self.reader = ScreenReader()
+        self.is_held = False
 
     def is_shown(self):
         return bool(windows("^Quillmarsh panel$"))
@@ -496,11 +493,23 @@ class Panel:
     def expect(self, *texts, limit=20.0):
         wait_until(lambda: set(texts) <= self.texts(), lambda: f"{texts} on the panel, which has {self.texts()}", limit)
 
+    def hold(self):
+        """Rests the pointer where the panel appears: a success then stays until the pointer leaves."""
+        run("xdotool", "mousemove", "640", "730")
+        self.is_held = True
+
+    def let_go(self):
+        if self.is_held:
+            run("xdotool", "mousemove", "5", "5")
+        self.is_held = False
+
     def wait_until_gone(self):
+        self.let_go()
         wait_until(lambda: not self.is_shown(), "the panel to leave")
 
     def dismiss(self):
         """Unless it leaves by itself meanwhile."""
+        self.let_go()
 
         def is_gone():
             button = self.reader.find("Quillmarsh", "Dismiss")

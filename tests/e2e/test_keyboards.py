@@ -104,11 +104,14 @@ class KeyboardTest(matrix.MatrixTest):
                 self.back_end.answer = lambda text, answer=answer: (200, {"text": answer})
                 use(self.keyboard, name)
                 editor.select("Control_L Home", "Down", "Shift_L End")
+                if not replaced:
+                    self.panel.hold()
                 self.press()
                 self.expect_request(selection)
                 self.expect_pasted(answer)
                 if not replaced:
                     self.expect_panel("Copied to clipboard")
+                    self.panel.let_go()
                 self.expect_state(name)
                 selection = answer if replaced else selection
                 self.expect_text(editor, FIRST + selection + LAST)

@@ -96,6 +96,7 @@ class Terminals(matrix.MatrixTest):
             with self.case(name, NOT_RUN, outcome="left on the clipboard"):
                 self.back_end.answer = lambda text: (200, {"text": f"touch {marker}\nls\n"})
                 terminal.select_word()
+                self.panel.hold()
                 self.rewrite()
                 self.back_end.expect_request()
                 self.expect_panel("Copied to clipboard")

@@ -203,6 +203,7 @@ class RewriteTest(harness.RunningProduct):
     def test_the_success_panel(self):
         self.editor = harness.mousepad("thanks for your help\n", self.keyboard)
         self.editor.select_all()
+        self.panel.hold()
         self.rewrite()
         self.panel.expect("Text rewritten")
         time.sleep(0.3)
