@@ -53,7 +53,7 @@ CodexOAuthService::CodexOAuthService(CodexEnvironment environment, StoredState s
 CodexOAuthService::~CodexOAuthService()
 {
     cancelSignIn();
-    cancelRefresh();
+    refreshes_.cancel();
     resetModels();
 }
 
@@ -101,7 +101,7 @@ void CodexOAuthService::selectProfile(const QString& clientID)
     if (isAuthenticating_)
         cancelSignIn();
     renewGeneration();
-    cancelRefresh();
+    refreshes_.cancel();
     setLastError(std::nullopt);
     activate(clientID);
 }
@@ -139,7 +139,7 @@ Task<> CodexOAuthService::signOut()
     if (!profile)
         co_return;
     cancelSignIn();
-    cancelRefresh();
+    refreshes_.cancel();
     setLastError(std::nullopt);
     const bool removed = co_await removeProfile(*profile);
     if (removed && self)
@@ -164,7 +164,7 @@ Task<bool> CodexOAuthService::removeProfile(CodexTokens profile)
         co_return false;
     if (!isAuthenticating_) // else a sign-in has begun meanwhile, under a generation of its own
         renewGeneration();
-    cancelRefresh();
+    refreshes_.cancel();
     if (environment_.defaults)
         environment_.defaults->remove(modelKey(profile.clientID));
     if (activeClientID_ == profile.clientID)

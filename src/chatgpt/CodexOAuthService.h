@@ -4,8 +4,8 @@
 #include "chatgpt/ChatGPTModel.h"
 #include "chatgpt/CodexEnvironment.h"
 #include "chatgpt/CodexProfiles.h"
-#include "chatgpt/SharedResult.h"
 #include "chatgpt/TokenEndpoint.h"
+#include "chatgpt/TokenRefreshes.h"
 
 #include <QUuid>
 
@@ -99,7 +99,6 @@ signals:
     void selectedModelChanged();
 
 private:
-    using SharedRefresh = SharedResult<CodexTokens>;
     using NetworkFailure = std::optional<TransportError>;
     using SharedModels = SharedResult<NetworkFailure>;
 
@@ -110,29 +109,13 @@ private:
         std::stop_token stop;
     };
 
-    struct Grant ///< what the browser brought back
-    {
-        QString clientID;
-        QString code;
-        QString verifier;
-        QString redirectURI;
-        QString nonce;
-    };
-
     Task<> runAttempt(Attempt attempt);
-    Task<Grant> authorize(Attempt attempt);
     Task<> recordRegistration(Attempt attempt, QString clientID);
-    Task<CodexTokens> exchange(Attempt attempt, Grant grant);
     Task<> adopt(Attempt attempt, CodexTokens tokens);
     void endAttempt(const QUuid& generation, const std::optional<QString>& failure);
-    static Task<> openBrowser(CodexEnvironment environment, QUrl url,
-                              std::weak_ptr<OAuthCallbackServer> server);
 
-    std::shared_ptr<SharedRefresh> startRefresh(const CodexTokens& profile);
-    Task<> runRefresh(std::shared_ptr<SharedRefresh> refresh, std::shared_ptr<SharedRefresh> before,
-                      CodexTokens profile);
+    TokenRefreshes::Shared startRefresh(const CodexTokens& profile);
     Task<CodexTokens> refreshed(CodexTokens profile, QUuid generation, std::stop_token stop);
-    void cancelRefresh();
 
     /// loadModels(), telling whether the network failed.
     Task<NetworkFailure> modelsLoaded(std::stop_token stop);
@@ -168,10 +151,7 @@ private:
     QUuid generation_ = QUuid::createUuid();
     QUuid modelsGeneration_ = QUuid::createUuid();
     std::stop_source loginStop_;
-    std::shared_ptr<OAuthCallbackServer> server_;
-    std::shared_ptr<SharedRefresh> refresh_; ///< the one that may be joined
-    QString refreshClientID_;
-    std::map<QString, std::weak_ptr<SharedRefresh>> unfinishedRefreshes_; ///< also those that were cancelled
+    TokenRefreshes refreshes_;
     std::shared_ptr<SharedModels> modelsLoad_;
 };
 

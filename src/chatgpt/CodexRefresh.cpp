@@ -4,19 +4,6 @@
 
 namespace quillmarsh {
 
-namespace {
-
-Task<> ended(QFuture<CodexTokens> refresh)
-{
-    try {
-        co_await resultOf(refresh, {});
-    } catch (const std::exception&) {
-        // Whoever waits for its result hears of it.
-    }
-}
-
-} // namespace
-
 Task<CodexTokens> CodexOAuthService::refreshIfNeeded(Refresh mode, std::stop_token stop)
 {
     const QPointer<CodexOAuthService> self(this);
@@ -29,8 +16,8 @@ Task<CodexTokens> CodexOAuthService::refreshIfNeeded(Refresh mode, std::stop_tok
         throw CodexOAuthError(QStringLiteral("Connect your ChatGPT account in Settings."));
     if (mode == Refresh::ifNeeded && active->isFresh(environment_.now()))
         co_return *active;
-    std::shared_ptr<SharedRefresh> refresh = refresh_;
-    if (!refresh || refreshClientID_ != active->clientID) {
+    TokenRefreshes::Shared refresh = refreshes_.current(active->clientID);
+    if (!refresh) {
         if (active->refreshToken.isEmpty())
             throw CodexOAuthError(QStringLiteral("Your ChatGPT session ended. Please reconnect."));
         refresh = startRefresh(*active);
@@ -49,44 +36,13 @@ Task<CodexTokens> CodexOAuthService::refreshIfNeeded(Refresh mode, std::stop_tok
     co_return co_await refreshIfNeeded(isSame ? mode : Refresh::ifNeeded, stop);
 }
 
-std::shared_ptr<CodexOAuthService::SharedRefresh> CodexOAuthService::startRefresh(const CodexTokens& profile)
-{
-    cancelRefresh();
-    const auto refresh = std::make_shared<SharedRefresh>();
-    const auto before = unfinishedRefreshes_[profile.clientID].lock();
-    unfinishedRefreshes_[profile.clientID] = refresh;
-    refresh_ = refresh;
-    refreshClientID_ = profile.clientID;
-    detach(runRefresh(refresh, before, profile));
-    return refresh;
-}
-
-/// A cancelled refresh of the same profile may still be on its way out: two never run at once.
-Task<> CodexOAuthService::runRefresh(std::shared_ptr<SharedRefresh> refresh,
-                                     std::shared_ptr<SharedRefresh> before, CodexTokens profile)
+TokenRefreshes::Shared CodexOAuthService::startRefresh(const CodexTokens& profile)
 {
     const QPointer<CodexOAuthService> self(this);
-    const QUuid generation = generation_;
-    const std::stop_token stop = refresh->stop.get_token();
-    std::exception_ptr failure;
-    std::optional<CodexTokens> result;
-    try {
-        if (before)
-            co_await ended(before->promise.future());
-        before.reset();
-        throwIfStopped(stop);
-        if (!self)
-            throw Cancelled();
-        result = co_await refreshed(profile, generation, stop);
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    if (self && refresh_ == refresh)
-        refresh_.reset();
-    if (result)
-        refresh->succeed(*result);
-    else
-        refresh->fail(failure);
+    return refreshes_.start(profile,
+                            [self, generation = generation_](CodexTokens tokens, std::stop_token stop) {
+                                return self->refreshed(std::move(tokens), generation, std::move(stop));
+                            });
 }
 
 Task<CodexTokens> CodexOAuthService::refreshed(CodexTokens profile, QUuid generation, std::stop_token stop)
@@ -112,21 +68,9 @@ Task<CodexTokens> CodexOAuthService::refreshed(CodexTokens profile, QUuid genera
 Task<> CodexOAuthService::settled()
 {
     const QPointer<CodexOAuthService> self(this);
-    const auto unfinished = unfinishedRefreshes_;
-    for (const auto& entry : unfinished) {
-        if (const auto refresh = entry.second.lock())
-            co_await ended(refresh->promise.future());
-    }
+    co_await refreshes_.settled();
     if (self)
         co_await profiles_.settled();
-}
-
-void CodexOAuthService::cancelRefresh()
-{
-    if (refresh_)
-        refresh_->stop.request_stop();
-    refresh_.reset();
-    refreshClientID_.clear();
 }
 
 Task<CodexOAuthService::InferenceContext> CodexOAuthService::inferenceContext(std::stop_token stop)
