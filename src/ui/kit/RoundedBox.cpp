@@ -2,8 +2,6 @@
 
 #include <QPainter>
 #include <QPainterPath>
-#include <QQuickWindow>
-#include <QSGImageNode>
 
 #include <algorithm>
 #include <cmath>
@@ -50,9 +48,8 @@ QPainterPath boxPath(const QRectF& box, qreal radius, bool continuous)
 
 } // namespace
 
-RoundedBox::RoundedBox(QQuickItem* parent) : QQuickItem(parent)
+RoundedBox::RoundedBox(QQuickItem* parent) : PictureItem(parent)
 {
-    setFlag(ItemHasContents);
     for (const auto changed :
          {&RoundedBox::colorChanged, &RoundedBox::radiusChanged, &RoundedBox::continuousChanged,
           &RoundedBox::lineColorChanged, &RoundedBox::lineWidthChanged, &RoundedBox::lineInsetChanged})
@@ -89,13 +86,10 @@ void RoundedBox::paint(QPainter& painter, const QRectF& box, qreal ratio) const
     painter.drawPath(boxPath(box.adjusted(edge, edge, -edge, -edge), radius - edge, continuous_));
 }
 
-QSGNode* RoundedBox::updatePaintNode(QSGNode* old, UpdatePaintNodeData*)
+PictureItem::Picture RoundedBox::picture(qreal ratio) const
 {
-    if (isInvisible()) {
-        delete old;
-        return nullptr;
-    }
-    const qreal ratio = window()->effectiveDevicePixelRatio();
+    if (isInvisible())
+        return {};
     const QPointF origin = mapToScene({}) * ratio;
     const QRect pixels = devicePixels(origin, ratio);
     QImage image(pixels.size(), QImage::Format_ARGB32_Premultiplied);
@@ -103,28 +97,7 @@ QSGNode* RoundedBox::updatePaintNode(QSGNode* old, UpdatePaintNodeData*)
     QPainter painter(&image);
     paint(painter, image.rect(), ratio);
     painter.end();
-    auto* node = static_cast<QSGImageNode*>(old);
-    if (!node) {
-        node = window()->createImageNode();
-        node->setOwnsTexture(true);
-        node->setFiltering(QSGTexture::Linear);
-    }
-    node->setTexture(window()->createTextureFromImage(image));
-    node->setRect(QRectF((pixels.topLeft() - origin) / ratio, QSizeF(pixels.size()) / ratio));
-    return node;
-}
-
-void RoundedBox::itemChange(ItemChange change, const ItemChangeData& value)
-{
-    if (change == ItemDevicePixelRatioHasChanged)
-        update();
-    QQuickItem::itemChange(change, value);
-}
-
-void RoundedBox::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry)
-{
-    QQuickItem::geometryChange(newGeometry, oldGeometry);
-    update();
+    return {image, QRectF((pixels.topLeft() - origin) / ratio, QSizeF(pixels.size()) / ratio)};
 }
 
 } // namespace quillmarsh

@@ -1,13 +1,14 @@
 #pragma once
 
+#include "ui/kit/PictureItem.h"
+
 #include <QColor>
-#include <QQuickItem>
 
 namespace quillmarsh {
 
 /// A filled rounded rectangle with an outline of any width, fractions included, exact at every scale factor.
 /// The scene graph's own rectangle knows only whole line widths when it draws in software.
-class RoundedBox : public QQuickItem
+class RoundedBox : public PictureItem
 {
     Q_OBJECT
     Q_PROPERTY(QColor color MEMBER color_ NOTIFY colorChanged)
@@ -32,9 +33,7 @@ signals:
     void lineInsetChanged();
 
 protected:
-    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
-    void itemChange(ItemChange change, const ItemChangeData& value) override;
-    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+    [[nodiscard]] Picture picture(qreal ratio) const override;
 
 private:
     [[nodiscard]] bool isInvisible() const;

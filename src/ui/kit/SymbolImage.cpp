@@ -5,10 +5,9 @@
 #include <QCache>
 #include <QFile>
 #include <QPainter>
-#include <QQuickWindow>
-#include <QSGImageNode>
 #include <QSvgRenderer>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
@@ -58,61 +57,18 @@ QImage symbolImage(const QString& symbol, const QColor& color, int pixels)
     return image;
 }
 
-SymbolImage::SymbolImage(QQuickItem* parent) : QQuickItem(parent)
+SymbolImage::SymbolImage(QQuickItem* parent) : PictureItem(parent)
 {
-    setFlag(ItemHasContents);
+    for (const auto changed : {&SymbolImage::nameChanged, &SymbolImage::colorChanged})
+        connect(this, changed, this, &QQuickItem::update);
 }
 
-void SymbolImage::setName(const QString& name)
-{
-    if (name_ == name)
-        return;
-    name_ = name;
-    emit nameChanged();
-    update();
-}
-
-void SymbolImage::setColor(const QColor& color)
-{
-    if (color_ == color)
-        return;
-    color_ = color;
-    emit colorChanged();
-    update();
-}
-
-QSGNode* SymbolImage::updatePaintNode(QSGNode* old, UpdatePaintNodeData*)
+PictureItem::Picture SymbolImage::picture(qreal ratio) const
 {
     const qreal side = std::min(width(), height());
-    const int pixels = static_cast<int>(std::ceil(side * window()->effectiveDevicePixelRatio()));
-    const QImage image = symbolImage(name_, color_, pixels);
-    if (image.isNull()) {
-        delete old;
-        return nullptr;
-    }
-    auto* node = static_cast<QSGImageNode*>(old);
-    if (!node) {
-        node = window()->createImageNode();
-        node->setOwnsTexture(true);
-        node->setFiltering(QSGTexture::Linear);
-    }
-    node->setTexture(window()->createTextureFromImage(image));
-    node->setRect(QRectF((width() - side) / 2, (height() - side) / 2, side, side));
-    return node;
-}
-
-void SymbolImage::itemChange(ItemChange change, const ItemChangeData& value)
-{
-    if (change == ItemDevicePixelRatioHasChanged)
-        update();
-    QQuickItem::itemChange(change, value);
-}
-
-void SymbolImage::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry)
-{
-    QQuickItem::geometryChange(newGeometry, oldGeometry);
-    if (newGeometry.size() != oldGeometry.size())
-        update();
+    const int pixels = static_cast<int>(std::ceil(side * ratio));
+    return {symbolImage(name_, color_, pixels),
+            QRectF((width() - side) / 2, (height() - side) / 2, side, side)};
 }
 
 } // namespace quillmarsh

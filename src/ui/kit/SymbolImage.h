@@ -1,8 +1,8 @@
 #pragma once
 
+#include "ui/kit/PictureItem.h"
+
 #include <QColor>
-#include <QImage>
-#include <QQuickItem>
 
 namespace quillmarsh {
 
@@ -11,28 +11,21 @@ namespace quillmarsh {
 [[nodiscard]] QImage symbolImage(const QString& symbol, const QColor& color, int pixels);
 
 /// A symbol in a scene, sharp at every scale factor.
-class SymbolImage : public QQuickItem
+class SymbolImage : public PictureItem
 {
     Q_OBJECT
-    Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)
-    Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
+    Q_PROPERTY(QString name MEMBER name_ NOTIFY nameChanged)
+    Q_PROPERTY(QColor color MEMBER color_ NOTIFY colorChanged)
 
 public:
     explicit SymbolImage(QQuickItem* parent = nullptr);
-
-    [[nodiscard]] QString name() const { return name_; }
-    void setName(const QString& name);
-    [[nodiscard]] QColor color() const { return color_; }
-    void setColor(const QColor& color);
 
 signals:
     void nameChanged();
     void colorChanged();
 
 protected:
-    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
-    void itemChange(ItemChange change, const ItemChangeData& value) override;
-    void geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) override;
+    [[nodiscard]] Picture picture(qreal ratio) const override;
 
 private:
     QString name_;
