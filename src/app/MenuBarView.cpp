@@ -2,13 +2,11 @@
 
 #include "app/Foreground.h"
 #include "app/MenuBarModel.h"
-#include "base/Log.h"
 #include "platform/PanelWindow.h"
 #include "platform/Workspace.h"
-#include "ui/kit/KitTypes.h"
+#include "ui/kit/Scene.h"
 
 #include <QGuiApplication>
-#include <QQmlError>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
@@ -107,7 +105,6 @@ void MenuBarView::toggle(const QRect& anchor)
 
 void MenuBarView::makeWindow()
 {
-    registerKitTypes();
     window_ = std::make_unique<QQuickView>();
     window_->setTitle(QStringLiteral("Quillmarsh menu"));
     window_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
@@ -116,12 +113,9 @@ void MenuBarView::makeWindow()
     format.setAlphaBufferSize(isComposited ? 8 : 0);
     window_->setFormat(format);
     window_->setColor(isComposited ? Qt::transparent : Qt::white);
-    window_->setResizeMode(QQuickView::SizeRootObjectToView);
-    window_->setInitialProperties({{QStringLiteral("menu"), QVariant::fromValue(&model_)},
-                                   {QStringLiteral("isComposited"), isComposited}});
-    window_->setSource(QUrl(QStringLiteral("qrc:/quillmarsh/app/MenuBarView.qml")));
-    for (const QQmlError& error : window_->errors())
-        qCCritical(lcQuillmarsh, "The menu: %s", qUtf8Printable(error.toString()));
+    showScene(*window_, QStringLiteral("qrc:/quillmarsh/app/MenuBarView.qml"),
+              {{QStringLiteral("menu"), QVariant::fromValue(&model_)},
+               {QStringLiteral("isComposited"), isComposited}});
     if (QQuickItem* root = window_->rootObject()) {
         connect(root, &QQuickItem::implicitHeightChanged, this, &MenuBarView::place);
         connect(root, SIGNAL(dismissed()), this, SLOT(close()));

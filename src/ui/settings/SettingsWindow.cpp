@@ -1,14 +1,12 @@
 #include "ui/settings/SettingsWindow.h"
 
-#include "base/Log.h"
 #include "ui/kit/AppDesign.h"
-#include "ui/kit/KitTypes.h"
+#include "ui/kit/KitWindow.h"
+#include "ui/kit/Scene.h"
 #include "ui/settings/KeyCaptureView.h"
 #include "ui/settings/SettingsViewModels.h"
 #include "update/InstallationModel.h"
 
-#include <QQmlError>
-#include <QQuickView>
 #include <QScreen>
 #include <QtQml/qqml.h>
 
@@ -37,24 +35,6 @@ void registerSettingsTypes()
     }();
     Q_UNUSED(once)
 }
-
-/// Tells when its user closes it.
-class ClosingView final : public QQuickView
-{
-public:
-    explicit ClosingView(std::function<void()> closed) : closed_(std::move(closed)) {}
-
-private:
-    bool event(QEvent* event) override
-    {
-        const bool handled = QQuickView::event(event);
-        if (event->type() == QEvent::Close && event->isAccepted())
-            closed_();
-        return handled;
-    }
-
-    std::function<void()> closed_;
-};
 
 } // namespace
 
@@ -92,18 +72,13 @@ void SettingsWindow::close()
 
 void SettingsWindow::open()
 {
-    registerKitTypes();
     registerSettingsTypes();
-    // Queued: the view is destroyed, and it is still handling the event.
-    view_ = std::make_unique<ClosingView>(
-        [this] { QMetaObject::invokeMethod(this, &SettingsWindow::release, Qt::QueuedConnection); });
-    view_->setTitle(u"Quillmarsh"_s);
-    view_->setResizeMode(QQuickView::SizeRootObjectToView);
-    const QRect room = view_->screen()->availableGeometry();
-    const QSize size = withTextScale(windowSize, room.size());
-    view_->setMinimumSize(withTextScale(minimumSize, room.size()));
-    view_->resize(size);
-    view_->setPosition(room.center() - QRect({}, size).center());
+    auto window = std::make_unique<KitWindow>(u"Quillmarsh"_s);
+    connect(window.get(), &KitWindow::closed, this, &SettingsWindow::release, Qt::QueuedConnection);
+    const QSize room = window->screen()->availableSize();
+    window->setMinimumSize(withTextScale(minimumSize, room));
+    window->takeMiddle(withTextScale(windowSize, room));
+    view_ = std::move(window);
     load();
 }
 
@@ -112,15 +87,13 @@ void SettingsWindow::load()
     view_->setSource({});
     if (environment_.installation.isNeeded()) {
         models_.reset();
-        view_->setInitialProperties({{u"model"_s, QVariant::fromValue(&environment_.installation)}});
-        view_->setSource(QUrl(u"qrc:/quillmarsh/update/InstallationView.qml"_s));
+        showScene(*view_, u"qrc:/quillmarsh/update/InstallationView.qml"_s,
+                  {{u"model"_s, QVariant::fromValue(&environment_.installation)}});
     } else {
         models_ = std::make_unique<SettingsViewModels>(environment_);
-        view_->setInitialProperties({{u"models"_s, QVariant::fromValue(models_.get())}});
-        view_->setSource(QUrl(u"qrc:/quillmarsh/settings/SettingsView.qml"_s));
+        showScene(*view_, u"qrc:/quillmarsh/settings/SettingsView.qml"_s,
+                  {{u"models"_s, QVariant::fromValue(models_.get())}});
     }
-    for (const QQmlError& error : view_->errors())
-        qCCritical(lcQuillmarsh, "The settings window: %s", qUtf8Printable(error.toString()));
 }
 
 void SettingsWindow::release()

@@ -1,13 +1,8 @@
 #include "ui/update/UpdateWindow.h"
 
-#include "base/Log.h"
-#include "ui/kit/KitTypes.h"
+#include "ui/kit/KitWindow.h"
+#include "ui/kit/Scene.h"
 #include "update/UpdatePrompt.h"
-
-#include <QEvent>
-#include <QQmlError>
-#include <QQuickView>
-#include <QScreen>
 
 namespace quillmarsh {
 
@@ -38,31 +33,17 @@ void UpdateWindow::close()
 
 void UpdateWindow::open()
 {
-    registerKitTypes();
     prompt_ = std::make_unique<UpdatePrompt>(service_);
-    view_ = std::make_unique<QQuickView>();
     connect(prompt_.get(), &UpdatePrompt::closeRequested, this, &UpdateWindow::close);
-    view_->installEventFilter(this);
-    view_->setTitle(QStringLiteral("Quillmarsh Update"));
-    view_->setFlags(Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
-    view_->setResizeMode(QQuickView::SizeRootObjectToView);
-    view_->setMinimumSize(contentSize);
-    view_->setMaximumSize(contentSize);
-    view_->resize(contentSize);
-    const QRect room = view_->screen()->availableGeometry();
-    view_->setPosition(room.center() - QRect({}, contentSize).center());
-    view_->setInitialProperties({{QStringLiteral("prompt"), QVariant::fromValue(prompt_.get())}});
-    view_->setSource(QUrl(QStringLiteral("qrc:/quillmarsh/update/UpdatePromptView.qml")));
-    for (const QQmlError& error : view_->errors())
-        qCCritical(lcQuillmarsh, "The update window: %s", qUtf8Printable(error.toString()));
-}
-
-bool UpdateWindow::eventFilter(QObject* watched, QEvent* event)
-{
-    // Queued: the window is still handling the event that ends it.
-    if (watched == view_.get() && event->type() == QEvent::Close)
-        QMetaObject::invokeMethod(this, &UpdateWindow::release, Qt::QueuedConnection);
-    return QObject::eventFilter(watched, event);
+    auto window = std::make_unique<KitWindow>(QStringLiteral("Quillmarsh Update"));
+    connect(window.get(), &KitWindow::closed, this, &UpdateWindow::release, Qt::QueuedConnection);
+    window->setFlags(Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
+    window->setMinimumSize(contentSize);
+    window->setMaximumSize(contentSize);
+    window->takeMiddle(contentSize);
+    view_ = std::move(window);
+    showScene(*view_, QStringLiteral("qrc:/quillmarsh/update/UpdatePromptView.qml"),
+              {{QStringLiteral("prompt"), QVariant::fromValue(prompt_.get())}});
 }
 
 void UpdateWindow::release()

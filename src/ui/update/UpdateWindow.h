@@ -33,9 +33,6 @@ signals:
     /// The window is gone and its memory free.
     void closed();
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void open();
     void release();
