@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Task.h"
+#include "app/MenuBarEnvironment.h"
 #include "platform/Workspace.h"
 
 #include <QObject>
@@ -8,26 +8,8 @@
 
 namespace quillmarsh {
 
-class AppSettings;
-class KeyboardLayout;
-class RewriteService;
-class UpdateService;
-class UserDefaults;
 enum class SettingsSection;
 struct InstructionShortcut;
-
-/// What the menu shows and does. Everything outlives the model.
-struct MenuBarEnvironment
-{
-    AppSettings& settings;
-    RewriteService& rewrites;
-    UpdateService& updates;
-    Workspace& workspace;
-    KeyboardLayout& layout;
-    UserDefaults& defaults;
-    /// Whether a ChatGPT account is connected; connectionChanged() tells of another answer.
-    std::function<bool()> isChatGPTConnected;
-};
 
 /// The menu's texts and rules: which lines it has, what they say, and what choosing them does. Lives as long
 /// as the application, so that a half-typed instruction is still there when the menu opens again.

@@ -1,34 +1,14 @@
 #pragma once
 
 #include "base/Task.h"
+#include "update/CheckResult.h"
 #include "update/UpdateEnvironment.h"
-#include "update/UpdateRelease.h"
 
 #include <QNetworkAccessManager>
 #include <QObject>
 #include <QPointer>
 
-#include <variant>
-
 namespace quillmarsh {
-
-/// How the last check ended.
-struct CheckResult
-{
-    struct UpToDate
-    {
-        bool operator==(const UpToDate&) const = default;
-    };
-    struct Error
-    {
-        QString text;
-        bool operator==(const Error&) const = default;
-    };
-
-    std::variant<UpToDate, UpdateRelease, Error> value;
-
-    bool operator==(const CheckResult&) const = default;
-};
 
 /// The updater: it looks for a newer release at once and every 24 hours, and installs one when it is asked
 /// to. A copy that a package manager owns is left to that manager: nothing here acts then. Main thread only.
