@@ -134,20 +134,25 @@ Task<QString> CodexResponsesService::call(Context context, Request request, Atte
     if (status != 401 || attempt == Attempt::afterRefresh)
         throwStatus(status);
     reply.reset();
+    const Request renewed = co_await renew(context, request, stop);
+    co_return co_await call(context, renewed, Attempt::afterRefresh, stop);
+}
+
+Task<CodexResponsesService::Request> CodexResponsesService::renew(Context context, Request request,
+                                                                  std::stop_token stop)
+{
     if (!context.service)
         throw Cancelled();
-    const CodexTokens refreshed =
-        co_await context.service->refreshIfNeeded(CodexOAuthService::Refresh::forced, stop);
+    const QString before = request.tokens.clientID;
+    request.tokens = co_await context.service->refreshIfNeeded(CodexOAuthService::Refresh::forced, stop);
     if (!context.service)
         throw Cancelled();
-    if (refreshed.clientID != request.tokens.clientID) { // the user has switched profiles meanwhile
+    if (request.tokens.clientID != before) { // the user has switched profiles meanwhile
         const auto inference = co_await context.service->inferenceContext(stop);
         request.tokens = inference.tokens;
         request.model = inference.model;
-    } else {
-        request.tokens = refreshed;
     }
-    co_return co_await call(context, request, Attempt::afterRefresh, stop);
+    co_return request;
 }
 
 Task<QString> CodexResponsesService::readStream(QNetworkReply* reply, std::stop_token stop)

@@ -50,6 +50,8 @@ private:
     static Task<QString> rewrite(Context context, QString text, std::optional<QString> instruction,
                                  std::stop_token stop);
     static Task<QString> call(Context context, Request request, Attempt attempt, std::stop_token stop);
+    /// The request with a token that replaces the refused one.
+    static Task<Request> renew(Context context, Request request, std::stop_token stop);
     static Task<QString> readStream(QNetworkReply* reply, std::stop_token stop);
 
     Context context_;

@@ -46,6 +46,28 @@ Task<std::optional<bool>> requestName()
     co_return reply.value() == primaryOwner || reply.value() == alreadyOwner;
 }
 
+/// Asks for the name until it is ours or `patience` is over.
+Task<std::optional<bool>> awaitName(std::chrono::milliseconds patience)
+{
+    const QDeadlineTimer deadline(patience);
+    std::optional<bool> ours = co_await requestName();
+    while (ours == false && !deadline.hasExpired()) {
+        co_await sleepFor(lookAgainAfter);
+        ours = co_await requestName();
+    }
+    co_return ours;
+}
+
+Task<> activateRunningInstance()
+{
+    const auto wake = QDBusMessage::createMethodCall(name, path, name, QStringLiteral("Activate"));
+    const QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(wake, activationAnswersWithinMs);
+    const QDBusPendingReply<> answer = co_await pending;
+    if (answer.isError())
+        qCWarning(lcQuillmarsh, "The running instance does not answer: %s",
+                  qUtf8Printable(answer.error().name()));
+}
+
 } // namespace
 
 DBusInstanceGuard::~DBusInstanceGuard()
@@ -63,13 +85,8 @@ Task<InstanceClaim> DBusInstanceGuard::claim(bool waitForPredecessor)
     // The object is there before the name is, so that nobody finds a name that does not answer.
     registered_ = bus.registerObject(path, this, QDBusConnection::ExportScriptableSlots) || registered_;
     const QPointer<DBusInstanceGuard> self(this);
-    const QDeadlineTimer patience(waitForPredecessor ? std::chrono::milliseconds(predecessorLeavesWithin)
-                                                     : 0ms);
-    std::optional<bool> ours = co_await requestName();
-    while (ours == false && !patience.hasExpired()) {
-        co_await sleepFor(lookAgainAfter);
-        ours = co_await requestName();
-    }
+    const std::chrono::milliseconds patience = waitForPredecessor ? predecessorLeavesWithin : 0s;
+    const std::optional<bool> ours = co_await awaitName(patience);
     if (!ours) {
         qCWarning(lcQuillmarsh, "The session bus does not answer: a second start cannot be noticed");
         co_return InstanceClaim::Unknown;
@@ -78,12 +95,7 @@ Task<InstanceClaim> DBusInstanceGuard::claim(bool waitForPredecessor)
         co_return InstanceClaim::First;
     if (self)
         self->release();
-    const auto wake = QDBusMessage::createMethodCall(name, path, name, QStringLiteral("Activate"));
-    const QDBusPendingCall pending = bus.asyncCall(wake, activationAnswersWithinMs);
-    const QDBusPendingReply<> answer = co_await pending;
-    if (answer.isError())
-        qCWarning(lcQuillmarsh, "The running instance does not answer: %s",
-                  qUtf8Printable(answer.error().name()));
+    co_await activateRunningInstance();
     co_return InstanceClaim::Running;
 }
 

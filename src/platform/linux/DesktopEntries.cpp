@@ -63,6 +63,13 @@ QHash<QString, QString> mainGroup(const QByteArray& content)
     return values;
 }
 
+/// The path below a folder of entries with dashes for slashes, in lower case.
+QString desktopId(QString path)
+{
+    path.chop(static_cast<int>(qstrlen(".desktop")));
+    return path.replace(QLatin1Char('/'), QLatin1Char('-')).toLower();
+}
+
 } // namespace
 
 std::optional<DesktopEntry> parseDesktopEntry(const QByteArray& content, const QString& locale)
@@ -102,20 +109,20 @@ void DesktopEntries::read(const std::weak_ptr<Index>& target, const QStringList&
             const auto index = target.lock();
             if (!index)
                 return;
-            if (!entry)
-                continue;
-            // An id is the path below the folder with dashes for slashes; the first folder that has it wins.
-            QString id =
-                QDir(folder).relativeFilePath(file.fileName()).replace(QLatin1Char('/'), QLatin1Char('-'));
-            id.chop(static_cast<int>(qstrlen(".desktop")));
-            const std::lock_guard lock(index->mutex);
-            if (!index->byId.contains(id.toLower()))
-                index->byId.insert(id.toLower(), entry->name);
-            const QString windowClass = entry->startupWindowClass.toLower();
-            if (!windowClass.isEmpty() && !index->byWindowClass.contains(windowClass))
-                index->byWindowClass.insert(windowClass, entry->name);
+            if (entry)
+                index->add(desktopId(QDir(folder).relativeFilePath(file.fileName())), *entry);
         }
     }
+}
+
+void DesktopEntries::Index::add(const QString& id, const DesktopEntry& entry)
+{
+    const std::lock_guard lock(mutex);
+    if (!byId.contains(id))
+        byId.insert(id, entry.name);
+    const QString windowClass = entry.startupWindowClass.toLower();
+    if (!windowClass.isEmpty() && !byWindowClass.contains(windowClass))
+        byWindowClass.insert(windowClass, entry.name);
 }
 
 QString DesktopEntries::name(const QStringList& keys) const

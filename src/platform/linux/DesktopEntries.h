@@ -40,8 +40,11 @@ private:
     struct Index
     {
         std::mutex mutex;
-        QHash<QString, QString> byId;
+        QHash<QString, QString> byId; ///< the keys of both in lower case
         QHash<QString, QString> byWindowClass;
+
+        /// Nothing changes for an id or a class that is there: the first folder that has it wins.
+        void add(const QString& id, const DesktopEntry& entry);
     };
 
     static void read(const std::weak_ptr<Index>& target, const QStringList& folders, const QString& locale);
