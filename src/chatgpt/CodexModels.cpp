@@ -2,6 +2,8 @@
 
 #include "chatgpt/CodexOAuthError.h"
 
+#include <algorithm>
+
 namespace quillmarsh {
 
 namespace {
@@ -95,11 +97,13 @@ void CodexOAuthService::publishModels(const QList<ChatGPTModel>& models)
         models_ = models;
         emit modelsChanged();
     }
-    for (const ChatGPTModel& model : models_) {
-        if (model.slug == selectedModel_)
-            return;
-    }
-    setSelectedModel(models_.isEmpty() ? QString() : models_.first().slug);
+    if (!offersSelectedModel())
+        setSelectedModel(models_.isEmpty() ? QString() : models_.first().slug);
+}
+
+bool CodexOAuthService::offersSelectedModel() const
+{
+    return std::ranges::find(models_, selectedModel_, &ChatGPTModel::slug) != models_.end();
 }
 
 void CodexOAuthService::resetModels()

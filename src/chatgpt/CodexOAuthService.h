@@ -123,6 +123,7 @@ private:
     Task<QList<ChatGPTModel>> fetchModels(std::stop_token stop);
     void publishModels(const QList<ChatGPTModel>& models);
     void resetModels();
+    [[nodiscard]] bool offersSelectedModel() const;
 
     void activate(const QString& clientID);
     void activateFirst();

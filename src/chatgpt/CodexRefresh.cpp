@@ -93,10 +93,8 @@ Task<CodexOAuthService::InferenceContext> CodexOAuthService::inferenceContext(st
             continue; // the user has switched profiles or signed out meanwhile
         if (current->isFresh(environment_.now()))
             tokens = *current; // those before may have been withdrawn while the models were loaded
-        for (const ChatGPTModel& model : models_) {
-            if (model.slug == selectedModel_)
-                co_return InferenceContext{tokens, selectedModel_};
-        }
+        if (offersSelectedModel())
+            co_return InferenceContext{tokens, selectedModel_};
         if (unloaded)
             throw *unloaded; // no choice would help
         throw CodexOAuthError(QStringLiteral("Choose an available ChatGPT model in Settings."));
