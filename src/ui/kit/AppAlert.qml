@@ -16,11 +16,9 @@ AppSheet {
     onDismissed: answered(0)
     onOpened: answers.itemAt(answers.count - 1).forceActiveFocus(Qt.TabFocusReason)
 
-    AppText {
+    AppTextParagraph {
         width: parent.width
         text: alert.message
-        color: AppDesign.secondary
-        lineHeight: 1.15
     }
     Row {
         anchors.right: parent.right

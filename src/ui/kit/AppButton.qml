@@ -19,7 +19,7 @@ Pressable {
 
     implicitWidth: Math.ceil(title.implicitWidth) + iconSpace + 2 * horizontalPadding
     implicitHeight: Math.ceil(title.implicitHeight) + 2 * verticalPadding
-    opacity: !enabled ? 0.45 : pressed ? 0.8 : 1
+    opacity: !enabled ? AppDesign.disabledOpacity : pressed ? 0.8 : 1
     scale: pressed && !AppDesign.reduceMotion ? 0.98 : 1
 
     Behavior on opacity {
@@ -70,17 +70,14 @@ Pressable {
             color: button.labelColor
             anchors.verticalCenter: parent.verticalCenter
         }
-        AppText {
+        AppTextLine {
             id: title
             text: button.text
             size: 12
             weight: Font.Medium
             color: button.labelColor
-            wrapMode: Text.NoWrap
-            elide: Text.ElideRight
             width: Math.min(Math.ceil(implicitWidth), button.width - 2 * button.horizontalPadding - button.iconSpace)
             anchors.verticalCenter: parent.verticalCenter
-            Accessible.ignored: true
         }
     }
 }

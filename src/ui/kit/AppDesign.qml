@@ -19,6 +19,8 @@ QtObject {
     // The outline of fields and cards; stronger where the desktop asks for contrast.
     readonly property color outline: increaseContrast ? secondary : border
 
+    readonly property real disabledOpacity: 0.45
+
     readonly property int pressDuration: reduceMotion ? 0 : 120
     readonly property int appearDuration: reduceMotion ? 0 : 180
     readonly property var pressCurve: [0.23, 1.0, 0.32, 1.0, 1, 1]

@@ -21,7 +21,7 @@ Pressable {
 
     implicitWidth: 260
     implicitHeight: frame.y + frame.height
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : AppDesign.disabledOpacity
     onClicked: open()
 
     Keys.onPressed: (event) => {
@@ -56,14 +56,11 @@ Pressable {
         lineWidth: 1
         lineColor: field.opened ? AppDesign.accent : AppDesign.outline
 
-        AppText {
+        AppTextLine {
             id: value
             text: field.currentText !== "" ? field.currentText : field.placeholder
             color: field.currentText !== "" ? AppDesign.ink : AppDesign.secondary
-            wrapMode: Text.NoWrap
-            elide: Text.ElideRight
             anchors { left: parent.left; leftMargin: 12; right: arrows.left; rightMargin: 8; verticalCenter: parent.verticalCenter }
-            Accessible.ignored: true
         }
         AppIcon {
             id: arrows

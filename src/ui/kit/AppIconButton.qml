@@ -12,7 +12,7 @@ Pressable {
 
     implicitWidth: 30
     implicitHeight: 30
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : AppDesign.disabledOpacity
 
     Accessible.role: Accessible.Button
     Accessible.name: text

@@ -10,7 +10,7 @@ Pressable {
 
     implicitWidth: Math.ceil(label.implicitWidth)
     implicitHeight: Math.ceil(label.implicitHeight) + 4
-    opacity: !enabled ? 0.45 : pressed ? 0.8 : 1
+    opacity: !enabled ? AppDesign.disabledOpacity : pressed ? 0.8 : 1
 
     Accessible.role: Accessible.Link
     Accessible.name: text
@@ -19,7 +19,7 @@ Pressable {
 
     HoverHandler { cursorShape: Qt.PointingHandCursor }
 
-    AppText {
+    AppTextLine {
         id: label
         anchors.verticalCenter: parent.verticalCenter
         width: parent.width
@@ -27,9 +27,6 @@ Pressable {
         size: link.size
         weight: Font.Medium
         color: AppDesign.accent
-        elide: Text.ElideRight
-        wrapMode: Text.NoWrap
-        Accessible.ignored: true
     }
     Rectangle {
         anchors { left: label.left; bottom: label.bottom; bottomMargin: 1 }

@@ -12,7 +12,7 @@ Pressable {
 
     implicitWidth: 240
     implicitHeight: Math.ceil(lines.implicitHeight) + 14
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : AppDesign.disabledOpacity
 
     Accessible.role: Accessible.MenuItem
     Accessible.name: text
@@ -37,12 +37,9 @@ Pressable {
         id: lines
         anchors { left: symbol.right; leftMargin: 11; right: keys.left; rightMargin: keys.width > 0 ? 12 : 0; verticalCenter: parent.verticalCenter }
 
-        AppText {
+        AppTextLine {
             width: parent.width
             text: row.text
-            wrapMode: Text.NoWrap
-            elide: Text.ElideRight
-            Accessible.ignored: true
         }
         AppText {
             width: parent.width

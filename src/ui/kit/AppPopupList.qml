@@ -148,7 +148,7 @@ FocusTrap {
                 width: ListView.view.width
                 height: Math.ceil(texts.implicitHeight) + 14
                 focus: ListView.isCurrentItem
-                opacity: popup.isDisabled(index) ? 0.45 : 1
+                opacity: popup.isDisabled(index) ? AppDesign.disabledOpacity : 1
 
                 Accessible.role: Accessible.MenuItem
                 Accessible.name: title
@@ -179,22 +179,16 @@ FocusTrap {
                         rightMargin: row.chosen ? 30 : 9
                         verticalCenter: parent.verticalCenter
                     }
-                    AppText {
+                    AppTextLine {
                         width: parent.width
                         text: row.title
-                        wrapMode: Text.NoWrap
-                        elide: Text.ElideRight
-                        Accessible.ignored: true
                     }
-                    AppText {
+                    AppTextLine {
                         width: parent.width
                         text: row.subtitle
                         visible: text !== ""
                         size: 11
                         color: AppDesign.secondary
-                        wrapMode: Text.NoWrap
-                        elide: Text.ElideRight
-                        Accessible.ignored: true
                     }
                 }
                 AppIcon {

@@ -14,7 +14,7 @@ Pressable {
 
     implicitWidth: 240
     implicitHeight: Math.max(lines.implicitHeight, end.implicitHeight, 22) + 2 * padding
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : AppDesign.disabledOpacity
 
     Accessible.role: Accessible.Button
     Accessible.name: text
@@ -50,13 +50,10 @@ Pressable {
         }
         spacing: 1
 
-        AppText {
+        AppTextLine {
             width: parent.width
             text: button.text
             weight: Font.Medium
-            wrapMode: Text.NoWrap
-            elide: Text.ElideRight
-            Accessible.ignored: true
         }
         AppText {
             width: parent.width

@@ -12,7 +12,7 @@ Pressable {
 
     implicitWidth: 300
     implicitHeight: Math.max(Math.ceil(texts.implicitHeight), 32) + 22
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : AppDesign.disabledOpacity
 
     Accessible.role: Accessible.RadioButton
     Accessible.name: title
@@ -59,13 +59,10 @@ Pressable {
         }
         spacing: 1
 
-        AppText {
+        AppTextLine {
             width: parent.width
             text: option.title
             weight: Font.Medium
-            wrapMode: Text.NoWrap
-            elide: Text.ElideRight
-            Accessible.ignored: true
         }
         AppText {
             width: parent.width

@@ -24,8 +24,7 @@ Item {
         AppText {
             anchors.centerIn: parent
             text: step.number
-            size: 11
-            weight: Font.DemiBold
+            font: AppDesign.monospaced(11)
             color: AppDesign.accent
             Accessible.ignored: true
         }

@@ -17,7 +17,7 @@ FocusScope {
 
     implicitWidth: 280
     implicitHeight: below.visible ? below.y + Math.ceil(below.height) : frame.y + frame.height
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : AppDesign.disabledOpacity
 
     AppText {
         id: caption

@@ -25,7 +25,7 @@ FocusScope {
 
     implicitWidth: 280
     implicitHeight: (below.visible ? below.y + Math.ceil(below.height) : frame.y + frame.height)
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : AppDesign.disabledOpacity
 
     AppText {
         id: caption
@@ -77,15 +77,12 @@ FocusScope {
             Accessible.name: field.title !== "" ? field.title : field.placeholder
             Accessible.description: field.errorText !== "" ? field.errorText : field.hint
         }
-        AppText {
+        AppTextLine {
             anchors.fill: input
             verticalAlignment: Text.AlignVCenter
             text: field.placeholder
             visible: input.text === "" && input.preeditText === ""
             color: AppDesign.secondary
-            wrapMode: Text.NoWrap
-            elide: Text.ElideRight
-            Accessible.ignored: true
         }
         AppIconButton {
             id: eye

@@ -55,16 +55,13 @@ FocusScope {
         radius: 12
         color: AppDesign.ink
     }
-    AppText {
+    AppTextLine {
         id: label
         anchors { left: parent.left; leftMargin: 16; right: action.visible ? action.left : parent.right; rightMargin: 16; verticalCenter: parent.verticalCenter }
         text: toast.text
         size: 12
         weight: Font.Medium
         color: "white"
-        wrapMode: Text.NoWrap
-        elide: Text.ElideRight
-        Accessible.ignored: true
     }
     AppToastAction {
         id: action

@@ -13,7 +13,7 @@ Pressable {
 
     implicitWidth: 240
     implicitHeight: Math.max(Math.ceil(label.implicitHeight), end.implicitHeight) + 14
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : AppDesign.disabledOpacity
 
     Accessible.role: Accessible.Button
     Accessible.name: text
@@ -35,11 +35,9 @@ Pressable {
         color: button.iconColor
         anchors { left: parent.left; leftMargin: 9; verticalCenter: parent.verticalCenter }
     }
-    AppText {
+    AppTextLine {
         id: label
         text: button.text
-        wrapMode: Text.NoWrap
-        elide: Text.ElideRight
         anchors {
             left: parent.left
             leftMargin: symbol.visible ? 9 + symbol.size + 10 : 9
@@ -47,7 +45,6 @@ Pressable {
             rightMargin: 8
             verticalCenter: parent.verticalCenter
         }
-        Accessible.ignored: true
     }
     AppText {
         id: detailText

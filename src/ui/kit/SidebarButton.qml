@@ -11,7 +11,7 @@ Pressable {
 
     implicitWidth: 196
     implicitHeight: Math.ceil(label.implicitHeight) + 18
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : AppDesign.disabledOpacity
 
     Accessible.role: Accessible.PageTab
     Accessible.name: text
@@ -36,14 +36,11 @@ Pressable {
         color: button.selected ? AppDesign.accent : AppDesign.secondary
         anchors { left: parent.left; leftMargin: 11; verticalCenter: parent.verticalCenter }
     }
-    AppText {
+    AppTextLine {
         id: label
         text: button.text
         weight: button.selected ? Font.DemiBold : Font.Medium
         opacity: button.pressed ? 0.7 : 1
-        wrapMode: Text.NoWrap
-        elide: Text.ElideRight
         anchors { left: symbol.right; leftMargin: 10; right: parent.right; rightMargin: 10; verticalCenter: parent.verticalCenter }
-        Accessible.ignored: true
     }
 }

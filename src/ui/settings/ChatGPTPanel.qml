@@ -59,13 +59,10 @@ AppCard {
                 title: "Connect your ChatGPT"
                 subtitle: "Use your eligible ChatGPT plan."
             }
-            AppText {
+            AppTextParagraph {
                 width: parent.width
                 text: "You approve access in your browser. Rewrites count toward your ChatGPT allowance; availability depends on your plan."
                 size: 12
-                lineHeight: 1.15
-                height: Math.ceil(implicitHeight)
-                color: AppDesign.secondary
             }
             AppButton {
                 objectName: "continueWithChatGPT"

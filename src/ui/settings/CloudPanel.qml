@@ -11,12 +11,9 @@ AppCard {
         symbol: "cloud"
         title: "No API key needed"
     }
-    AppText {
+    AppTextParagraph {
         width: parent.width
         text: "Your selected text is sent to our server and the Cloud AI provider to perform your rewrite. We do not store your text in application logs or quota storage."
         size: 12
-        lineHeight: 1.15
-        height: Math.ceil(implicitHeight)
-        color: AppDesign.secondary
     }
 }

@@ -36,12 +36,9 @@ AppScrollView {
                 anchors { right: parent.right; verticalCenter: heading.verticalCenter }
             }
         }
-        AppText {
+        AppTextParagraph {
             width: parent.width
             text: "Quillmarsh needs this access to read your selected text using Copy, replace it using Paste, and respond to your shortcut in other apps."
-            lineHeight: 1.15
-            height: Math.ceil(implicitHeight)
-            color: AppDesign.secondary
         }
         Column {
             width: parent.width
@@ -54,7 +51,7 @@ AppScrollView {
                     "Return here. Your shortcuts activate when access is detected."
                 ]
 
-                NumberedStep {
+                AppStep {
                     required property string modelData
                     required property int index
 
@@ -108,15 +105,12 @@ AppScrollView {
                     weight: Font.Medium
                 }
             }
-            AppText {
+            AppTextParagraph {
                 x: 23
                 width: parent.width - 23
                 visible: text !== ""
                 text: view.permissions.helpText
                 size: 12
-                lineHeight: 1.15
-                height: Math.ceil(implicitHeight)
-                color: AppDesign.secondary
             }
             Note {
                 width: parent.width

@@ -14,7 +14,7 @@ Rectangle {
         anchors { left: parent.left; leftMargin: 22; top: parent.top; topMargin: 26 }
         spacing: 10
 
-        ProductMark {
+        AppMark {
             size: 28
             anchors.verticalCenter: parent.verticalCenter
         }

@@ -7,12 +7,9 @@ Column {
 
     spacing: 16
 
-    AppText {
+    AppTextParagraph {
         width: parent.width
         text: "Select text in any app and press a shortcut: your words come back clearer, in the same place. Try it here first."
-        color: AppDesign.secondary
-        lineHeight: 1.15
-        height: Math.ceil(implicitHeight)
     }
     WritingExample {
         width: parent.width

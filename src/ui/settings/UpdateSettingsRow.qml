@@ -11,7 +11,7 @@ AppCard {
         width: parent.width
         height: Math.max(texts.implicitHeight, button.implicitHeight)
 
-        ProductMark {
+        AppMark {
             id: mark
             size: 36
             anchors.verticalCenter: parent.verticalCenter

@@ -76,14 +76,11 @@ Pressable {
         anchors { left: plate.right; leftMargin: 12; right: keys.left; rightMargin: 12; verticalCenter: parent.verticalCenter }
         spacing: 2
 
-        AppText {
+        AppTextLine {
             width: parent.width
             text: row.name
             weight: Font.Medium
             horizontalAlignment: Text.AlignLeft // beside its symbol, whichever way it reads
-            wrapMode: Text.NoWrap
-            elide: Text.ElideRight
-            Accessible.ignored: true
         }
         ShortcutSentence {
             width: parent.width

@@ -28,11 +28,9 @@ qt_add_resources(quillmarsh_ui quillmarsh_settings_views
         settings/ConnectionsView.qml
         settings/MetricCard.qml
         settings/Note.qml
-        settings/NumberedStep.qml
         settings/OverviewView.qml
         settings/PanelHeading.qml
         settings/PermissionsView.qml
-        settings/ProductMark.qml
         settings/SettingsHeader.qml
         settings/SettingsSidebar.qml
         settings/SettingsView.qml

@@ -138,20 +138,12 @@ Rectangle {
                     text: root.model.continueLabel
                     onClicked: root.model.continueHere()
                 }
-                Item {
+                AppProblem {
+                    id: problem
                     width: parent.width
-                    height: visible ? Math.max(18, problem.implicitHeight) : 0
-                    visible: root.model.errorMessage !== ""
+                    text: root.model.errorMessage
                     // Queued: it has its height first.
                     onHeightChanged: if (visible) Qt.callLater(page.reveal, problem)
-
-                    AppIcon { id: sign; y: 1; name: "exclamationmark.circle"; size: 17 }
-                    AppText {
-                        id: problem
-                        anchors { left: sign.right; leftMargin: 10; right: parent.right }
-                        text: root.model.errorMessage
-                        Accessible.role: Accessible.AlertMessage
-                    }
                 }
             }
         }

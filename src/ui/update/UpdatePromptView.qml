@@ -47,25 +47,9 @@ Rectangle {
         gutter: 14
         spacing: 12
 
-        Item {
+        AppProblem {
             width: parent.width
-            height: Math.max(problem.implicitHeight, 18)
-            visible: root.prompt.error !== ""
-
-            AppIcon {
-                id: sign
-                y: 1
-                name: "exclamationmark.circle"
-                size: 17
-                color: AppDesign.ink
-            }
-            AppText {
-                id: problem
-                anchors { left: sign.right; leftMargin: 10; right: parent.right }
-                text: root.prompt.error
-                lineHeight: 1.15
-                Accessible.role: Accessible.AlertMessage
-            }
+            text: root.prompt.error
         }
         AppLink {
             x: 27
