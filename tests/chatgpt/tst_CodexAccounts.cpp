@@ -36,13 +36,6 @@ class tst_CodexAccounts final : public QObject
     std::unique_ptr<ConnectionFixture> f_;
 
     void useTls();
-    void connectTwoAccounts() const
-    {
-        f_->connectAccount();
-        f_->auth.account = {QStringLiteral("user-2"), QStringLiteral("two@example.com"),
-                            f_->auth.account.scopes};
-        f_->connectAccount(true);
-    }
     void loadModels() const { test::runTask(f_->service->loadModels()); }
 
 private slots:
@@ -185,7 +178,7 @@ private slots:
 
     void theNextAccountBecomesActive()
     {
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         f_->auth.tokenStatuses = {500};
         test::runTask(f_->service->signIn(true)); // a registration without a token, never active
         f_->service->selectProfile(QStringLiteral("client-1"));
@@ -232,7 +225,7 @@ private slots:
 
     void selectingAProfile()
     {
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         f_->defaults->set(QStringLiteral("chatgpt.model.client-1"), QStringLiteral("m-2"));
         QSignalSpy active(f_->service.get(), &CodexOAuthService::activeClientIDChanged);
         f_->service->selectProfile(QStringLiteral("client-1"));
@@ -364,7 +357,7 @@ private slots:
     /// Whoever hears of the models hears of those of the profile that is active by then.
     void aSwitchIsToldWhenAllOfItIsInPlace()
     {
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         loadModels();
         QString active;
         connect(f_->service.get(), &CodexOAuthService::modelsChanged, this,
@@ -394,7 +387,7 @@ private slots:
 
     void aSwitchDuringALoadDropsItsResult()
     {
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         f_->defaults->set(QStringLiteral("chatgpt.model.client-1"), QStringLiteral("kept"));
         f_->model.holdsModels = true;
         Task<> load = f_->service->loadModels();

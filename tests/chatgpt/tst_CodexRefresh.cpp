@@ -40,13 +40,6 @@ class tst_CodexRefresh final : public QObject
     }
     /// The active token has `seconds` left.
     void leave(double seconds) const { f_->now = f_->service->tokens()->expiresAt - seconds; }
-    void connectTwoAccounts() const
-    {
-        f_->connectAccount();
-        f_->auth.account = {QStringLiteral("user-2"), QStringLiteral("two@example.com"),
-                            f_->auth.account.scopes};
-        f_->connectAccount(true);
-    }
 
 private slots:
     void init()
@@ -217,7 +210,7 @@ private slots:
     {
         QFETCH(QString, place);
         QFETCH(QString, deed);
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         const CodexTokens other = f_->service->profiles().first();
         const CodexTokens before = *f_->service->tokens();
         const bool inStore = place == u"store";
@@ -267,7 +260,7 @@ private slots:
     /// then.
     void aSignOutBehindAnEndedRefresh()
     {
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         const QList<CodexTokens> both = f_->service->profiles();
         f_->auth.hold(FakeAuthorizationServer::tokenPath);
         Task<CodexTokens> refreshing = f_->service->refreshIfNeeded(Refresh::forced);
@@ -331,7 +324,7 @@ private slots:
     void overtakenWhileTheStoreIsRead()
     {
         QFETCH(QString, deed);
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         const QList<CodexTokens> both = f_->service->profiles();
         f_->secItems.held = true;
         f_->service =
@@ -356,7 +349,7 @@ private slots:
 
     void twoRefreshesNeverRunForOneProfile()
     {
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         f_->auth.hold(FakeAuthorizationServer::tokenPath);
         Task<CodexTokens> first = f_->service->refreshIfNeeded(Refresh::forced);
         QTRY_COMPARE(f_->auth.parked(), 1);
@@ -375,7 +368,7 @@ private slots:
     /// Whoever waits for a refresh that another choice of profile ends gets the new profile's token.
     void aRefreshEndedByASwitchGoesOnForTheNewProfile()
     {
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         const CodexTokens other = f_->service->profiles().first();
         f_->auth.hold(FakeAuthorizationServer::tokenPath);
         Task<CodexTokens> refreshing = f_->service->refreshIfNeeded(Refresh::forced);
@@ -458,7 +451,7 @@ private slots:
 
     void aSwitchDuringTheContextGivesTheNewProfile()
     {
-        connectTwoAccounts();
+        f_->connectTwoAccounts();
         f_->model.holdsModels = true;
         Task<CodexOAuthService::InferenceContext> pending = f_->service->inferenceContext();
         QTRY_COMPARE(f_->model.modelsRequests, 1);

@@ -91,6 +91,8 @@ struct ConnectionFixture
     void restart(CodexOAuthService::StoredState state = CodexOAuthService::StoredState::load);
     /// Signs in and expects it to succeed.
     void connectAccount(bool addAccount = false);
+    /// The second one, of "two@example.com", is active.
+    void connectTwoAccounts();
     [[nodiscard]] QString defaultsValue(const char* key) const;
 };
 
@@ -126,6 +128,13 @@ inline void ConnectionFixture::connectAccount(bool addAccount)
     runTask(service->signIn(addAccount));
     if (service->lastError() || !service->tokens())
         qFatal("The account was not connected: %s", qUtf8Printable(service->lastError().value_or(QString())));
+}
+
+inline void ConnectionFixture::connectTwoAccounts()
+{
+    connectAccount();
+    auth.account = {QStringLiteral("user-2"), QStringLiteral("two@example.com"), auth.account.scopes};
+    connectAccount(true);
 }
 
 inline QString ConnectionFixture::defaultsValue(const char* key) const

@@ -213,74 +213,69 @@ private slots:
     {
         SlowItems slow(*fixture_->rewrite.platform.secItems);
         store("openai-api-key", "sk-openai");
-        APIKeyModel model(fixture_->rewrite.settings, *fixture_->rewrite.platform.workspace,
-                          KeychainService{&slow});
+        const auto model = modelOver(slow);
         fixture_->rewrite.settings.select(AIConnectionChoice::openaiKey);
         fixture_->rewrite.settings.select(AIConnectionChoice::claude);
         QCOMPARE(slow.holds, 2);
         slow.open();
         QTRY_COMPARE(slow.holds, 0);
-        QCOMPARE(model.text(), QString());
-        QVERIFY(!model.isSaved());
+        QCOMPARE(model->text(), QString());
+        QVERIFY(!model->isSaved());
     }
 
     void aLateLoadDoesNotOverwriteWhatWasTyped()
     {
         SlowItems slow(*fixture_->rewrite.platform.secItems);
         store("openai-api-key", "sk-openai");
-        APIKeyModel model(fixture_->rewrite.settings, *fixture_->rewrite.platform.workspace,
-                          KeychainService{&slow});
+        const auto model = modelOver(slow);
         fixture_->rewrite.settings.select(AIConnectionChoice::openaiKey);
-        model.setText(QStringLiteral("typed"));
+        model->setText(QStringLiteral("typed"));
         slow.open();
         QTRY_COMPARE(slow.holds, 0);
-        QCOMPARE(model.text(), QStringLiteral("typed"));
+        QCOMPARE(model->text(), QStringLiteral("typed"));
     }
 
     void aSaveUnderWayIsAboutTheTextFromBefore()
     {
         SlowItems slow(*fixture_->rewrite.platform.secItems);
         fixture_->rewrite.settings.select(AIConnectionChoice::claude);
-        APIKeyModel model(fixture_->rewrite.settings, *fixture_->rewrite.platform.workspace,
-                          KeychainService{&slow});
-        model.setText(QStringLiteral("sk-1"));
-        model.save();
-        QVERIFY(model.isBusy());
-        QVERIFY(!model.canSave());
-        model.setText(QStringLiteral("sk-12"));
-        QCOMPARE(model.text(), QStringLiteral("sk-1"));
+        const auto model = modelOver(slow);
+        model->setText(QStringLiteral("sk-1"));
+        model->save();
+        QVERIFY(model->isBusy());
+        QVERIFY(!model->canSave());
+        model->setText(QStringLiteral("sk-12"));
+        QCOMPARE(model->text(), QStringLiteral("sk-1"));
         slow.open();
-        QTRY_VERIFY(!model.isBusy());
-        QCOMPARE(model.text(), QStringLiteral("sk-1"));
+        QTRY_VERIFY(!model->isBusy());
+        QCOMPARE(model->text(), QStringLiteral("sk-1"));
         QCOMPARE(fixture_->storedSecret("anthropic-api-key"), QByteArray("sk-1"));
-        QCOMPARE(model.status(), QStringLiteral("Saved securely on this Mac."));
-        model.setText(QStringLiteral("sk-12"));
-        QCOMPARE(model.text(), QStringLiteral("sk-12"));
-        QCOMPARE(model.status(), QString());
+        QCOMPARE(model->status(), QStringLiteral("Saved securely on this Mac."));
+        model->setText(QStringLiteral("sk-12"));
+        QCOMPARE(model->text(), QStringLiteral("sk-12"));
+        QCOMPARE(model->status(), QString());
     }
 
     void aRemovalUnderWayWipesNothingTyped()
     {
         SlowItems slow(*fixture_->rewrite.platform.secItems);
         fixture_->rewrite.settings.select(AIConnectionChoice::claude);
-        APIKeyModel model(fixture_->rewrite.settings, *fixture_->rewrite.platform.workspace,
-                          KeychainService{&slow});
-        model.setText(QStringLiteral("sk-1"));
-        model.remove();
-        QVERIFY(model.isBusy());
-        model.setText(QStringLiteral("sk-2")); // refused, as the field is read-only now
-        QCOMPARE(model.text(), QStringLiteral("sk-1"));
+        const auto model = modelOver(slow);
+        model->setText(QStringLiteral("sk-1"));
+        model->remove();
+        QVERIFY(model->isBusy());
+        model->setText(QStringLiteral("sk-2")); // refused, as the field is read-only now
+        QCOMPARE(model->text(), QStringLiteral("sk-1"));
         slow.open();
-        QTRY_COMPARE(model.text(), QString());
+        QTRY_COMPARE(model->text(), QString());
     }
 
     void aModelMayDieWhileTheStoreThinks()
     {
         SlowItems slow(*fixture_->rewrite.platform.secItems);
         {
-            APIKeyModel model(fixture_->rewrite.settings, *fixture_->rewrite.platform.workspace,
-                              KeychainService{&slow});
-            model.loadKey();
+            const auto model = modelOver(slow);
+            model->loadKey();
         }
         slow.open();
         QTRY_COMPARE(slow.holds, 0);
@@ -407,6 +402,12 @@ private slots:
     }
 
 private:
+    [[nodiscard]] std::unique_ptr<APIKeyModel> modelOver(SecItems& items) const
+    {
+        return std::make_unique<APIKeyModel>(fixture_->rewrite.settings,
+                                             *fixture_->rewrite.platform.workspace, KeychainService{&items});
+    }
+
     void store(const char* account, const char* secret)
     {
         fixture_->rewrite.platform.secItems->items[{service, QString::fromLatin1(account)}] = secret;

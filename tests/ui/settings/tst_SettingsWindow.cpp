@@ -1,11 +1,9 @@
-#include "support/FailOnWarnings.h"
-#include "ui/settings/WindowDriver.h"
+#include "ui/settings/WindowFixture.h"
 
 #include <QAccessible>
 
 using namespace quillmarsh;
 using test::SettingsFixture;
-using test::WindowDriver;
 
 namespace {
 
@@ -26,24 +24,13 @@ void collectAccessibleTexts(QAccessibleInterface* object, QStringList& texts)
 } // namespace
 
 /// The real window, driven with mouse and keyboard.
-class tst_SettingsWindow final : public QObject
+class tst_SettingsWindow final : public QObject, private test::WindowFixture
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        test::failOnWarnings();
-        fixture_ = std::make_unique<SettingsFixture>();
-        fixture_->rewrite.defaults.set("settingsSection", "Overview");
-        driver_ = std::make_unique<WindowDriver>(*fixture_);
-    }
-
-    void cleanup()
-    {
-        driver_.reset();
-        fixture_.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void theFirstStartBeginsWithTheGuide()
     {
@@ -137,7 +124,7 @@ private slots:
         fixture_->makeAccounts({SettingsFixture::account("ada.lovelace@example.com"),
                                 SettingsFixture::account("grace@example.com", false)});
         fixture_->rewrite.settings.select(AIConnectionChoice::chatgpt);
-        driver_ = std::make_unique<WindowDriver>(*fixture_);
+        makeWindow();
         driver_->open();
         driver_->select(SettingsSection::connections);
         expectTexts({"AL", "ada.lovelace@example.com", "Choose an account", "Refresh available models",
@@ -161,7 +148,7 @@ private slots:
         fixture_->models.stayMute();
         fixture_->makeAccounts({SettingsFixture::account("ada.lovelace@example.com")});
         fixture_->rewrite.settings.select(AIConnectionChoice::chatgpt);
-        driver_ = std::make_unique<WindowDriver>(*fixture_);
+        makeWindow();
         driver_->open();
         driver_->select(SettingsSection::connections);
         expectTexts({"Loading available models…"});
@@ -434,7 +421,7 @@ private slots:
     {
         driver_.reset();
         fixture_->rewrite.platform.bundle->bundlePath = QStringLiteral("/tmp/Quillmarsh.app");
-        driver_ = std::make_unique<WindowDriver>(*fixture_);
+        makeWindow();
         driver_->open();
         QVERIFY(!driver_->window.models());
         expectTexts({"Move Quillmarsh to Applications."});
@@ -456,9 +443,6 @@ private:
     {
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("grabbing the keyboard"));
     }
-
-    std::unique_ptr<SettingsFixture> fixture_;
-    std::unique_ptr<WindowDriver> driver_;
 };
 
 QTEST_MAIN(tst_SettingsWindow)

@@ -1,5 +1,4 @@
-#include "support/FailOnWarnings.h"
-#include "ui/settings/WindowDriver.h"
+#include "ui/settings/WindowFixture.h"
 #include "ui/update/UpdateWindow.h"
 
 #include <QElapsedTimer>
@@ -14,8 +13,6 @@
 #include <map>
 
 using namespace quillmarsh;
-using test::SettingsFixture;
-using test::WindowDriver;
 
 namespace {
 
@@ -82,24 +79,13 @@ private:
 } // namespace
 
 /// What the windows take: time to open, time away from the event loop, memory after they are closed.
-class tst_WindowCosts final : public QObject
+class tst_WindowCosts final : public QObject, private test::WindowFixture
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        test::failOnWarnings();
-        fixture_ = std::make_unique<SettingsFixture>();
-        fixture_->rewrite.defaults.set("settingsSection", "Overview");
-        driver_ = std::make_unique<WindowDriver>(*fixture_);
-    }
-
-    void cleanup()
-    {
-        driver_.reset();
-        fixture_.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void opensInTime()
     {
@@ -195,9 +181,6 @@ private:
         driver_->window.close();
         QVERIFY(closed.wait());
     }
-
-    std::unique_ptr<SettingsFixture> fixture_;
-    std::unique_ptr<WindowDriver> driver_;
 };
 
 QTEST_MAIN(tst_WindowCosts)
