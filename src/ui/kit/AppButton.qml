@@ -22,12 +22,14 @@ Pressable {
     opacity: !enabled ? AppDesign.disabledOpacity : pressed ? 0.8 : 1
     scale: pressed && !AppDesign.reduceMotion ? 0.98 : 1
 
-    Behavior on opacity {
-        NumberAnimation { duration: AppDesign.pressDuration; easing.type: Easing.BezierSpline; easing.bezierCurve: AppDesign.pressCurve }
+    component PressAnimation: NumberAnimation {
+        duration: AppDesign.pressDuration
+        easing.type: Easing.BezierSpline
+        easing.bezierCurve: AppDesign.pressCurve
     }
-    Behavior on scale {
-        NumberAnimation { duration: AppDesign.pressDuration; easing.type: Easing.BezierSpline; easing.bezierCurve: AppDesign.pressCurve }
-    }
+
+    Behavior on opacity { PressAnimation {} }
+    Behavior on scale { PressAnimation {} }
 
     Accessible.role: Accessible.Button
     Accessible.name: text

@@ -41,8 +41,7 @@ QString PermissionsModel::helpText() const
     if (rewrites_.hasAccessibility())
         return {};
     return u"Not listed? Click + and choose Quillmarsh from Applications. If access is on but shortcuts "
-           u"still "
-           u"fail, quit and reopen Quillmarsh from Applications."_s;
+           u"still fail, quit and reopen Quillmarsh from Applications."_s;
 }
 
 QString PermissionsModel::enabledText() const

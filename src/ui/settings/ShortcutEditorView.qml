@@ -33,7 +33,7 @@ AppSheet {
         title: "Instruction"
         hint: "Tell the AI how to rewrite the selected text."
         placeholder: "Write your own instruction"
-        minimumHeight: 8 * AppDesign.font(13).pixelSize
+        frameHeight: 8 * AppDesign.font(13).pixelSize
         onTextChanged: sheet.editor.instruction = text
     }
     ShortcutRecorderView {

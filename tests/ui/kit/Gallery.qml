@@ -120,7 +120,7 @@ Rectangle {
                 AppText { text: "Select the sentence."; color: AppDesign.secondary; width: parent.width }
                 AppTextField { objectName: "field"; width: parent.width; title: "Name"; placeholder: "e.g. Formal, Casual, Shorter..." }
                 AppTextField { objectName: "secret"; width: parent.width; secret: true; text: "sk-canary-123"; title: "API key"; hint: "API usage is billed separately by your provider." }
-                AppTextField { width: parent.width; text: "نص بالعربية"; errorText: "Give the action a name." }
+                AppTextField { width: parent.width; text: "نص بالعربية" }
                 AppTextArea { objectName: "area"; width: parent.width; title: "Instruction"; placeholder: "Write your own instruction"; hint: "Tell the AI how to rewrite the selected text." }
             }
             Caption { text: "Symbols" }
