@@ -62,7 +62,13 @@ FocusScope {
             }
             Column {
                 id: heading
-                anchors { left: mark.right; leftMargin: 11; right: spinner.left; rightMargin: 8; verticalCenter: parent.verticalCenter }
+                anchors {
+                    left: mark.right
+                    leftMargin: 11
+                    right: spinner.left
+                    rightMargin: 8
+                    verticalCenter: parent.verticalCenter
+                }
 
                 AppText {
                     width: parent.width
@@ -111,7 +117,7 @@ FocusScope {
         anchors.top: top.bottom
         width: top.width
         // On a small screen the actions scroll and the rest stays.
-        height: Math.max(0, Math.min(contentHeight, root.height - top.implicitHeight - bottom.implicitHeight - 2 * root.inset))
+        height: Math.max(0, contentHeight - Math.max(0, root.implicitHeight - root.height))
         spacing: 0
 
         Repeater {
@@ -158,7 +164,13 @@ FocusScope {
 
             AppTextField {
                 id: field
-                anchors { left: parent.left; leftMargin: 4; right: send.left; rightMargin: 6; verticalCenter: parent.verticalCenter }
+                anchors {
+                    left: parent.left
+                    leftMargin: 4
+                    right: send.left
+                    rightMargin: 6
+                    verticalCenter: parent.verticalCenter
+                }
                 placeholder: "How should we rewrite it?"
                 text: root.menu.customInstruction
                 onEdited: root.menu.customInstruction = text

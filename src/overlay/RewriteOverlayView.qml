@@ -14,7 +14,8 @@ Item {
 
     readonly property real inset: 12
     readonly property real surfaceRadius: Math.min(18, surface.height / 2)
-    readonly property bool isSolid: !surroundings.isComposited || surroundings.reduceTransparency || surroundings.increaseContrast
+    readonly property bool isSolid: !surroundings.isComposited || surroundings.reduceTransparency
+                                    || surroundings.increaseContrast
     readonly property color outline: surroundings.increaseContrast ? OverlayPalette.secondary : OverlayPalette.border
 
     function follow() {

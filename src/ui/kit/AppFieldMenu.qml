@@ -60,7 +60,13 @@ Pressable {
             id: value
             text: field.currentText !== "" ? field.currentText : field.placeholder
             color: field.currentText !== "" ? AppDesign.ink : AppDesign.secondary
-            anchors { left: parent.left; leftMargin: 12; right: arrows.left; rightMargin: 8; verticalCenter: parent.verticalCenter }
+            anchors {
+                left: parent.left
+                leftMargin: 12
+                right: arrows.left
+                rightMargin: 8
+                verticalCenter: parent.verticalCenter
+            }
         }
         AppIcon {
             id: arrows

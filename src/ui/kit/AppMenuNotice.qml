@@ -39,7 +39,13 @@ Pressable {
         size: 12
         weight: Font.Medium
         color: AppDesign.accent
-        anchors { left: symbol.right; leftMargin: 11; right: arrow.left; rightMargin: 8; verticalCenter: parent.verticalCenter }
+        anchors {
+            left: symbol.right
+            leftMargin: 11
+            right: arrow.left
+            rightMargin: 8
+            verticalCenter: parent.verticalCenter
+        }
         Accessible.ignored: true
     }
     AppIcon {

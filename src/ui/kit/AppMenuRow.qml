@@ -35,7 +35,13 @@ Pressable {
     }
     Column {
         id: lines
-        anchors { left: symbol.right; leftMargin: 11; right: keys.left; rightMargin: keys.width > 0 ? 12 : 0; verticalCenter: parent.verticalCenter }
+        anchors {
+            left: symbol.right
+            leftMargin: 11
+            right: keys.left
+            rightMargin: keys.width > 0 ? 12 : 0
+            verticalCenter: parent.verticalCenter
+        }
 
         AppTextLine {
             width: parent.width

@@ -27,7 +27,8 @@ Pressable {
         anchors.fill: parent
         radius: 12
         color: option.selected ? AppDesign.accentSoft
-             : option.pressed ? Qt.tint(AppDesign.surface, AppDesign.tint(AppDesign.accent, 0.06)) : option.hovered ? AppDesign.page : AppDesign.surface
+             : option.pressed ? Qt.tint(AppDesign.surface, AppDesign.tint(AppDesign.accent, 0.06))
+             : option.hovered ? AppDesign.page : AppDesign.surface
         lineWidth: 1
         lineColor: option.selected ? AppDesign.accent : AppDesign.outline
 

@@ -67,8 +67,8 @@ FocusTrap {
         opacity: sheet.open ? 1 : 0
         scale: sheet.open || AppDesign.reduceMotion ? 1 : 0.98
 
-        Behavior on opacity { NumberAnimation { duration: AppDesign.appearDuration; easing.type: Easing.OutCubic } }
-        Behavior on scale { NumberAnimation { duration: AppDesign.appearDuration; easing.type: Easing.OutCubic } }
+        Behavior on opacity { AppearAnimation {} }
+        Behavior on scale { AppearAnimation {} }
 
         AppScrollView {
             id: scroll

@@ -40,7 +40,8 @@ AppInputFrame {
         renderType: Text.NativeRendering
         echoMode: field.secret && !field.revealed ? TextInput.Password : TextInput.Normal
         passwordCharacter: "•"
-        inputMethodHints: field.secret ? Qt.ImhSensitiveData | Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase : Qt.ImhNone
+        inputMethodHints: field.secret ? Qt.ImhSensitiveData | Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase
+                                       : Qt.ImhNone
         onAccepted: field.accepted()
         onTextEdited: field.edited()
 

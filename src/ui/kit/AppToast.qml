@@ -28,7 +28,8 @@ FocusScope {
     }
 
     anchors { bottom: parent.bottom; bottomMargin: 20; horizontalCenter: parent.horizontalCenter }
-    implicitWidth: Math.min(parent.width - 40, Math.ceil(label.implicitWidth) + action.width + (action.visible ? 48 : 32))
+    implicitWidth: Math.min(parent.width - 40,
+                            Math.ceil(label.implicitWidth) + action.width + (action.visible ? 48 : 32))
     implicitHeight: Math.max(Math.ceil(label.implicitHeight) + 22, 40)
     visible: opacity > 0
     enabled: shown
@@ -57,7 +58,13 @@ FocusScope {
     }
     AppTextLine {
         id: label
-        anchors { left: parent.left; leftMargin: 16; right: action.visible ? action.left : parent.right; rightMargin: 16; verticalCenter: parent.verticalCenter }
+        anchors {
+            left: parent.left
+            leftMargin: 16
+            right: action.visible ? action.left : parent.right
+            rightMargin: 16
+            verticalCenter: parent.verticalCenter
+        }
         text: toast.text
         size: 12
         weight: Font.Medium

@@ -10,7 +10,8 @@ RoundedBox {
     property bool framed: true
     property color tone: framed ? AppDesign.ink : AppDesign.secondary
     readonly property real content: symbol !== "" ? sign.size : Math.ceil(label.implicitWidth)
-    readonly property string symbol: ({ "⌃": "control", "⌥": "option", "⇧": "shift", "⌘": "command" })[text] || ""
+    readonly property var symbols: ({ "⌃": "control", "⌥": "option", "⇧": "shift", "⌘": "command" })
+    readonly property string symbol: symbols[text] || ""
 
     implicitWidth: framed ? Math.max(content + 18, implicitHeight) : content
     // Of the font's line, whatever the text is: a sign has no glyph in the font, and the one that stands in is higher.

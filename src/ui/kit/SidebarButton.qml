@@ -41,6 +41,12 @@ Pressable {
         text: button.text
         weight: button.selected ? Font.DemiBold : Font.Medium
         opacity: button.pressed ? 0.7 : 1
-        anchors { left: symbol.right; leftMargin: 10; right: parent.right; rightMargin: 10; verticalCenter: parent.verticalCenter }
+        anchors {
+            left: symbol.right
+            leftMargin: 10
+            right: parent.right
+            rightMargin: 10
+            verticalCenter: parent.verticalCenter
+        }
     }
 }

@@ -31,7 +31,13 @@ Column {
         }
         Column {
             id: names
-            anchors { left: avatar.right; leftMargin: 12; right: leave.left; rightMargin: 12; verticalCenter: parent.verticalCenter }
+            anchors {
+                left: avatar.right
+                leftMargin: 12
+                right: leave.left
+                rightMargin: 12
+                verticalCenter: parent.verticalCenter
+            }
             spacing: 1
 
             AppText {
@@ -93,7 +99,9 @@ Column {
             objectName: "accountMenu"
             width: choices.cell
             title: "Choose an account"
-            options: account.chatGPT.accounts.concat([{ title: "Add another account", symbol: "plus", enabled: !account.chatGPT.isAuthenticating }])
+            options: account.chatGPT.accounts.concat([
+                { title: "Add another account", symbol: "plus", enabled: !account.chatGPT.isAuthenticating }
+            ])
             currentIndex: account.chatGPT.accountIndex
             onActivated: (index) => {
                 if (index < account.chatGPT.accounts.length)
@@ -105,7 +113,8 @@ Column {
         AppFieldMenu {
             objectName: "modelMenu"
             width: choices.cell
-            enabled: !account.chatGPT.needsReconnect && account.chatGPT.models.length > 0 && !account.chatGPT.isLoadingModels
+            enabled: !account.chatGPT.needsReconnect && account.chatGPT.models.length > 0
+                     && !account.chatGPT.isLoadingModels
             title: "Model"
             placeholder: account.chatGPT.isLoadingModels ? "Loading available models…" : "No model chosen"
             options: account.chatGPT.models

@@ -25,7 +25,13 @@ AppCard {
             anchors.verticalCenter: parent.verticalCenter
         }
         AppText {
-            anchors { left: spinner.right; leftMargin: 9; right: cancel.left; rightMargin: 9; verticalCenter: parent.verticalCenter }
+            anchors {
+                left: spinner.right
+                leftMargin: 9
+                right: cancel.left
+                rightMargin: 9
+                verticalCenter: parent.verticalCenter
+            }
             text: "Finish connecting in your browser…"
             size: 12
             color: AppDesign.secondary

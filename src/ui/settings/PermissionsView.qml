@@ -136,7 +136,13 @@ AppScrollView {
 
         Note {
             id: reassurance
-            anchors { left: parent.left; leftMargin: 2; right: buttons.left; rightMargin: 16; verticalCenter: parent.verticalCenter }
+            anchors {
+                left: parent.left
+                leftMargin: 2
+                right: buttons.left
+                rightMargin: 16
+                verticalCenter: parent.verticalCenter
+            }
             symbol: "lock"
             text: "No Screen Recording or Full Disk Access is requested."
         }

@@ -23,7 +23,14 @@ Rectangle {
     }
     SettingsHeader {
         id: header
-        anchors { left: sidebar.right; leftMargin: 32; right: parent.right; rightMargin: 32; top: parent.top; topMargin: 28 }
+        anchors {
+            left: sidebar.right
+            leftMargin: 32
+            right: parent.right
+            rightMargin: 32
+            top: parent.top
+            topMargin: 28
+        }
         title: view.models.sections.title
         subtitle: view.models.sections.subtitle
     }
@@ -31,7 +38,8 @@ Rectangle {
         id: section
         objectName: "section"
 
-        readonly property var files: ["OverviewView", "WritingActionsView", "ConnectionsView", "TutorialView", "PermissionsView"]
+        readonly property var files: ["OverviewView", "WritingActionsView", "ConnectionsView", "TutorialView",
+                                      "PermissionsView"]
 
         function show() {
             setSource(files[view.models.sections.index] + ".qml", { models: view.models })

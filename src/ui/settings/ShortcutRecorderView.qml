@@ -14,7 +14,10 @@ Column {
     spacing: 6
 
     // The button that had the focus is gone while recording; another takes its place.
-    onIsRecordingChanged: if (!isRecording) Qt.callLater(() => record.visible ? record.forceActiveFocus() : change.forceActiveFocus())
+    onIsRecordingChanged: {
+        if (!isRecording)
+            Qt.callLater(() => (record.visible ? record : change).forceActiveFocus())
+    }
 
     AppText {
         text: "Keyboard Shortcut"

@@ -44,7 +44,12 @@ Column {
         subtitle: "by Anthropic · Connect an API key"
         onClicked: step.tutorial.connectClaude()
 
-        AppIcon { name: "chevron.right"; size: 14; color: AppDesign.secondary; anchors.verticalCenter: parent.verticalCenter }
+        AppIcon {
+            name: "chevron.right"
+            size: 14
+            color: AppDesign.secondary
+            anchors.verticalCenter: parent.verticalCenter
+        }
     }
     AppRowButton {
         objectName: "otherCard"

@@ -65,7 +65,7 @@ Item {
                     color: index <= view.tutorial.step ? AppDesign.accent : AppDesign.border
                     anchors.verticalCenter: parent.verticalCenter
 
-                    Behavior on width { NumberAnimation { duration: AppDesign.appearDuration; easing.type: Easing.OutCubic } }
+                    Behavior on width { AppearAnimation {} }
                 }
             }
             Item { width: 5; height: 1 }

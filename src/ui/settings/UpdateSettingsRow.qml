@@ -18,7 +18,13 @@ AppCard {
         }
         Column {
             id: texts
-            anchors { left: mark.right; leftMargin: 14; right: button.left; rightMargin: 16; verticalCenter: parent.verticalCenter }
+            anchors {
+                left: mark.right
+                leftMargin: 14
+                right: button.left
+                rightMargin: 16
+                verticalCenter: parent.verticalCenter
+            }
             spacing: 2
 
             AppText {

@@ -73,7 +73,13 @@ Pressable {
     }
     Column {
         id: lines
-        anchors { left: plate.right; leftMargin: 12; right: keys.left; rightMargin: 12; verticalCenter: parent.verticalCenter }
+        anchors {
+            left: plate.right
+            leftMargin: 12
+            right: keys.left
+            rightMargin: 12
+            verticalCenter: parent.verticalCenter
+        }
         spacing: 2
 
         AppTextLine {

@@ -77,8 +77,8 @@ Item {
         Accessible.role: Accessible.List
         Accessible.name: "Writing actions"
 
-        move: Transition { NumberAnimation { property: "y"; duration: AppDesign.appearDuration; easing.type: Easing.OutCubic } }
-        displaced: Transition { NumberAnimation { property: "y"; duration: AppDesign.appearDuration; easing.type: Easing.OutCubic } }
+        move: Transition { AppearAnimation { property: "y" } }
+        displaced: Transition { AppearAnimation { property: "y" } }
         remove: Transition { NumberAnimation { property: "opacity"; to: 0; duration: AppDesign.appearDuration } }
 
         delegate: WritingActionRow {

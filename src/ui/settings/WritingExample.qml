@@ -104,7 +104,9 @@ AppCard {
             onSelectionEndChanged: example.demo.selectionChanged(selectionStart, selectionEnd)
             onActiveFocusChanged: example.demo.setFocused(activeFocus)
 
-            Keys.onPressed: (event) => event.accepted = example.demo.keyDown(event.nativeScanCode, event.modifiers, event.isAutoRepeat)
+            Keys.onPressed: (event) => {
+                event.accepted = example.demo.keyDown(event.nativeScanCode, event.modifiers, event.isAutoRepeat)
+            }
 
             HoverHandler { cursorShape: Qt.IBeamCursor }
             Connections {

@@ -65,7 +65,12 @@ Rectangle {
                     Column {
                         spacing: 8
                         AppMark { size: 64; anchors.horizontalCenter: parent.horizontalCenter }
-                        AppText { text: "Quillmarsh"; size: 12; color: AppDesign.secondary; anchors.horizontalCenter: parent.horizontalCenter }
+                        AppText {
+                            text: "Quillmarsh"
+                            size: 12
+                            color: AppDesign.secondary
+                            anchors.horizontalCenter: parent.horizontalCenter
+                        }
                     }
                     AppIcon {
                         y: 20
@@ -86,7 +91,12 @@ Rectangle {
 
                             AppIcon { anchors.centerIn: parent; name: "folder.fill"; size: 38; color: AppDesign.accent }
                         }
-                        AppText { text: root.model.folderLabel; size: 12; color: AppDesign.secondary; anchors.horizontalCenter: parent.horizontalCenter }
+                        AppText {
+                            text: root.model.folderLabel
+                            size: 12
+                            color: AppDesign.secondary
+                            anchors.horizontalCenter: parent.horizontalCenter
+                        }
                     }
                 }
                 Rectangle { width: parent.width; height: 1; color: AppDesign.outline }

@@ -43,7 +43,15 @@ Rectangle {
 
     AppScrollView {
         id: body
-        anchors { left: header.left; right: header.right; top: header.bottom; topMargin: 20; bottom: buttons.top; bottomMargin: 16; rightMargin: -gutter }
+        anchors {
+            left: header.left
+            right: header.right
+            top: header.bottom
+            topMargin: 20
+            bottom: buttons.top
+            bottomMargin: 16
+            rightMargin: -gutter
+        }
         gutter: 14
         spacing: 12
 
@@ -128,7 +136,13 @@ Rectangle {
         }
         AppText {
             visible: root.prompt.showsProgress
-            anchors { left: spinner.right; leftMargin: 10; right: row.left; rightMargin: 12; verticalCenter: parent.verticalCenter }
+            anchors {
+                left: spinner.right
+                leftMargin: 10
+                right: row.left
+                rightMargin: 12
+                verticalCenter: parent.verticalCenter
+            }
             text: root.prompt.progress
             size: 12
             Accessible.role: Accessible.StatusBar
