@@ -1,5 +1,7 @@
 #include "platform/ClipboardPeer.h"
 
+#include "platform/XTestSession.h"
+
 #include <QTest>
 #include <QTimer>
 
@@ -24,6 +26,17 @@ void ClipboardPeer::own(std::map<QByteArray, QByteArray> values)
 {
     values_ = std::move(values);
     ownSelection("CLIPBOARD");
+}
+
+void ClipboardPeer::select(const QByteArray& text)
+{
+    values_ = {{"UTF8_STRING", text}};
+    ownSelection("PRIMARY");
+}
+
+void ClipboardPeer::comeToFront(const QByteArray& windowClass)
+{
+    openInFront(*connection_, windowClass, windowClass);
 }
 
 void ClipboardPeer::ownSelection(const QByteArray& selection)
@@ -63,7 +76,7 @@ void ClipboardPeer::handle(const xcb_generic_event_t& event)
 void ClipboardPeer::handleRequest(const xcb_selection_request_event_t& request)
 {
     asked << connection_->atomName(request.target);
-    if (manners_ == Manners::Silent)
+    if (manners_ == Manners::Silent || asked.constLast() == silentAbout)
         return;
     if (manners_ == Manners::Dying) {
         QTimer::singleShot(0, this, &ClipboardPeer::die);

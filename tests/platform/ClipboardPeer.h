@@ -33,6 +33,10 @@ public:
     /// Claims the clipboard with this value of this target.
     void own(const QByteArray& value, const QByteArray& target = "UTF8_STRING");
     void own(std::map<QByteArray, QByteArray> values);
+    /// Claims the primary selection with this text.
+    void select(const QByteArray& text);
+    /// Opens a window of this class in front.
+    void comeToFront(const QByteArray& windowClass);
     /// Ends the connection, and with it the ownership.
     void die();
     /// Claims another selection (a clipboard manager does).
@@ -57,7 +61,8 @@ public:
 
     std::chrono::milliseconds delay{0};
     qsizetype pieceSize = 64 * 1024;
-    QByteArrayList asked; ///< targets that others asked for, in order
+    QByteArray silentAbout; ///< a target that is never answered
+    QByteArrayList asked;   ///< targets that others asked for, in order
     std::function<void()> onSaveTargets;
 
 private:

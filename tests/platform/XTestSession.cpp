@@ -133,22 +133,27 @@ std::vector<xcb_keycode_t> PhysicalKeyboard::keysDownOnXTest() const
     return {};
 }
 
-TargetWindow::TargetWindow(const QByteArray& instance, const QByteArray& className)
-    : connection_(XConnection::open()), window_(xcb_generate_id(connection_->get()))
+xcb_window_t openInFront(XConnection& xConnection, const QByteArray& instance, const QByteArray& className)
 {
     constexpr uint32_t events =
         XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_FOCUS_CHANGE;
-    xcb_connection_t* const connection = connection_->get();
-    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window_, connection_->root(), 0, 0, 200, 100, 0,
+    xcb_connection_t* const connection = xConnection.get();
+    const xcb_window_t window = xcb_generate_id(connection);
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, xConnection.root(), 0, 0, 200, 100, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
     const QByteArray names = instance + '\0' + className + '\0';
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
                         static_cast<uint32_t>(names.size()), names.constData());
-    xcb_map_window(connection, window_);
-    xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, window_, XCB_CURRENT_TIME);
+    xcb_map_window(connection, window);
+    xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
+    xConnection.synchronize();
+    return window;
+}
+
+TargetWindow::TargetWindow(const QByteArray& instance, const QByteArray& className)
+    : connection_(XConnection::open()), window_(openInFront(*connection_, instance, className))
+{
     connect(connection_.get(), &XConnection::received, this, &TargetWindow::handle);
-    connection_->synchronize();
-    focusLosses = 0;
 }
 
 void TargetWindow::catchUp()

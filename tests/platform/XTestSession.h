@@ -49,6 +49,9 @@ inline constexpr xcb_keycode_t escape = 9, one = 10, tab = 23, w = 25, r = 27, t
                                controlR = 105, insert = 118, superL = 133;
 } // namespace Key
 
+/// Opens a window of this class on another program's connection, in front and with the input focus.
+xcb_window_t openInFront(XConnection& connection, const QByteArray& instance, const QByteArray& className);
+
 /// A window of another program that takes the input focus and writes down what reaches it.
 class TargetWindow final : public QObject
 {

@@ -1,13 +1,24 @@
 #include "platform/linux/SelectionReader.h"
 
 #include "base/Log.h"
+#include "platform/linux/LineCopy.h"
 #include "platform/linux/SelectionOwner.h"
-#include "platform/linux/SelectionTransfer.h"
 #include "platform/linux/XConnection.h"
 
 #include <QStringDecoder>
 
 namespace quillmarsh {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A toolkit's own reading may take fifteen seconds on a dead owner (measured).
+constexpr auto textLimit = 1s;
+// More than any text somebody rewrites; a guard against an owner that never stops.
+constexpr qsizetype longestText = 64 * 1024 * 1024;
+
+} // namespace
 
 std::optional<QString> decodeSelection(QByteArray bytes, const QByteArray& type)
 {
@@ -35,7 +46,7 @@ SelectionReader::SelectionReader(XConnection& connection, SelectionCounter& coun
 SelectionReader::~SelectionReader()
 {
     for (auto& [transfer, entry] : transfers_)
-        entry.second(std::nullopt);
+        entry.second({SelectionAnswer::Kind::Late, {}, {}});
 }
 
 void SelectionReader::read(Done done)
@@ -45,24 +56,48 @@ void SelectionReader::read(Done done)
         done(QString::fromUtf8(*own));
         return;
     }
-    auto transfer = std::make_unique<SelectionTransfer>(connection_, counter_);
+    ask({"CLIPBOARD", {"UTF8_STRING", "TARGETS"}, textLimit, longestText},
+        [this, done = std::move(done)](const SelectionAnswer& answer) {
+            std::optional<QString> text;
+            if (answer.kind == SelectionAnswer::Kind::Value)
+                text = decodeSelection(answer.bytes, answer.type);
+            if (text && isWholeLine(*text))
+                handOverIfSelected(*text, done);
+            else
+                done(std::move(text));
+        });
+}
+
+void SelectionReader::handOverIfSelected(const QString& line, const Done& done)
+{
+    const LineWitness witness = lineWitness(connection_);
+    ask(questionAbout(line, witness), [line, witness, done](const SelectionAnswer& answer) {
+        if (!deniesSelection(answer, line, witness)) {
+            done(line);
+            return;
+        }
+        qCInfo(lcQuillmarsh, "Nothing was selected: the editor copied the line of its cursor");
+        done(std::nullopt);
+    });
+}
+
+void SelectionReader::ask(SelectionQuestion question, Answered answered)
+{
+    auto transfer = std::make_unique<SelectionTransfer>(connection_, counter_, std::move(question));
     SelectionTransfer* const key = transfer.get();
     connect(key, &SelectionTransfer::finished, this,
-            [this, key](const QByteArray& bytes, const QByteArray& type) {
-                finish(key, decodeSelection(bytes, type));
-            });
-    connect(key, &SelectionTransfer::failed, this, [this, key] { finish(key, std::nullopt); });
-    transfers_[key] = {std::move(transfer), std::move(done)};
+            [this, key](const SelectionAnswer& answer) { finish(key, answer); });
+    transfers_[key] = {std::move(transfer), std::move(answered)};
     key->start();
 }
 
-void SelectionReader::finish(SelectionTransfer* transfer, std::optional<QString> text)
+void SelectionReader::finish(SelectionTransfer* transfer, const SelectionAnswer& answer)
 {
     auto entry = transfers_.extract(transfer);
     if (entry.empty())
         return;
     entry.mapped().first.release()->deleteLater(); // it is still inside its own signal
-    entry.mapped().second(std::move(text));
+    entry.mapped().second(answer);
 }
 
 } // namespace quillmarsh

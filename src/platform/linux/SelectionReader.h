@@ -1,22 +1,16 @@
 #pragma once
 
-#include "platform/linux/Xcb.h"
+#include "platform/linux/SelectionTransfer.h"
 
-#include <QByteArray>
-#include <QObject>
 #include <QString>
 
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 
 namespace quillmarsh {
 
-class XConnection;
-class SelectionCounter;
 class SelectionOwner;
-class SelectionTransfer;
 
 /// Reads the clipboard's plain text without ever waiting for its owner: several readings may be under way.
 /// Lives in the worker's thread.
@@ -30,17 +24,21 @@ public:
     SelectionReader(XConnection& connection, SelectionCounter& counter, SelectionOwner& owner);
     ~SelectionReader() override;
 
-    /// Calls `done` once: with the text, or none when there is no plain text, or the owner has not handed it
-    /// over within one second all told.
+    /// Calls `done` once: with the text, or none when there is no plain text, the owner has not handed it
+    /// over within one second all told, or it is a line that an editor copied although nothing was selected.
     void read(Done done);
 
 private:
-    void finish(SelectionTransfer* transfer, std::optional<QString> text);
+    using Answered = std::function<void(const SelectionAnswer&)>;
+
+    void ask(SelectionQuestion question, Answered answered);
+    void finish(SelectionTransfer* transfer, const SelectionAnswer& answer);
+    void handOverIfSelected(const QString& line, const Done& done);
 
     XConnection& connection_;
     SelectionCounter& counter_;
     SelectionOwner& owner_;
-    std::map<SelectionTransfer*, std::pair<std::unique_ptr<SelectionTransfer>, Done>> transfers_;
+    std::map<SelectionTransfer*, std::pair<std::unique_ptr<SelectionTransfer>, Answered>> transfers_;
 };
 
 /// The text of a property value of type `type`; none when it is not valid in its encoding. Broken text is not

@@ -8,27 +8,20 @@
 
 namespace quillmarsh {
 
-namespace {
+using Kind = SelectionAnswer::Kind;
 
-using namespace std::chrono_literals;
-
-// For everything together; a toolkit's own reading may take fifteen seconds on a dead owner (measured).
-constexpr auto totalLimit = 1s;
-// More than any text somebody rewrites; a guard against an owner that never stops.
-constexpr qsizetype longestText = 64 * 1024 * 1024;
-constexpr uint32_t wholeProperty = longestText / 4; // in units of four bytes
-
-} // namespace
-
-SelectionTransfer::SelectionTransfer(XConnection& connection, SelectionCounter& counter)
-    : connection_(connection), counter_(counter)
+SelectionTransfer::SelectionTransfer(XConnection& connection, SelectionCounter& counter,
+                                     SelectionQuestion question)
+    : connection_(connection), counter_(counter), question_(std::move(question))
 {
     property_ = connection_.atom("QUILLMARSH_SELECTION");
     limit_.setSingleShot(true);
-    connect(&limit_, &QTimer::timeout, this, [this] { fail("its owner did not answer in time"); });
+    connect(&limit_, &QTimer::timeout, this,
+            [this] { giveUp(Kind::Late, "its owner did not answer in time"); });
     connect(&connection_, &XConnection::received, this, &SelectionTransfer::handle);
     connect(&counter_, &SelectionCounter::ownerChanged, this, [this](quint32 owner) {
-        if (owner != XCB_NONE && window_ != XCB_NONE && !ended_)
+        const bool isAsked = question_.selection == "CLIPBOARD" && window_ != XCB_NONE && !ended_;
+        if (owner != XCB_NONE && isAsked)
             begin(); // the newest owner counts
     });
 }
@@ -40,7 +33,7 @@ SelectionTransfer::~SelectionTransfer()
 
 void SelectionTransfer::start()
 {
-    limit_.start(totalLimit);
+    limit_.start(question_.limit);
     begin();
 }
 
@@ -57,14 +50,16 @@ void SelectionTransfer::begin()
 {
     abandonWindow();
     window_ = connection_.createHelperWindow(XCB_EVENT_MASK_PROPERTY_CHANGE);
-    candidates_ = {connection_.atom("UTF8_STRING"), connection_.atom("TARGETS")};
+    candidates_.clear();
+    for (const QByteArray& target : question_.targets)
+        candidates_.push_back(connection_.atom(target));
     tryNext();
 }
 
 void SelectionTransfer::tryNext()
 {
     if (candidates_.empty()) {
-        fail(nullptr);
+        giveUp(Kind::None, nullptr);
         return;
     }
     const xcb_atom_t target = candidates_.front();
@@ -75,8 +70,9 @@ void SelectionTransfer::tryNext()
 void SelectionTransfer::convert(xcb_atom_t target)
 {
     asked_ = target;
-    xcb_convert_selection(connection_.get(), window_, connection_.atom("CLIPBOARD"), target, property_,
-                          counter_.lastClaim());
+    const bool isClipboard = question_.selection == "CLIPBOARD";
+    xcb_convert_selection(connection_.get(), window_, connection_.atom(question_.selection), target,
+                          property_, isClipboard ? counter_.lastClaim() : XCB_CURRENT_TIME);
     xcb_flush(connection_.get());
 }
 
@@ -97,9 +93,10 @@ void SelectionTransfer::handle(const xcb_generic_event_t& event)
 
 XcbPtr<xcb_get_property_reply_t> SelectionTransfer::takeProperty()
 {
+    const auto units = static_cast<uint32_t>(question_.longest / 4 + 1); // of four bytes
     return replyOf<xcb_get_property_reply>(
         connection_.get(),
-        xcb_get_property(connection_.get(), 1, window_, property_, XCB_ATOM_ANY, 0, wholeProperty));
+        xcb_get_property(connection_.get(), 1, window_, property_, XCB_ATOM_ANY, 0, units));
 }
 
 void SelectionTransfer::handleNotify(const xcb_selection_notify_event_t& notify)
@@ -110,7 +107,7 @@ void SelectionTransfer::handleNotify(const xcb_selection_notify_event_t& notify)
     }
     const auto value = takeProperty();
     if (!value || value->bytes_after > 0) {
-        fail("it is too large");
+        giveUp(Kind::None, "it is too large");
         return;
     }
     const auto* const data = static_cast<const char*>(xcb_get_property_value(value.get()));
@@ -122,7 +119,8 @@ void SelectionTransfer::handleNotify(const xcb_selection_notify_event_t& notify)
         chooseFrom(value->format == 32 ? std::vector<xcb_atom_t>(atoms, atoms + value->value_len)
                                        : std::vector<xcb_atom_t>());
     } else if (value->format == 8) {
-        end(QByteArray(data, static_cast<qsizetype>(value->value_len)), connection_.atomName(value->type));
+        end({Kind::Value, QByteArray(data, static_cast<qsizetype>(value->value_len)),
+             connection_.atomName(value->type)});
     } else {
         tryNext();
     }
@@ -144,32 +142,29 @@ void SelectionTransfer::handleChunk()
     if (!value || value->type == XCB_ATOM_NONE)
         return;
     if (value->value_len == 0) {
-        end(*incremental_, connection_.atomName(incrementalType_));
+        end({Kind::Value, *incremental_, connection_.atomName(incrementalType_)});
         return;
     }
     incrementalType_ = value->type;
     incremental_->append(static_cast<const char*>(xcb_get_property_value(value.get())),
                          xcb_get_property_value_length(value.get()));
-    if (incremental_->size() > longestText)
-        fail("it is too large");
+    if (incremental_->size() > question_.longest)
+        giveUp(Kind::None, "it is too large");
 }
 
-void SelectionTransfer::end(const QByteArray& bytes, const QByteArray& type)
+void SelectionTransfer::end(const SelectionAnswer& answer)
 {
     if (std::exchange(ended_, true))
         return;
     limit_.stop();
-    emit finished(bytes, type);
+    emit finished(answer);
 }
 
-void SelectionTransfer::fail(const char* reason)
+void SelectionTransfer::giveUp(Kind kind, const char* reason)
 {
-    if (std::exchange(ended_, true))
-        return;
-    limit_.stop();
-    if (reason)
-        qCInfo(lcQuillmarsh, "The clipboard could not be read: %s", reason);
-    emit failed();
+    if (reason && !ended_)
+        qCInfo(lcQuillmarsh, "The selection %s was not read: %s", question_.selection.constData(), reason);
+    end({kind, {}, {}});
 }
 
 } // namespace quillmarsh

@@ -2,10 +2,11 @@
 
 #include "platform/linux/Xcb.h"
 
-#include <QByteArray>
+#include <QByteArrayList>
 #include <QObject>
 #include <QTimer>
 
+#include <chrono>
 #include <optional>
 #include <vector>
 
@@ -14,22 +15,42 @@ namespace quillmarsh {
 class XConnection;
 class SelectionCounter;
 
-/// One reading of the clipboard, on requestor windows of its own, so that a late answer to an abandoned
+/// What the owner of a selection is asked for.
+struct SelectionQuestion
+{
+    QByteArray selection;
+    QByteArrayList targets;            ///< in order; "TARGETS" goes on with what else may be text
+    std::chrono::milliseconds limit{}; ///< for everything together
+    qsizetype longest = 0;             ///< in bytes; a longer value counts as none
+};
+
+struct SelectionAnswer
+{
+    enum class Kind {
+        Value,
+        None, ///< no owner, or it has nothing of the kind
+        Late, ///< no answer within the limit
+    };
+    Kind kind = Kind::None;
+    QByteArray bytes;
+    QByteArray type;
+};
+
+/// One reading of a selection, on requestor windows of its own, so that a late answer to an abandoned
 /// question finds nobody. Begins anew when the clipboard gets another owner meanwhile.
 class SelectionTransfer final : public QObject
 {
     Q_OBJECT
 
 public:
-    SelectionTransfer(XConnection& connection, SelectionCounter& counter);
+    SelectionTransfer(XConnection& connection, SelectionCounter& counter, SelectionQuestion question);
     ~SelectionTransfer() override;
 
     void start();
 
 signals:
     /// Emitted once, from the event loop.
-    void finished(const QByteArray& bytes, const QByteArray& type);
-    void failed();
+    void finished(const SelectionAnswer& answer);
 
 private:
     void begin();
@@ -41,11 +62,12 @@ private:
     void handleChunk();
     void chooseFrom(const std::vector<xcb_atom_t>& targets);
     [[nodiscard]] XcbPtr<xcb_get_property_reply_t> takeProperty();
-    void end(const QByteArray& bytes, const QByteArray& type);
-    void fail(const char* reason);
+    void end(const SelectionAnswer& answer);
+    void giveUp(SelectionAnswer::Kind kind, const char* reason);
 
     XConnection& connection_;
     SelectionCounter& counter_;
+    const SelectionQuestion question_;
     QTimer limit_;
     xcb_window_t window_ = XCB_NONE;
     xcb_atom_t property_ = XCB_ATOM_NONE;

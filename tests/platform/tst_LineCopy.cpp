@@ -1,0 +1,181 @@
+#include "platform/ClipboardPeer.h"
+#include "platform/linux/XPasteboard.h"
+#include "platform/linux/XWorker.h"
+#include "support/CoroutineTest.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using namespace quillmarsh;
+using namespace quillmarsh::test;
+using Manners = ClipboardPeer::Manners;
+
+namespace {
+
+const QByteArray line = "the line of the cursor\n";
+
+/// What a browser adds for a page that says whether something was selected.
+QByteArray envelope(const char* isFromEmptySelection)
+{
+    const QString note =
+        QStringLiteral(
+            R"({"version":1,"id":"1","isFromEmptySelection":%1,"multicursorText":null,"mode":null})")
+            .arg(QLatin1String(isFromEmptySelection));
+    return "vscode-editor-data" +
+           QByteArray(static_cast<const char*>(static_cast<const void*>(note.utf16())), note.size() * 2);
+}
+
+} // namespace
+
+/// Editors that copy the line of the cursor when nothing is selected.
+class tst_LineCopy final : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::shared_ptr<XWorker> worker_;
+    std::unique_ptr<XPasteboard> pasteboard_;
+
+    std::optional<QString> read() { return runTask(pasteboard_->string()); }
+
+private slots:
+    void init()
+    {
+        worker_ = XWorker::start();
+        pasteboard_ = std::make_unique<XPasteboard>(worker_);
+    }
+    void cleanup()
+    {
+        pasteboard_.reset();
+        worker_.reset();
+    }
+
+    void thePrimarySelectionTells_data()
+    {
+        QTest::addColumn<QByteArray>("editor");
+        QTest::addColumn<QByteArray>("copied");
+        QTest::addColumn<QByteArray>("primary");
+        QTest::addColumn<bool>("selected");
+        const QByteArray two = line + line;
+        QTest::newRow("the line") << QByteArray("kate") << line << line << true;
+        QTest::newRow("another text") << QByteArray("kate") << line << QByteArray("word") << false;
+        QTest::newRow("the line and more") << QByteArray("kwrite") << line << two << false;
+        QTest::newRow("the line without its break")
+            << QByteArray("KDevelop") << line << line.chopped(1) << false;
+        QTest::newRow("no whole line") << QByteArray("kate") << line.chopped(1) << QByteArray("word") << true;
+        QTest::newRow("more than a line") << QByteArray("kate") << two << QByteArray("word") << true;
+        // It selects lines without claiming the primary selection.
+        QTest::newRow("another program") << QByteArray("featherpad") << line << QByteArray("word") << true;
+    }
+    void thePrimarySelectionTells()
+    {
+        QFETCH(QByteArray, editor);
+        QFETCH(QByteArray, copied);
+        QFETCH(QByteArray, primary);
+        QFETCH(bool, selected);
+        ClipboardPeer program;
+        ClipboardPeer lastSelection;
+        program.comeToFront(editor);
+        lastSelection.select(primary);
+        program.own(copied);
+        QCOMPARE(read(), selected ? std::optional(QString::fromUtf8(copied)) : std::nullopt);
+    }
+
+    void withoutAPrimarySelectionNothingIsSelected()
+    {
+        ClipboardPeer kate;
+        kate.comeToFront("kate");
+        kate.own(line);
+        QVERIFY(!read());
+    }
+
+    void aTextOfAClipboardManagerIsNoCopyOfTheEditor()
+    {
+        ClipboardPeer kate;
+        ClipboardPeer manager;
+        kate.comeToFront("kate");
+        manager.own(line);
+        QCOMPARE(read(), QString::fromUtf8(line));
+    }
+
+    void aLargePrimarySelectionIsNotReadToItsEnd()
+    {
+        ClipboardPeer kate;
+        ClipboardPeer large(Manners::Incremental);
+        kate.comeToFront("kate");
+        large.select(QByteArray(8 * 1024 * 1024, 'x'));
+        large.pieceSize = 1024;
+        kate.own(line);
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(!read());
+        QVERIFY2(timer.elapsed() < 200, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void nobodyIsWaitedForLong_data()
+    {
+        QTest::addColumn<int>("manners");
+        QTest::newRow("never answers") << int(Manners::Silent);
+        QTest::newRow("stalls") << int(Manners::Stalling);
+        QTest::newRow("dies") << int(Manners::Dying);
+    }
+    void nobodyIsWaitedForLong()
+    {
+        QFETCH(int, manners);
+        ClipboardPeer kate;
+        ClipboardPeer owner(static_cast<Manners>(manners));
+        kate.comeToFront("kate");
+        owner.select("word");
+        kate.own(line);
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(read(), QString::fromUtf8(line));
+        QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void theNoteBesideTheTextTells_data()
+    {
+        QTest::addColumn<QByteArray>("target");
+        QTest::addColumn<QByteArray>("note");
+        QTest::addColumn<bool>("selected");
+        for (const char* target : {"chromium/x-web-custom-data", "application/x-moz-custom-clipdata"}) {
+            QTest::addRow("nothing selected, %s", target) << QByteArray(target) << envelope("true") << false;
+            QTest::addRow("selected, %s", target) << QByteArray(target) << envelope("false") << true;
+            QTest::addRow("something else, %s", target) << QByteArray(target) << QByteArray("words") << true;
+        }
+    }
+    void theNoteBesideTheTextTells()
+    {
+        QFETCH(QByteArray, target);
+        QFETCH(QByteArray, note);
+        QFETCH(bool, selected);
+        ClipboardPeer browser;
+        browser.own(std::map<QByteArray, QByteArray>{{"UTF8_STRING", line}, {target, note}});
+        QCOMPARE(read(), selected ? std::optional(QString::fromUtf8(line)) : std::nullopt);
+    }
+
+    void anOwnerThatIsSilentAboutTheNoteIsNotWaitedForLong()
+    {
+        ClipboardPeer program;
+        program.silentAbout = "chromium/x-web-custom-data";
+        program.own(line);
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(read(), QString::fromUtf8(line));
+        QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void onlyAWholeLineIsAskedAbout()
+    {
+        ClipboardPeer program;
+        for (const QByteArray& text : {QByteArray("words"), line + "more", QByteArray()}) {
+            program.asked.clear();
+            program.own(text);
+            QVERIFY(read());
+            QCOMPARE(program.asked, QByteArrayList{"UTF8_STRING"});
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_LineCopy)
+#include "tst_LineCopy.moc"
