@@ -29,8 +29,22 @@ setInterval(async () => {{
 }}, 200);
 </script>"""
 
+# As the Monaco family does: without a selection the line of the cursor, and a note that says so.
+CODE_EDITOR = """<textarea id="field">\n{text}</textarea><script>
+document.getElementById('field').addEventListener('copy', event => {{
+  const {{value, selectionStart, selectionEnd}} = event.target;
+  const isFromEmptySelection = selectionStart === selectionEnd;
+  const start = isFromEmptySelection ? value.lastIndexOf('\\n', selectionStart - 1) + 1 : selectionStart;
+  const end = isFromEmptySelection ? value.indexOf('\\n', selectionStart) + 1 : selectionEnd;
+  event.clipboardData.setData('text/plain', value.slice(start, end));
+  event.clipboardData.setData('vscode-editor-data', JSON.stringify({{version: 1, isFromEmptySelection}}));
+  event.preventDefault();
+}});
+</script>"""
+
 FIELDS = {
     "textarea": '<textarea id="field">\n{text}</textarea>',
+    "code editor": CODE_EDITOR,
     "contenteditable": '<div id="field" contenteditable="true">{text}</div>',
     "password": '<input id="field" type="password" value="{text}">',
 }

@@ -139,12 +139,25 @@ class MatrixTest(harness.RunningProduct):
             self.expect_pasted(FIRST.upper())
             self.expect_text(editor, after)
 
-    def check_nothing(self, name, open_editor):
-        with contextlib.closing(open_editor(DOCUMENT)) as editor, self.case(name, NOTHING):
+    def check_nothing(self, name, open_editor, clipboard=MINE, outcome="pass"):
+        with contextlib.closing(open_editor(DOCUMENT)) as editor, self.case(name, NOTHING, outcome=outcome):
             set_clipboard(MINE)
             editor.select("Control_L Home", "Down", "End")
             self.rewrite_nothing()
-            self.assertEqual(harness.clipboard(), MINE)
+            self.assertEqual(harness.clipboard(), clipboard)
+            self.expect_text(editor, DOCUMENT)
+
+    def check_unselected_line(self, name, open_editor):
+        """The editor copies the line of the cursor when nothing is selected."""
+        line = MIDDLE.splitlines(keepends=True)[0]
+        outcome = "pass; the editor copies the line of the cursor to the clipboard"
+        self.check_nothing(name, open_editor, clipboard=line, outcome=outcome)
+        self.setUp()
+        with contextlib.closing(open_editor(DOCUMENT)) as editor, self.case(name, NOTHING, outcome=outcome):
+            # A line was selected, and is not any more.
+            editor.select("Control_L Home", "Shift_L Down", "Right", "End")
+            self.rewrite_nothing()
+            self.assertEqual(harness.clipboard(), line)
             self.expect_text(editor, DOCUMENT)
 
     def check_left_on_clipboard(self, name, open_editor):
@@ -158,9 +171,10 @@ class MatrixTest(harness.RunningProduct):
                 self.expect_pasted(MIDDLE.upper())
                 self.expect_text(editor, DOCUMENT)
 
-    def check_editor(self, name, open_editor, **options):
+    def check_editor(self, name, open_editor, check_nothing=None, **options):
         """The cases every editor has to pass, each in a fresh one."""
-        checks = [(self.check_replaced, options), (self.check_line_break, {}), (self.check_nothing, {})]
+        check_nothing = check_nothing or self.check_nothing
+        checks = [(self.check_replaced, options), (self.check_line_break, {}), (check_nothing, {})]
         for check, arguments in checks:
             with self.subTest(check.__name__):
                 self.setUp()
@@ -173,6 +187,7 @@ EDITORS = {
     "Emacs": (["emacs", "-Q", "{file}"], "{name}", ("Control_L x", "Control_L s")),
     "FeatherPad (Qt 5)": (["featherpad", "--standalone", "{file}"], "{name}", SAVE),
     "GTK 4 text view": ([sys.executable, str(APPLICATIONS / "gtk4-text.py"), "{file}"], "GTK 4 text", ()),
+    "Kate": (["kate", "--new", "{file}"], "{name}", SAVE),
     "mousepad (GTK 3)": (["mousepad", "--disable-server", "{file}"], "{name}", SAVE),
     "Qt 6 text field": ([str(harness.BUILD / "bin" / "text-field"), "{file}"], "Text field", ()),
     "Qt Quick text area": ([str(harness.BUILD / "bin" / "quick-text"), "{file}"], "Qt Quick text", ()),

@@ -20,6 +20,8 @@ class Browsers(matrix.MatrixTest):
         with contextlib.closing(open_browser(self.keyboard)) as browser:
             for kind in ("textarea", "contenteditable"):
                 self.check_editor(f"{name}: {kind}", lambda text, kind=kind: browser.open(kind, text))
+            self.check_editor(f"{name}: code editor", lambda text: browser.open("code editor", text),
+                              check_nothing=self.check_unselected_line)
             self.setUp()
             self.check_password(f"{name}: password", browser.open("password", "hunter2 secret"))
 
@@ -36,6 +38,18 @@ class Browsers(matrix.MatrixTest):
 
     def test_firefox(self):
         self.check_browser("Firefox ESR", drivers.firefox)
+
+
+class CodeEditors(matrix.MatrixTest):
+    @classmethod
+    def setUpClass(cls):
+        matrix.require("kate", "xclip")
+        super().setUpClass()
+
+    def test_kate(self):
+        name = "Kate"
+        self.check_editor(name, lambda text: matrix.open_editor(name, text, self.keyboard),
+                          check_nothing=self.check_unselected_line)
 
 
 class Office(matrix.MatrixTest):
