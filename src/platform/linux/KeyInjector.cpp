@@ -97,11 +97,12 @@ std::optional<KeyInjector::Time> KeyInjector::perform(Gesture gesture)
 {
     const XWindows windows(connection_);
     const xcb_window_t window = windows.active();
-    const Habit habit = habitOf(windows, window);
+    const WindowIdentity target = windows.identityOf(window);
+    const Habit habit = habitOf(target);
     const auto strokes = strokesFor(gesture, habit);
     if (strokes.empty()) {
         qCInfo(lcQuillmarsh, "No safe key to %s is known for the application \"%s\"",
-               gesture == Gesture::Copy ? "copy" : "paste", qUtf8Printable(windows.classOf(window).name));
+               gesture == Gesture::Copy ? "copy" : "paste", qUtf8Printable(target.windowClass.name));
         return std::nullopt;
     }
     if (gesture == Gesture::Copy)
@@ -199,8 +200,9 @@ KeyInjector::Outcome KeyInjector::attempt(HotKeyGrabs::Injection& injection, qui
     // Asked only after the first XTEST event, which brings the map of the XTEST keyboard into force; it may
     // be another than the real keyboard's (measured). And before the modifiers go down: what the user types
     // while they are down becomes a command.
-    const XKeySymbols symbols = XKeySymbols::fetch(connection_.get());
+    const uint32_t asked = XKeySymbols::request(connection_.get());
     const auto state = XKeyState::fetch(connection_.get());
+    const XKeySymbols symbols = XKeySymbols::fromReply(connection_.get(), asked);
     const xcb_keycode_t key = state ? findKey(symbols, state->group) : xcb_keycode_t{0};
     if (key == 0)
         return Outcome::NoSuchKey;

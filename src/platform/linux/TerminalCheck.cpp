@@ -89,16 +89,15 @@ bool hasPseudoTerminal(qint64 id)
     return found == Found::Yes || (found == Found::Hidden && hasShell(process));
 }
 
-Habit habitOf(const XWindows& windows, xcb_window_t window)
+Habit habitOf(const WindowIdentity& target)
 {
-    const WindowClass target = windows.classOf(window);
-    if (const auto known = knownHabit(target))
+    if (const auto known = knownHabit(target.windowClass))
         return *known;
-    const auto entry = entryOf({windows.text(window, "_GTK_APPLICATION_ID"), target.name, target.instance,
-                                target.name.toLower(), target.instance.toLower()});
+    const auto& [instance, name] = target.windowClass;
+    const auto entry = entryOf({target.applicationId, name, instance, name.toLower(), instance.toLower()});
     if (entry && entry->categories.contains(QLatin1String("TerminalEmulator")))
         return Habit::Unsupported;
-    if (!hasPseudoTerminal(windows.processOf(window)))
+    if (!hasPseudoTerminal(target.process))
         return Habit::Ordinary;
     return entry ? Habit::Mixed : Habit::Unsupported;
 }

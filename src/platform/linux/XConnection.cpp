@@ -135,6 +135,9 @@ QByteArray XConnection::atomName(xcb_atom_t atom) const
 {
     if (atom == XCB_ATOM_NONE)
         return {};
+    const QByteArray known = atoms_.key(atom);
+    if (!known.isEmpty())
+        return known;
     const auto reply = replyOf<xcb_get_atom_name_reply>(connection_, xcb_get_atom_name(connection_, atom));
     if (!reply)
         return {};

@@ -2,8 +2,6 @@
 
 #include <QSysInfo>
 
-#include <xcb/res.h>
-
 #include <algorithm>
 
 namespace quillmarsh {
@@ -11,6 +9,18 @@ namespace quillmarsh {
 namespace {
 
 constexpr uint32_t longestText = 1024; // in units of four bytes; names are short
+
+QString asText(const QByteArray& bytes)
+{
+    // Some end with a zero, most do not.
+    return QString::fromUtf8(bytes.split('\0').constFirst());
+}
+
+WindowClass asClass(const QByteArray& bytes)
+{
+    const auto parts = bytes.split('\0');
+    return {QString::fromLatin1(parts.value(0)), QString::fromLatin1(parts.value(1))};
+}
 
 } // namespace
 
@@ -53,11 +63,14 @@ bool XWindows::hasProperty(xcb_window_t window, xcb_atom_t property) const
     return reply && reply->type != XCB_ATOM_NONE;
 }
 
-QByteArray XWindows::bytes(xcb_window_t window, xcb_atom_t property) const
+xcb_get_property_cookie_t XWindows::ask(xcb_window_t window, xcb_atom_t property) const
 {
-    xcb_connection_t* const connection = connection_.get();
-    const auto reply = replyOf<xcb_get_property_reply>(
-        connection, xcb_get_property(connection, 0, window, property, XCB_ATOM_ANY, 0, longestText));
+    return xcb_get_property(connection_.get(), 0, window, property, XCB_ATOM_ANY, 0, longestText);
+}
+
+QByteArray XWindows::answerTo(xcb_get_property_cookie_t question) const
+{
+    const auto reply = replyOf<xcb_get_property_reply>(connection_.get(), question);
     if (!reply || reply->format != 8)
         return {};
     return QByteArray(static_cast<const char*>(xcb_get_property_value(reply.get())),
@@ -66,19 +79,26 @@ QByteArray XWindows::bytes(xcb_window_t window, xcb_atom_t property) const
 
 QString XWindows::text(xcb_window_t window, const QByteArray& property) const
 {
-    // Some end with a zero, most do not.
-    return QString::fromUtf8(bytes(window, connection_.atom(property)).split('\0').constFirst());
+    return asText(answerTo(ask(window, connection_.atom(property))));
 }
 
 WindowClass XWindows::classOf(xcb_window_t window) const
 {
-    const auto parts = bytes(window, XCB_ATOM_WM_CLASS).split('\0');
-    WindowClass result;
-    if (!parts.isEmpty())
-        result.instance = QString::fromLatin1(parts[0]);
-    if (parts.size() > 1)
-        result.name = QString::fromLatin1(parts[1]);
-    return result;
+    return asClass(answerTo(ask(window, XCB_ATOM_WM_CLASS)));
+}
+
+WindowIdentity XWindows::identityOf(xcb_window_t window) const
+{
+    const auto windowClass = ask(window, XCB_ATOM_WM_CLASS);
+    const auto applicationId = ask(window, connection_.atom("_GTK_APPLICATION_ID"));
+    const auto desktopFile = ask(window, connection_.atom("_KDE_NET_WM_DESKTOP_FILE"));
+    const auto title = ask(window, connection_.atom("_NET_WM_NAME"));
+    const auto process = askProcess(window);
+    WindowIdentity identity{asClass(answerTo(windowClass)), asText(answerTo(applicationId)),
+                            asText(answerTo(desktopFile)), asText(answerTo(title)), answerTo(process)};
+    if (identity.process == 0)
+        identity.process = claimedProcess(window);
+    return identity;
 }
 
 std::vector<uint32_t> XWindows::numbers(xcb_window_t window, const QByteArray& property,
@@ -94,25 +114,28 @@ std::vector<uint32_t> XWindows::numbers(xcb_window_t window, const QByteArray& p
     return {first, first + reply->value_len};
 }
 
-qint64 XWindows::processOf(xcb_window_t window) const
+qint64 XWindows::claimedProcess(xcb_window_t window) const
 {
     // The property is the program's own word and wrong inside a process namespace; the server knows better.
-    if (const qint64 process = processByResources(window))
-        return process;
     if (text(window, "WM_CLIENT_MACHINE") != QSysInfo::machineHostName())
         return 0;
     const auto claimed = numbers(window, "_NET_WM_PID", XCB_ATOM_CARDINAL);
     return claimed.empty() ? 0 : claimed.front();
 }
 
-qint64 XWindows::processByResources(xcb_window_t window) const
+xcb_res_query_client_ids_cookie_t XWindows::askProcess(xcb_window_t window) const
 {
     if (!connection_.extensions().resources)
-        return 0;
-    xcb_connection_t* const connection = connection_.get();
+        return {};
     const xcb_res_client_id_spec_t wanted{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-    const auto reply =
-        replyOf<xcb_res_query_client_ids_reply>(connection, xcb_res_query_client_ids(connection, 1, &wanted));
+    return xcb_res_query_client_ids(connection_.get(), 1, &wanted);
+}
+
+qint64 XWindows::answerTo(xcb_res_query_client_ids_cookie_t question) const
+{
+    if (question.sequence == 0) // not asked
+        return 0;
+    const auto reply = replyOf<xcb_res_query_client_ids_reply>(connection_.get(), question);
     if (!reply)
         return 0;
     auto id = xcb_res_query_client_ids_ids_iterator(reply.get());
@@ -133,7 +156,7 @@ bool XWindows::isTk(xcb_window_t window) const
 {
     // Every Tk program enters its name and a window of its own, in hexadecimal, in this list on the root
     // window.
-    const auto entries = bytes(connection_.root(), connection_.atom("InterpRegistry")).split('\0');
+    const auto entries = answerTo(ask(connection_.root(), connection_.atom("InterpRegistry"))).split('\0');
     return std::any_of(entries.begin(), entries.end(), [&](const QByteArray& entry) {
         const xcb_window_t entered = entry.split(' ').constFirst().toUInt(nullptr, 16);
         // An entry outlives a program that was killed, and the server gives its numbers to another.

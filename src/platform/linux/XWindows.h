@@ -7,6 +7,8 @@
 
 #include <vector>
 
+#include <xcb/res.h>
+
 namespace quillmarsh {
 
 /// The two names of WM_CLASS; empty when the window has none.
@@ -14,6 +16,16 @@ struct WindowClass
 {
     QString instance;
     QString name;
+};
+
+/// What a window and its program say of themselves; what they do not say is empty.
+struct WindowIdentity
+{
+    WindowClass windowClass;
+    QString applicationId; ///< of GTK
+    QString desktopFile;   ///< of KDE, the name or the path of a desktop entry
+    QString title;
+    qint64 process = 0; ///< 0 when unknown
 };
 
 /// Questions about other programs' windows. Every answer is a short round trip; a window that is gone answers
@@ -27,13 +39,13 @@ public:
     /// window around the input focus. XCB_NONE when there is none.
     [[nodiscard]] xcb_window_t active() const;
     [[nodiscard]] WindowClass classOf(xcb_window_t window) const;
+    /// One round trip for everything.
+    [[nodiscard]] WindowIdentity identityOf(xcb_window_t window) const;
     /// Text of a property of any text type; empty when missing.
     [[nodiscard]] QString text(xcb_window_t window, const QByteArray& property) const;
     /// Windows or numbers of a 32-bit property.
     [[nodiscard]] std::vector<uint32_t> numbers(xcb_window_t window, const QByteArray& property,
                                                 xcb_atom_t type) const;
-    /// The process behind a window; 0 when unknown.
-    [[nodiscard]] qint64 processOf(xcb_window_t window) const;
     /// What identifies the X connection that made the window; windows of one program share it.
     [[nodiscard]] uint32_t clientOf(xcb_window_t window) const;
     [[nodiscard]] bool exists(xcb_window_t window) const;
@@ -41,10 +53,13 @@ public:
     [[nodiscard]] bool isTk(xcb_window_t window) const;
 
 private:
-    [[nodiscard]] QByteArray bytes(xcb_window_t window, xcb_atom_t property) const;
+    [[nodiscard]] xcb_get_property_cookie_t ask(xcb_window_t window, xcb_atom_t property) const;
+    [[nodiscard]] QByteArray answerTo(xcb_get_property_cookie_t question) const;
     [[nodiscard]] xcb_window_t aroundFocus() const;
     [[nodiscard]] bool hasProperty(xcb_window_t window, xcb_atom_t property) const;
-    [[nodiscard]] qint64 processByResources(xcb_window_t window) const;
+    [[nodiscard]] xcb_res_query_client_ids_cookie_t askProcess(xcb_window_t window) const;
+    [[nodiscard]] qint64 answerTo(xcb_res_query_client_ids_cookie_t question) const;
+    [[nodiscard]] qint64 claimedProcess(xcb_window_t window) const;
 
     const XConnection& connection_;
 };

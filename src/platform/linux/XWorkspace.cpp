@@ -100,23 +100,22 @@ std::optional<RunningApplication> XWorkspace::frontmostApplication() const
 RunningApplication XWorkspace::describe(quint32 window) const
 {
     const XWindows windows(*connection_);
-    const WindowClass windowClass = windows.classOf(window);
-    const QString desktopId = windows.text(window, "_GTK_APPLICATION_ID");
-    const QString desktopFile = QFileInfo(windows.text(window, "_KDE_NET_WM_DESKTOP_FILE")).fileName();
+    const WindowIdentity identity = windows.identityOf(window);
+    const auto& [instance, name] = identity.windowClass;
     RunningApplication application;
-    application.processIdentifier = windows.processOf(window);
+    application.processIdentifier = identity.process;
     application.window = window;
     application.client = windows.clientOf(window);
-    for (const QString& identifier : {desktopId, windowClass.name, windowClass.instance}) {
+    for (const QString& identifier : {identity.applicationId, name, instance}) {
         if (application.identifier.isEmpty())
             application.identifier = identifier;
     }
-    application.localizedName =
-        entries_.name({desktopId, desktopFile, windowClass.name, windowClass.instance});
+    const QString desktopFile = QFileInfo(identity.desktopFile).fileName();
+    application.localizedName = entries_.name({identity.applicationId, desktopFile, name, instance});
     if (application.localizedName.isEmpty())
-        application.localizedName = windowClass.name;
+        application.localizedName = name;
     if (application.localizedName.isEmpty())
-        application.localizedName = windows.text(window, "_NET_WM_NAME");
+        application.localizedName = identity.title;
     return application;
 }
 
