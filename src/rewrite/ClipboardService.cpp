@@ -4,8 +4,6 @@
 #include "platform/ModifierFlags.h"
 #include "platform/Pasteboard.h"
 
-#include <algorithm>
-
 namespace quillmarsh {
 
 namespace {
@@ -25,11 +23,13 @@ Task<std::optional<QString>> ClipboardService::copySelectedText() const
     Task<qint64> counting = pasteboard->changeCount();
     auto posting = keys_->post(VirtualKey::c, ModifierFlags::command);
     const auto asked = std::chrono::steady_clock::now();
+    Task<> waiting = sleepFor(copyWait);
     const qint64 before = co_await counting;
     // The wait is the application's. On a busy machine the keys go out up to 70 ms after they were asked for
     // (measured), and this flow hears of it later still.
     const auto posted = co_await posting;
-    const auto end = std::max(asked + copyWait, posted.value_or(asked) + copyWait - usualInjection);
+    co_await waiting;
+    const auto end = posted.value_or(asked) + copyWait - usualInjection;
     co_await sleepFor(end - std::chrono::steady_clock::now());
     const qint64 after = co_await pasteboard->changeCount();
     if (after == before)

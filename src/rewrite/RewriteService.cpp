@@ -34,8 +34,9 @@ Task<bool> holdClipboard(ClipboardService clipboard, QString text)
         const bool placed = co_await clipboard.place(text);
         if (!placed)
             co_return false;
-        const qint64 placedAt = co_await clipboard.changeCount();
+        Task<qint64> counting = clipboard.changeCount(); // beside the wait, not before it
         co_await sleepFor(pasteWait);
+        const qint64 placedAt = co_await counting;
         const bool held = co_await clipboard.holds(text, placedAt);
         if (held)
             co_return true;
