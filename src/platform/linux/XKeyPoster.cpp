@@ -2,7 +2,7 @@
 
 #include "base/Log.h"
 #include "platform/linux/KeyInjector.h"
-#include "platform/linux/XWorker.h"
+#include "platform/linux/WorkerAnswer.h"
 
 namespace quillmarsh {
 

@@ -3,7 +3,7 @@
 #include "platform/linux/SelectionCounter.h"
 #include "platform/linux/SelectionOwner.h"
 #include "platform/linux/SelectionReader.h"
-#include "platform/linux/XWorker.h"
+#include "platform/linux/WorkerAnswer.h"
 
 namespace quillmarsh {
 

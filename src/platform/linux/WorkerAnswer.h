@@ -1,0 +1,52 @@
+#pragma once
+
+#include "platform/linux/XWorker.h"
+
+#include <QCoreApplication>
+
+#include <coroutine>
+
+namespace quillmarsh {
+
+/// Awaits a job of the worker that answers through a callback, once, from the worker's thread; the flow goes
+/// on in the main thread.
+template <typename Value>
+class WorkerAnswer final
+{
+public:
+    using Reply = std::function<void(Value)>;
+    using Job = std::function<void(XWorker::Parts&, Reply)>;
+
+    WorkerAnswer(std::shared_ptr<XWorker> worker, Job job) : worker_(std::move(worker)), job_(std::move(job))
+    {}
+
+    [[nodiscard]] bool await_ready() const noexcept { return false; }
+
+    void await_suspend(std::coroutine_handle<> flow)
+    {
+        // The worker's own copy of the job: the flow may be resumed before post() has returned.
+        worker_->post([this, flow, job = job_](XWorker::Parts& parts) {
+            job(parts, [this, flow](Value value) {
+                auto* const application = QCoreApplication::instance();
+                if (!application) // the process is ending and nobody waits any more
+                    return;
+                QMetaObject::invokeMethod(
+                    application,
+                    [this, flow, answer = std::move(value)]() mutable {
+                        value_.emplace(std::move(answer));
+                        flow.resume();
+                    },
+                    Qt::QueuedConnection);
+            });
+        });
+    }
+
+    Value await_resume() { return std::move(*value_); }
+
+private:
+    std::shared_ptr<XWorker> worker_;
+    Job job_;
+    std::optional<Value> value_;
+};
+
+} // namespace quillmarsh
