@@ -1,6 +1,7 @@
 #include "rewrite/ClipboardService.h"
 #include "support/CoroutineTest.h"
 #include "support/FakePlatform.h"
+#include "support/Shortest.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -22,11 +23,13 @@ private slots:
     void copiesWithTheGesture()
     {
         whenCopied([this] { platform_->pasteboard->copyFromElsewhere(QStringLiteral(" \n ")); });
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(copy(), std::optional(QStringLiteral(" \n ")));
-        QVERIFY(timer.elapsed() >= 200);
-        QVERIFY(timer.elapsed() < 400);
+        VERIFY_TAKES_AT_MOST(400, [&] {
+            platform_->keyPoster->posts.clear();
+            QElapsedTimer timer;
+            timer.start();
+            QCOMPARE(copy(), std::optional(QStringLiteral(" \n ")));
+            QVERIFY(timer.elapsed() >= 200);
+        });
         QCOMPARE(platform_->keyPoster->posts, std::vector<KeyCombination>({{8, 0x100000}}));
     }
 
@@ -82,11 +85,12 @@ private slots:
     {
         platform_->keyPoster->hearing = std::chrono::milliseconds(150);
         whenCopied([this] { platform_->pasteboard->copyFromElsewhere(QStringLiteral("text")); });
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(copy(), std::optional(QStringLiteral("text")));
-        QVERIFY(timer.elapsed() >= 200);
-        QVERIFY(timer.elapsed() < 340);
+        VERIFY_TAKES_AT_MOST(340, [&] {
+            QElapsedTimer timer;
+            timer.start();
+            QCOMPARE(copy(), std::optional(QStringLiteral("text")));
+            QVERIFY(timer.elapsed() >= 200);
+        });
     }
 
     void heldTextIsKnownByCountOrContent()
