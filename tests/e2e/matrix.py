@@ -165,6 +165,7 @@ class MatrixTest(harness.RunningProduct):
         with contextlib.closing(open_editor(DOCUMENT)) as editor:
             with self.case(name, REPLACED, LINE_BREAK, outcome="left on the clipboard"):
                 editor.select("Control_L Home", "Down", "Shift_L Down", "Shift_L End")
+                self.panel.hold()
                 self.rewrite()
                 self.expect_request(MIDDLE)
                 self.expect_panel("Copied to clipboard")
