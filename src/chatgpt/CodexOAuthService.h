@@ -33,6 +33,7 @@ public:
         QString model; ///< slug
     };
 
+    /// With StoredState::ignore the store counts as empty and nothing that was remembered is read.
     CodexOAuthService(CodexEnvironment environment, StoredState storedState, QObject* parent = nullptr);
     ~CodexOAuthService() override;
 
@@ -68,7 +69,9 @@ public:
     /// One attempt, until it ends; its failure is in lastError. `addAccount` connects a further account,
     /// otherwise the selected profile is reconnected if there is one. Nothing while an attempt runs.
     Task<> signIn(bool addAccount);
+    /// Ends the attempt that runs, if any, without a message.
     void cancelSignIn();
+    /// Makes the profile the active one; ends a sign-in and a refresh under way.
     void selectProfile(const QString& clientID);
     /// Removes the selected profile here, then asks the server to forget it.
     Task<> signOut();

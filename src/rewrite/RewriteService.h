@@ -27,7 +27,7 @@ struct RewriteEnvironment
     UserDefaults& defaults;
     RewriteOverlayController& overlay;
     KeychainService keychain;
-    std::function<bool()> accessibilityCheck;
+    std::function<bool()> accessibilityCheck; ///< as Accessibility::isProcessTrusted()
     std::function<void()> accessibilityRequest;
     std::function<void()> openAccessibilitySettings;
     TokensSource chatGPTTokens;
@@ -71,14 +71,21 @@ public:
     [[nodiscard]] std::vector<KeyCombination> refusedShortcuts() const { return hotkeyService_->refused(); }
     [[nodiscard]] HotkeyControlling& hotkeyService() { return *hotkeyService_; }
 
+    /// Whose writing actions are registered and whose back end is used; may go away first.
     void setAppSettings(AppSettings* settings);
+    /// Looks whether the permission is there, and registers the shortcuts or lets go of them when that has
+    /// changed. `retryHotkeys`: also registers them when an earlier registration failed.
     void checkAndSetupAccessibility(bool retryHotkeys);
+    /// Asks the user for the permission unless it is there, and opens the place where it is given.
     void requestAccessibility();
+    /// Registers the writing actions' shortcuts anew; nothing without the permission or the settings. A
+    /// failure is in lastError().
     void registerHotkeys();
     /// Stops the tap so that the next check registers everything anew.
     void restartHotkeys();
 
     /// Runs one rewrite, or cancels the one that is running. Without an instruction the back end corrects.
+    /// Never throws: what went wrong is on the panel and in lastError().
     Task<> performRewrite(std::optional<QString> instruction, QString title);
 
 signals:
