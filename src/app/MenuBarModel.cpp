@@ -8,8 +8,6 @@
 #include "rewrite/RewriteService.h"
 #include "update/UpdateService.h"
 
-#include <QCoreApplication>
-
 #include <algorithm>
 #include <utility>
 
@@ -27,11 +25,6 @@ Task<> rewriteAfterTheMenu(QPointer<RewriteService> service, QString instruction
     co_await sleepFor(menuDelay);
     if (service)
         co_await service->performRewrite(instruction, title);
-}
-
-bool isThisApplication(const RunningApplication& application)
-{
-    return application.processIdentifier == QCoreApplication::applicationPid();
 }
 
 KeyCombination combination(const InstructionShortcut& action)

@@ -90,8 +90,8 @@ void MenuBarView::close()
 // none that turns away.
 void MenuBarView::closeFor(const RunningApplication& application)
 {
-    const bool isOurs = application.processIdentifier == QCoreApplication::applicationPid();
-    if (isOpen() && !window_->isActive() && !isOurs && sinceOpened_.hasExpired(oneGesture.count()))
+    if (isOpen() && !window_->isActive() && !isThisApplication(application) &&
+        sinceOpened_.hasExpired(oneGesture.count()))
         close();
 }
 

@@ -1,6 +1,17 @@
 #include "platform/Workspace.h"
 
+#include <QCoreApplication>
+
 namespace quillmarsh {
+
+namespace {
+
+Task<> openUnawaited(Workspace* workspace, QUrl url)
+{
+    co_await workspace->open(url);
+}
+
+} // namespace
 
 bool isSameApplication(const RunningApplication& a, const RunningApplication& b)
 {
@@ -10,6 +21,16 @@ bool isSameApplication(const RunningApplication& a, const RunningApplication& b)
     if (a.client != 0 && a.client == b.client)
         return true;
     return !a.identifier.isEmpty() && a.identifier == b.identifier;
+}
+
+bool isThisApplication(const RunningApplication& application)
+{
+    return application.processIdentifier == QCoreApplication::applicationPid();
+}
+
+void openDetached(Workspace& workspace, const QUrl& url)
+{
+    detach(openUnawaited(&workspace, url));
 }
 
 } // namespace quillmarsh

@@ -24,6 +24,9 @@ struct RunningApplication
 /// the same connection or the same identifier. A window id alone is too strict (dialogs, tabs).
 [[nodiscard]] bool isSameApplication(const RunningApplication& a, const RunningApplication& b);
 
+/// Whether the snapshot is of this very process.
+[[nodiscard]] bool isThisApplication(const RunningApplication& application);
+
 /// The desktop's applications, and what can be asked of them.
 class Workspace : public QObject
 {
@@ -46,5 +49,8 @@ public:
 signals:
     void didActivateApplication(const quillmarsh::RunningApplication& application);
 };
+
+/// Opens `url` with nobody waiting; a failure is logged by the workspace, which outlives the attempt.
+void openDetached(Workspace& workspace, const QUrl& url);
 
 } // namespace quillmarsh

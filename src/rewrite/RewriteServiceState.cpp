@@ -6,8 +6,6 @@
 #include "platform/ModifierFlags.h"
 #include "rewrite/AppSettings.h"
 
-#include <QCoreApplication>
-
 #include <limits>
 
 namespace quillmarsh {
@@ -15,11 +13,6 @@ namespace quillmarsh {
 namespace {
 
 constexpr std::chrono::seconds permissionInterval{2};
-
-bool isThisProcess(const RunningApplication& application)
-{
-    return application.processIdentifier == QCoreApplication::applicationPid();
-}
 
 bool canBeRegistered(const InstructionShortcut& action)
 {
@@ -60,11 +53,11 @@ RewriteService::~RewriteService()
 void RewriteService::observeApplications()
 {
     const std::optional<RunningApplication> front = environment_.workspace.frontmostApplication();
-    if (front && !isThisProcess(*front))
+    if (front && !isThisApplication(*front))
         lastExternalApplication_ = front;
     connect(&environment_.workspace, &Workspace::didActivateApplication, this,
             [this](const RunningApplication& application) {
-                if (!isThisProcess(application))
+                if (!isThisApplication(application))
                     lastExternalApplication_ = application;
                 checkAndSetupAccessibility(false);
             });

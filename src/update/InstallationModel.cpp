@@ -97,12 +97,7 @@ void InstallationModel::openApplications()
         folder = environment_.userApplications();
         QDir().mkpath(folder);
     }
-    detach(openFolder(QUrl::fromLocalFile(folder)));
-}
-
-Task<> InstallationModel::openFolder(QUrl folder)
-{
-    co_await environment_.workspace->open(folder);
+    openDetached(*environment_.workspace, QUrl::fromLocalFile(folder));
 }
 
 void InstallationModel::openInstalled()

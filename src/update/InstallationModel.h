@@ -63,7 +63,6 @@ signals:
 
 private:
     Task<> openMovedCopy();
-    Task<> openFolder(QUrl folder);
     void setOpening(bool isOpening);
     void setErrorMessage(const QString& message);
 

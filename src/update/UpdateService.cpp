@@ -188,12 +188,8 @@ Task<> UpdateService::openInstalledCopy(QString path)
 
 void UpdateService::openDownloadPage()
 {
-    detach(openAddress(QUrl(environment_.deployment.webOrigin + QStringLiteral("/api/download"))));
-}
-
-Task<> UpdateService::openAddress(QUrl address)
-{
-    co_await environment_.workspace->open(address);
+    openDetached(*environment_.workspace,
+                 QUrl(environment_.deployment.webOrigin + QStringLiteral("/api/download")));
 }
 
 void UpdateService::startAutomaticChecks()

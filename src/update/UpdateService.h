@@ -74,7 +74,6 @@ private:
     void installationSucceeded(const QString& installed);
     void installationFailed(const QString& description);
     Task<> openInstalledCopy(QString path);
-    Task<> openAddress(QUrl address);
 
     QPointer<QNetworkAccessManager> session_;
     UpdateEnvironment environment_;

@@ -31,9 +31,7 @@ QString APIKeyModel::providerName() const
 
 void APIKeyModel::openKeyPage()
 {
-    detach([](Workspace* workspace, QUrl page) -> Task<> {
-        co_await workspace->open(page);
-    }(&workspace_, docsUrl(provider_)));
+    openDetached(workspace_, docsUrl(provider_));
 }
 
 void APIKeyModel::changeProvider()

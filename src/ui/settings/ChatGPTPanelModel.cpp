@@ -174,10 +174,7 @@ void ChatGPTPanelModel::loadModelsIfNeeded()
 
 void ChatGPTPanelModel::openUsagePage()
 {
-    static constexpr auto open = [](Workspace* workspace, QUrl page) -> Task<> {
-        co_await workspace->open(page);
-    };
-    detach(open(&workspace_, QUrl(Deployment::current().chatGPTOrigin + u"/settings/usage"_s)));
+    openDetached(workspace_, QUrl(Deployment::current().chatGPTOrigin + u"/settings/usage"_s));
 }
 
 } // namespace quillmarsh
