@@ -10,7 +10,7 @@ import unittest
 import harness
 import matrix
 from harness import wait_for, wait_until
-from matrix import DOCUMENT, INTERRUPT, MINE, NOT_RUN, NOTHING, REPLACED, Recorder, Terminal
+from matrix import DOCUMENT, INTERRUPT, MINE, MOUSE, NOT_RUN, NOTHING, REPLACED, Recorder, Terminal
 
 
 class Editors(matrix.MatrixTest):
@@ -78,7 +78,7 @@ class Terminals(matrix.MatrixTest):
 
     def check_word(self, name, command):
         outcome = "answer at the cursor"
-        with self.recorder(command) as terminal, self.case(name, REPLACED, outcome=outcome):
+        with self.recorder(command) as terminal, self.case(name, REPLACED, MOUSE, outcome=outcome):
             terminal.select_word()
             self.rewrite()
             self.back_end.expect_request()
@@ -145,7 +145,7 @@ class Terminals(matrix.MatrixTest):
         self.check_nothing(name, ["xterm", "-e"])
         self.setUp()
         with self.recorder(["xterm", "-e"]) as terminal:
-            with self.case(name, REPLACED, NOT_RUN, INTERRUPT, outcome="“Select some text first”"):
+            with self.case(name, REPLACED, MOUSE, NOT_RUN, INTERRUPT, outcome="“Select some text first”"):
                 terminal.select_word()
                 self.rewrite_nothing()
                 self.assertEqual(terminal.received(), "")

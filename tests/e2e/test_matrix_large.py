@@ -62,6 +62,8 @@ class Office(matrix.MatrixTest):
         name = "LibreOffice Writer"
         self.check_replaced(name, lambda text: drivers.Writer(text, self.keyboard))
         self.setUp()
+        self.check_mouse(name, lambda text: drivers.Writer(text, self.keyboard), place=(640, 380))
+        self.setUp()
         self.check_line_break(name, lambda text: drivers.Writer(text, self.keyboard),
                               after=FIRST.upper().rstrip() + MIDDLE + LAST,
                               outcome="dropped: Writer ignores a break at the end of pasted text")
