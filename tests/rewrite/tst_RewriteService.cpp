@@ -1,6 +1,7 @@
 #include "base/NotificationCenter.h"
 #include "rewrite/RewriteFixture.h"
 
+#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -130,6 +131,7 @@ private slots:
 
     void withoutAccessibility()
     {
+        fixture_->settings.select(AIConnectionChoice::claude); // without a key, which comes second
         fixture_->platform.accessibility->trusted = false;
         rewrite();
         expectFailure("Allow Accessibility",
@@ -174,13 +176,28 @@ private slots:
         QCOMPARE(fixture_->shownTitle(), QStringLiteral("Connect your AI"));
     }
 
+    void theKeyIsPassedOnAsRead_data()
+    {
+        QTest::addColumn<int>("choice");
+        QTest::addColumn<int>("provider");
+        QTest::addColumn<QString>("key");
+        QTest::newRow("openai") << int(AIConnectionChoice::openaiKey) << int(AIProvider::openai) << " sk-1 ";
+        QTest::newRow("claude") << int(AIConnectionChoice::claude) << int(AIProvider::claude) << " sk-2 ";
+        QTest::newRow("cloud") << int(AIConnectionChoice::cloud) << int(AIProvider::cloud) << "";
+    }
+
     void theKeyIsPassedOnAsRead()
     {
+        QFETCH(int, choice);
+        QFETCH(int, provider);
+        QFETCH(QString, key);
         storeKey("openai-api-key", " sk-1 ");
-        fixture_->settings.select(AIConnectionChoice::openaiKey);
+        storeKey("anthropic-api-key", " sk-2 ");
+        fixture_->settings.select(static_cast<AIConnectionChoice>(choice));
         rewrite();
-        QCOMPARE(fixture_->script->keys, QStringList(" sk-1 "));
-        QCOMPARE(fixture_->script->made.front(), std::pair(AIProvider::openai, OpenAIAuthMode::apiKey));
+        QCOMPARE(fixture_->script->keys, QStringList(key));
+        QCOMPARE(fixture_->script->made.front(),
+                 std::pair(static_cast<AIProvider>(provider), OpenAIAuthMode::apiKey));
     }
 
     void aConnectedAccountNeedsNoKey()
@@ -204,10 +221,25 @@ private slots:
         QVERIFY(fixture_->script->made.empty());
     }
 
+    void theApplicationChangesWhileWaiting_data()
+    {
+        QTest::addColumn<bool>("before");
+        QTest::addColumn<bool>("after");
+        QTest::newRow("another") << true << true;
+        QTest::newRow("none any more") << true << false;
+        QTest::newRow("one where none was") << false << true;
+    }
+
     void theApplicationChangesWhileWaiting()
     {
-        fixture_->script->reply = [this](const QString& text, std::stop_token stop) {
-            fixture_->platform.workspace->bringToFront(fixture_->browser);
+        QFETCH(bool, before);
+        QFETCH(bool, after);
+        if (!before)
+            fixture_->platform.workspace->frontmost = std::nullopt;
+        fixture_->script->reply = [this, after](const QString& text, std::stop_token stop) {
+            fixture_->platform.workspace->frontmost = std::nullopt;
+            if (after)
+                fixture_->platform.workspace->bringToFront(fixture_->browser);
             return RewriteFixture::shout(text, stop);
         };
         rewrite();
@@ -216,11 +248,24 @@ private slots:
         QVERIFY(!fixture_->pasted());
     }
 
-    void theApplicationChangesAfterTheClipboardIsSet()
+    void theTargetGetsItsTimeToNotice()
     {
-        fixture_->platform.pasteboard->onSet = [this] {
-            fixture_->platform.workspace->bringToFront(fixture_->browser);
+        QElapsedTimer sinceSet;
+        qint64 waited = 0;
+        fixture_->platform.pasteboard->onSet = [&sinceSet] { sinceSet.start(); };
+        const auto copy = fixture_->platform.keyPoster->onPost;
+        fixture_->platform.keyPoster->onPost = [&, copy](const KeyCombination& keys) {
+            copy(keys);
+            if (keys.keyCode == VirtualKey::v)
+                waited = sinceSet.elapsed();
         };
+        rewrite();
+        QVERIFY2(waited >= 50, qPrintable(QString::number(waited)));
+    }
+
+    void theApplicationChangesWhileTheTargetNotices()
+    {
+        whileTheTargetNotices([this] { fixture_->platform.workspace->bringToFront(fixture_->browser); });
         rewrite();
         expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
         QVERIFY(!fixture_->pasted());
@@ -251,7 +296,7 @@ private slots:
 
     void accessibilityIsLostWhileTheTargetNotices()
     {
-        fixture_->platform.pasteboard->onSet = [this] { fixture_->platform.accessibility->trusted = false; };
+        whileTheTargetNotices([this] { fixture_->platform.accessibility->trusted = false; });
         rewrite();
         expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
         QVERIFY(!fixture_->pasted());
@@ -281,6 +326,8 @@ private slots:
         expectFailure("Couldn’t rewrite", "API error (500): <b>%1 no</b>");
         QVERIFY(!fixture_->pasted());
         QVERIFY(fixture_->platform.pasteboard->sets.empty());
+        QVERIFY(!fixture_->service->lastSuccess());
+        QCOMPARE(fixture_->settings.completedRewriteCount(), 0);
     }
 
     void aBackEndThatGivesUpByItselfIsAFailure()
@@ -293,7 +340,9 @@ private slots:
 
     void aSecondPressCancelsAtOnce()
     {
-        fixture_->script->reply = [](const QString&, std::stop_token stop) {
+        std::stop_token request;
+        fixture_->script->reply = [&request](const QString&, std::stop_token stop) {
+            request = stop;
             return RewriteFixture::neverAnswer(stop);
         };
         const Task<> running =
@@ -302,6 +351,7 @@ private slots:
         QVERIFY(fixture_->panel.visible);
         test::runTask(fixture_->service->performRewrite(QStringLiteral("y"), QStringLiteral("Casual")));
         QVERIFY(!fixture_->panel.visible);
+        QVERIFY(request.stop_requested());
         QTRY_VERIFY(!fixture_->service->isProcessing());
         expectSilence();
         fixture_->script->reply = &RewriteFixture::shout;
@@ -385,10 +435,24 @@ private slots:
         QVERIFY(fixture_->platform.keyPoster->posts.empty());
     }
 
+    void cancelDuringTheCopySendsNothing_data()
+    {
+        QTest::addColumn<bool>("selects");
+        QTest::addColumn<bool>("leaves");
+        QTest::newRow("a text") << true << false;
+        QTest::newRow("nothing selected") << false << false;
+        QTest::newRow("another application") << true << true;
+    }
+
     void cancelDuringTheCopySendsNothing()
     {
-        const Task<> running =
-            fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal"));
+        QFETCH(bool, selects);
+        QFETCH(bool, leaves);
+        if (!selects)
+            fixture_->selection = std::nullopt;
+        const Task<> running = start();
+        if (leaves)
+            fixture_->platform.workspace->bringToFront(fixture_->browser);
         test::runTask(fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal")));
         QTRY_VERIFY(!fixture_->service->isProcessing());
         expectSilence();
@@ -397,7 +461,7 @@ private slots:
 
     void cancelWhileTheTargetNoticesPastesNothing()
     {
-        fixture_->platform.pasteboard->onSet = [this] { fixture_->overlay->state().dismiss(); };
+        whileTheTargetNotices([this] { fixture_->overlay->state().dismiss(); });
         rewrite();
         expectSilence();
     }
@@ -431,6 +495,42 @@ private slots:
         fixture_->service.reset();
         QTRY_VERIFY(running.isReady());
         QVERIFY(!fixture_->pasted());
+    }
+
+    void whatOutlivesTheServiceDoesNothing()
+    {
+        const auto shortcut = fixture_->service->hotkeyService().registrations().front().handler;
+        const Task<> running = start();
+        fixture_->service.reset();
+        fixture_->overlay->state().dismiss();
+        QVERIFY(fixture_->panel.visible);
+        QTRY_VERIFY(running.isReady());
+        const auto posts = fixture_->platform.keyPoster->posts;
+        shortcut();
+        QCOMPARE(fixture_->platform.keyPoster->posts, posts);
+    }
+
+    void theSettingsButtonOutlivesTheService()
+    {
+        fixture_->platform.accessibility->trusted = false;
+        rewrite();
+        fixture_->service.reset();
+        QSignalSpy notices(&NotificationCenter::defaultCenter(), &NotificationCenter::posted);
+        fixture_->overlay->state().action();
+        QVERIFY(notices.isEmpty());
+        QVERIFY(fixture_->panel.visible);
+    }
+
+    void theSettingsMayEndDuringARun()
+    {
+        auto settings = std::make_unique<AppSettings>(fixture_->defaults);
+        fixture_->service->setAppSettings(settings.get());
+        fixture_->script->reply = [&settings](const QString& text, std::stop_token stop) {
+            settings.reset();
+            return RewriteFixture::shout(text, stop);
+        };
+        rewrite();
+        QCOMPARE(fixture_->shownTitle(), QStringLiteral("Text rewritten"));
     }
 
     void anotherProgramTakesTheClipboardOnce()
@@ -520,6 +620,14 @@ private:
         QVERIFY(!fixture_->service->isProcessing());
     }
 
+    /// In the middle of the wait between the clipboard and the paste.
+    void whileTheTargetNotices(const std::function<void()>& happens)
+    {
+        fixture_->platform.pasteboard->onSet = [this, happens] {
+            QTimer::singleShot(20ms, fixture_->platform.workspace, happens);
+        };
+    }
+
     void storeKey(const char* account, const QByteArray& key)
     {
         fixture_->platform.secItems->items[{QStringLiteral("com.quillmarsh.app"), QLatin1String(account)}] =
@@ -543,7 +651,7 @@ private:
         QCOMPARE(fixture_->overlay->dismissalDelay(), std::optional(successDelay));
         QVERIFY(fixture_->service->lastSuccess());
         QVERIFY(!fixture_->service->lastError());
-        QVERIFY(fixture_->settings.completedRewriteCount() > 0);
+        QCOMPARE(fixture_->settings.completedRewriteCount(), 1);
     }
 
     void expectFailure(const QString& title, const QString& detail, const QString& section = {})

@@ -77,7 +77,7 @@ private slots:
         fixture_->platform.eventTaps->refuses = false;
         service().checkAndSetupAccessibility(false);
         QVERIFY(!service().hotkeyRegistered());
-        service().checkAndSetupAccessibility(true);
+        service().requestAccessibility();
         QVERIFY(service().hotkeyRegistered());
         QVERIFY(!service().lastError());
     }
@@ -102,10 +102,33 @@ private slots:
     {
         fixture_->makeService();
         fixture_->settings.setInstructionShortcuts({});
-        service().restartHotkeys();
+        service().registerHotkeys();
         QVERIFY(!service().hotkeyRegistered());
         QVERIFY(!service().lastError());
         QVERIFY(tap().invalidated);
+    }
+
+    void withoutShortcutsNothingHasFailed()
+    {
+        fixture_->platform.eventTaps->refuses = true;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("FAILED to create")));
+        fixture_->makeService();
+        QVERIFY(service().lastError());
+        fixture_->settings.setInstructionShortcuts({});
+        service().registerHotkeys();
+        QVERIFY(!service().lastError());
+    }
+
+    void aShortcutRunsTheActionItWasRegisteredFor()
+    {
+        fixture_->makeService();
+        const auto shortcut = service().hotkeyService().registrations().front().handler;
+        fixture_->settings.setInstructionShortcuts({});
+        service().registerHotkeys();
+        shortcut();
+        QCOMPARE(fixture_->shownTitle(), QStringLiteral("Autocorrect"));
+        QTRY_VERIFY(!service().isProcessing());
+        QVERIFY(fixture_->script->instructions.value(0).startsWith("Fix grammar"));
     }
 
     void aKeyCodeOutOfRangeIsIgnored()
@@ -187,6 +210,13 @@ private slots:
         QCOMPARE(service().lastExternalApplication()->processIdentifier, fixture_->editor.processIdentifier);
         fixture_->platform.workspace->bringToFront(fixture_->browser);
         QCOMPARE(service().lastExternalApplication()->processIdentifier, fixture_->browser.processIdentifier);
+    }
+
+    void thisApplicationInFrontAtTheStartIsNoOther()
+    {
+        fixture_->platform.workspace->frontmost->processIdentifier = QCoreApplication::applicationPid();
+        fixture_->makeService();
+        QVERIFY(!service().lastExternalApplication());
     }
 
     void withoutSettingsNothingIsRegistered()
