@@ -1,14 +1,10 @@
 #include "app/MenuBarModel.h"
 
-#include "base/NotificationCenter.h"
-#include "base/UserDefaults.h"
 #include "platform/KeyboardLayout.h"
-#include "platform/ModifierFlags.h"
 #include "rewrite/AppSettings.h"
 #include "rewrite/RewriteService.h"
 #include "update/UpdateService.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace quillmarsh {
@@ -25,12 +21,6 @@ Task<> rewriteAfterTheMenu(QPointer<RewriteService> service, QString instruction
     co_await sleepFor(menuDelay);
     if (service)
         co_await service->performRewrite(instruction, title);
-}
-
-KeyCombination combination(const InstructionShortcut& action)
-{
-    return {static_cast<quint16>(*action.keyCode),
-            static_cast<quint64>(*action.modifiersRaw) & ModifierFlags::shortcutMask};
 }
 
 } // namespace
@@ -121,12 +111,8 @@ QVariantList MenuBarModel::actions() const
 
 QString MenuBarModel::refusal(const InstructionShortcut& action, const QString& shortcut) const
 {
-    if (!action.hasShortcut())
-        return {};
-    const auto refused = environment_.rewrites.refusedShortcuts();
-    if (std::ranges::find(refused, combination(action)) == refused.end())
-        return {};
-    return shortcut + QStringLiteral(" is used by another program");
+    return environment_.rewrites.isRefused(action) ? shortcut + QStringLiteral(" is used by another program")
+                                                   : QString();
 }
 
 void MenuBarModel::setCustomInstruction(const QString& text)
@@ -213,10 +199,7 @@ void MenuBarModel::close()
 void MenuBarModel::openSettings(SettingsSection section)
 {
     close();
-    // A window that opens for the notice reads the store; one that is open listens.
-    environment_.defaults.set(QStringLiteral("settingsSection"), rawValue(section));
-    NotificationCenter::defaultCenter().post(QString::fromLatin1(openSettingsFromAlert),
-                                             {{QStringLiteral("section"), rawValue(section)}});
+    requestSettings(section, environment_.defaults);
 }
 
 void MenuBarModel::openPermissions()

@@ -8,6 +8,7 @@
 #include <QJsonObject>
 
 #include <cmath>
+#include <limits>
 
 namespace quillmarsh {
 
@@ -114,6 +115,14 @@ std::vector<InstructionShortcut> InstructionShortcut::defaultShortcuts()
                 QStringLiteral("Expand the text with more detail and explanation while keeping the same "
                                "meaning and tone.")));
     return list;
+}
+
+std::optional<KeyCombination> InstructionShortcut::combination() const
+{
+    if (!hasShortcut() || *keyCode < 0 || *keyCode > std::numeric_limits<quint16>::max())
+        return std::nullopt;
+    return KeyCombination{static_cast<quint16>(*keyCode),
+                          static_cast<quint64>(*modifiersRaw) & ModifierFlags::shortcutMask};
 }
 
 std::optional<QString> InstructionShortcut::hotkeyDisplayString(const KeyboardLayout& layout) const

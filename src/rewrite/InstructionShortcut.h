@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/EventTap.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QUuid>
@@ -25,6 +27,8 @@ struct InstructionShortcut
 
     /// Exactly when both optional fields are present.
     [[nodiscard]] bool hasShortcut() const { return keyCode.has_value() && modifiersRaw.has_value(); }
+    /// What the keyboard is asked for; none without a shortcut or with a key code out of range.
+    [[nodiscard]] std::optional<KeyCombination> combination() const;
     /// "⌃⌥⇧⌘" as present, then the key ("⇧⌘R"); none without a shortcut.
     [[nodiscard]] std::optional<QString> hotkeyDisplayString(const KeyboardLayout& layout) const;
 

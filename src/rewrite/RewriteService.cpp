@@ -2,9 +2,7 @@
 
 #include "ai/AIError.h"
 #include "base/Log.h"
-#include "base/NotificationCenter.h"
 #include "base/Race.h"
-#include "base/UserDefaults.h"
 #include "overlay/RewriteOverlayController.h"
 #include "rewrite/AppSettings.h"
 #include "rewrite/TextLength.h"
@@ -288,10 +286,7 @@ void RewriteService::fail(const Failure& failure)
 void RewriteService::openSettings(SettingsSection destination)
 {
     environment_.overlay.hide(false);
-    const QString section = rawValue(destination);
-    environment_.defaults.set(QStringLiteral("settingsSection"), section);
-    NotificationCenter::defaultCenter().post(QLatin1String(openSettingsFromAlert),
-                                             {{QStringLiteral("section"), section}});
+    requestSettings(destination, environment_.defaults);
 }
 
 } // namespace quillmarsh

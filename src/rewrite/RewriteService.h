@@ -17,6 +17,7 @@ namespace quillmarsh {
 class AppSettings;
 class RewriteOverlayController;
 class UserDefaults;
+struct InstructionShortcut;
 
 /// What the orchestrator works with. Everything outlives it.
 struct RewriteEnvironment
@@ -69,6 +70,8 @@ public:
     }
     /// Registered shortcuts that another program owns and that therefore never fire. Cheap.
     [[nodiscard]] std::vector<KeyCombination> refusedShortcuts() const { return hotkeyService_->refused(); }
+    /// Whether the action has one of these.
+    [[nodiscard]] bool isRefused(const InstructionShortcut& action) const;
     [[nodiscard]] HotkeyControlling& hotkeyService() { return *hotkeyService_; }
 
     /// Whose writing actions are registered and whose back end is used; may go away first.

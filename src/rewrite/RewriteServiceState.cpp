@@ -3,10 +3,9 @@
 #include "rewrite/RewriteService.h"
 
 #include "base/Log.h"
-#include "platform/ModifierFlags.h"
 #include "rewrite/AppSettings.h"
 
-#include <limits>
+#include <algorithm>
 
 namespace quillmarsh {
 
@@ -18,14 +17,14 @@ bool canBeRegistered(const InstructionShortcut& action)
 {
     if (!action.hasShortcut())
         return false;
-    const bool isInRange = *action.keyCode >= 0 && *action.keyCode <= std::numeric_limits<quint16>::max();
+    const std::optional<KeyCombination> combination = action.combination();
     // A bare key would be taken out of all that the user types.
-    const bool hasModifier = (static_cast<quint64>(*action.modifiersRaw) & ModifierFlags::shortcutMask) != 0;
-    if (!isInRange)
+    const bool isBare = combination && combination->modifiers == 0;
+    if (!combination)
         qCWarning(lcQuillmarsh, "Ignoring a writing action's shortcut: its key code is out of range");
-    else if (!hasModifier)
+    if (isBare)
         qCWarning(lcQuillmarsh, "Ignoring a writing action's shortcut: it has no modifier");
-    return isInRange && hasModifier;
+    return combination && !isBare;
 }
 
 } // namespace
@@ -146,6 +145,13 @@ void RewriteService::startHotkeys()
 {
     setHotkeyRegistered(hotkeyService_->start());
     setLastError(hotkeyRegistered_ ? std::nullopt : std::optional(registrationProblem()));
+}
+
+bool RewriteService::isRefused(const InstructionShortcut& action) const
+{
+    const auto combination = action.combination();
+    const auto refused = refusedShortcuts();
+    return combination && std::ranges::find(refused, *combination) != refused.end();
 }
 
 QString RewriteService::registrationProblem() const

@@ -1,5 +1,8 @@
 #include "rewrite/SettingsSection.h"
 
+#include "base/NotificationCenter.h"
+#include "base/UserDefaults.h"
+
 namespace quillmarsh {
 
 QString rawValue(SettingsSection section)
@@ -26,6 +29,14 @@ std::optional<SettingsSection> settingsSectionFrom(const QString& raw)
             return section;
     }
     return std::nullopt;
+}
+
+void requestSettings(SettingsSection section, UserDefaults& defaults)
+{
+    const QString name = rawValue(section);
+    defaults.set(QLatin1String(settingsSectionKey), name);
+    NotificationCenter::defaultCenter().post(QLatin1String(openSettingsFromAlert),
+                                             {{QStringLiteral("section"), name}});
 }
 
 } // namespace quillmarsh

@@ -58,8 +58,7 @@ private:
     SettingsSection section_ = SettingsSection::general;
 };
 
-/// The defaults keys of the window's persisted state.
-inline constexpr auto settingsSectionKey = "settingsSection";
+/// The defaults keys of what else the window keeps.
 inline constexpr auto hasSeenModernOnboardingKey = "hasSeenModernOnboarding";
 inline constexpr auto hasSeenPermissionsGuideKey = "hasSeenPermissionsGuide";
 inline constexpr auto quickOnboardingStepKey = "quickOnboardingStep";

@@ -1,7 +1,6 @@
 #include "ui/settings/WritingActionsModel.h"
 
 #include "platform/KeyboardLayout.h"
-#include "platform/ModifierFlags.h"
 #include "rewrite/AppSettings.h"
 #include "rewrite/RewriteService.h"
 
@@ -16,12 +15,6 @@ namespace {
 auto withId(const QUuid& id)
 {
     return [id](const InstructionShortcut& action) { return action.id == id; };
-}
-
-KeyCombination combination(const InstructionShortcut& action)
-{
-    return {static_cast<quint16>(*action.keyCode),
-            static_cast<quint64>(*action.modifiersRaw) & ModifierFlags::shortcutMask};
 }
 
 } // namespace
@@ -177,10 +170,7 @@ void WritingActionsModel::announce(const QList<int>& roles)
 
 QString WritingActionsModel::refusal(const InstructionShortcut& action) const
 {
-    if (!action.hasShortcut())
-        return {};
-    const std::vector<KeyCombination> refused = rewrites_.refusedShortcuts();
-    if (std::ranges::find(refused, combination(action)) == refused.end())
+    if (!rewrites_.isRefused(action))
         return {};
     return u"Another program uses %1. Choose a different shortcut."_s.arg(
         action.hotkeyDisplayString(layout_).value_or(QString()));
