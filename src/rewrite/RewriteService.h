@@ -1,11 +1,9 @@
 #pragma once
 
-#include "ai/AIProvider.h"
-#include "ai/AIServiceProtocol.h"
 #include "platform/Workspace.h"
 #include "rewrite/ClipboardService.h"
 #include "rewrite/HotkeyService.h"
-#include "rewrite/ProviderSelection.h"
+#include "rewrite/RewriteEnvironment.h"
 #include "rewrite/SettingsSection.h"
 
 #include <QDateTime>
@@ -15,28 +13,7 @@
 namespace quillmarsh {
 
 class AppSettings;
-class RewriteOverlayController;
-class UserDefaults;
 struct InstructionShortcut;
-
-/// What the orchestrator works with. Everything outlives it.
-struct RewriteEnvironment
-{
-    Workspace& workspace;
-    Pasteboard& pasteboard;
-    KeyPoster& keyPoster;
-    UserDefaults& defaults;
-    RewriteOverlayController& overlay;
-    KeychainService keychain;
-    std::function<bool()> accessibilityCheck; ///< as Accessibility::isProcessTrusted()
-    std::function<void()> accessibilityRequest;
-    std::function<void()> openAccessibilitySettings;
-    TokensSource chatGPTTokens;
-    /// A new back end for one rewrite.
-    std::function<std::unique_ptr<AIServiceProtocol>(AIProvider, OpenAIAuthMode)> makeBackEnd;
-    /// Opens a connection to that back end ahead of the request; sends nothing.
-    std::function<void(AIProvider, OpenAIAuthMode)> warmUp;
-};
 
 /// The spine of the program: keeps the permission state current, registers the writing actions' shortcuts,
 /// and runs one rewrite from the key press until the result is in the application the user was working in, or
