@@ -60,9 +60,10 @@ public:
     void setAction(std::function<void()> callback) { action_ = std::move(callback); }
     void setDismiss(std::function<void()> callback) { dismiss_ = std::move(callback); }
 
-    /// The view calls it when the pointer enters (true) or leaves (false) the panel.
-    Q_INVOKABLE void hoverChanged(bool isInside);
-    /// The view calls it from the extra button; without a callback nothing happens, as in the two others.
+    /// The panel calls it when the pointer enters (true) or leaves (false); without a callback nothing
+    /// happens, as in the two others.
+    void hoverChanged(bool isInside);
+    /// The view calls it from the extra button.
     Q_INVOKABLE void action();
     /// The view calls it from the dismiss or cancel control.
     Q_INVOKABLE void dismiss();

@@ -15,7 +15,6 @@ namespace quillmarsh {
 class InstallationModel final : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(bool isNeeded READ isNeeded NOTIFY isNeededChanged)
     Q_PROPERTY(QString caption READ caption CONSTANT)
     Q_PROPERTY(QString headline READ headline CONSTANT)
     Q_PROPERTY(QString line READ line CONSTANT)

@@ -207,7 +207,6 @@ void APIKeyModel::setSaved(bool saved)
     if (isSaved_ == saved)
         return;
     isSaved_ = saved;
-    emit isSavedChanged();
     emit canRemoveChanged();
 }
 

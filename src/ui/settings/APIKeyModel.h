@@ -19,7 +19,6 @@ class APIKeyModel final : public QObject
     Q_PROPERTY(QString providerName READ providerName NOTIFY providerChanged)
     Q_PROPERTY(QString status READ status NOTIFY statusChanged)
     Q_PROPERTY(bool isStatusPositive READ isStatusPositive NOTIFY statusChanged)
-    Q_PROPERTY(bool isSaved READ isSaved NOTIFY isSavedChanged)
     Q_PROPERTY(bool isShown READ isShown WRITE setShown NOTIFY isShownChanged)
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)
     Q_PROPERTY(bool canSave READ canSave NOTIFY canSaveChanged)
@@ -56,7 +55,6 @@ public:
 signals:
     void providerChanged();
     void statusChanged();
-    void isSavedChanged();
     void isShownChanged();
     void isBusyChanged();
     void canSaveChanged();
