@@ -124,11 +124,13 @@ QNetworkReply* startRequest(QNetworkAccessManager& session, const QByteArray& me
 bool isCut(const QNetworkReply& reply)
 {
     const auto error = reply.error();
+    const QVariant status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (error == QNetworkReply::ProxyAuthenticationRequiredError)
+        return !status.isValid(); // 407 is an answer, unless the proxy refused a tunnel
     if (error != QNetworkReply::ContentReSendError)
         return error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied;
     // A body that can be sent only once is all that a broken connection tells; but so do a redirect and a
     // challenge, which are answers.
-    const QVariant status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute);
     return !status.isValid() || (status.toInt() >= 200 && status.toInt() <= 299);
 }
 

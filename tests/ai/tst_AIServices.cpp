@@ -5,6 +5,7 @@
 #include "ai/SystemPrompt.h"
 #include "base/Http.h"
 #include "support/CoroutineTest.h"
+#include "support/ForeignSession.h"
 #include "support/HttpTestServer.h"
 #include "support/ImpatientSession.h"
 
@@ -124,6 +125,79 @@ private slots:
         }
         QCOMPARE(static_cast<int>(seen), outcome);
         QCOMPARE(server_->requests().size(), firstRequest_ + 1);
+    }
+
+    void aChallengeIsAnAnswerLikeAnyOther_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("header");
+        QTest::newRow("Bearer") << 401 << QByteArray("WWW-Authenticate: Bearer\r\n");
+        QTest::newRow("Basic") << 401 << QByteArray("WWW-Authenticate: Basic realm=\"x\"\r\n");
+        QTest::newRow("Digest") << 401 << QByteArray("WWW-Authenticate: Digest realm=\"x\", nonce=\"y\"\r\n");
+        QTest::newRow("NTLM") << 401 << QByteArray("WWW-Authenticate: NTLM\r\n");
+        QTest::newRow("Negotiate") << 401 << QByteArray("WWW-Authenticate: Negotiate\r\n");
+        QTest::newRow("proxy") << 407 << QByteArray("Proxy-Authenticate: Basic realm=\"x\"\r\n");
+    }
+
+    void aChallengeIsAnAnswerLikeAnyOther()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, header);
+        const QByteArray body = R"({"error":{"message":"Incorrect API key"}})";
+        server_->answer(status, body, header);
+        QString description;
+        try {
+            std::ignore = openAI(QStringLiteral("text"), std::nullopt);
+        } catch (const LocalizedError& error) {
+            description = error.errorDescription();
+        }
+        QCOMPARE(description, QStringLiteral("API error (%1): ").arg(status) + QString::fromUtf8(body));
+        QCOMPARE(server_->requests().size(), firstRequest_ + 1);
+    }
+
+    void everyOtherStatusIsAnError()
+    {
+        for (int status = 200; status < 600; ++status) {
+            const bool hasBody = status != 204 && status != 304;
+            const QByteArray body = hasBody ? R"({"choices":[{"message":{"content":"x"}}]})" : "";
+            server_->answer(status, body);
+            QString seen = QStringLiteral("no body");
+            try {
+                seen = openAI(QStringLiteral("t"), std::nullopt);
+            } catch (const JsonParseError&) {
+            } catch (const LocalizedError& error) {
+                seen = error.errorDescription();
+            }
+            const QString refused = QStringLiteral("API error (%1): ").arg(status) + QString::fromUtf8(body);
+            const QString accepted = hasBody ? QStringLiteral("x") : QStringLiteral("no body");
+            QCOMPARE(seen, status <= 299 ? accepted : refused);
+        }
+    }
+
+    void whatIsNotHttpHasNoStatus()
+    {
+        test::ForeignSession session;
+        OpenAIChatService service(session, server_->origin(), QStringLiteral("m"));
+        try {
+            std::ignore = test::runTask(service.rewriteText(QStringLiteral("t"), {}, {}, {}));
+            QFAIL("no error");
+        } catch (const AIError& error) {
+            QCOMPARE(error.errorDescription(), QStringLiteral("API error (-1): "));
+        }
+    }
+
+    void aLongTextIsSentWhole()
+    {
+        server_->answer(200, R"({"choices":[{"message":{"content":"x"}}],"content":[{"text":"y"}]})");
+        const QString text = QStringLiteral("ä\n").repeated(10'001);
+        QCOMPARE(openAI(text, std::nullopt), QStringLiteral("x"));
+        AnthropicService service(sharedUrlSession());
+        QCOMPARE(test::runTask(service.rewriteText(text, QStringLiteral("k"), {}, {})), QStringLiteral("y"));
+        const auto& requests = server_->requests();
+        const QJsonObject toOpenAI = QJsonDocument::fromJson(requests.at(firstRequest_).body).object();
+        const QJsonObject toAnthropic = QJsonDocument::fromJson(requests.at(firstRequest_ + 1).body).object();
+        QCOMPARE(toOpenAI["messages"][1]["content"].toString(), text);
+        QCOMPARE(toAnthropic["messages"][0]["content"].toString(), text);
     }
 
     void anthropicNeedsTextInTheFirstBlock()
