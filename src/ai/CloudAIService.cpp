@@ -9,8 +9,6 @@
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 
-#include <cmath>
-
 namespace quillmarsh {
 
 namespace {
@@ -37,11 +35,8 @@ bool readString(const QJsonObject& object, const char* key, std::optional<QStrin
 bool readInteger(const QJsonObject& object, const char* key, qint64& target)
 {
     const QJsonValue value = object[QLatin1String(key)];
-    const double number = value.toDouble(0.5);
-    const bool isInteger = value.isDouble() && std::trunc(number) == number && std::abs(number) < 0x1p63;
-    if (isInteger)
-        target = value.toInteger();
-    return isInteger;
+    target = value.toInteger(0);
+    return target == value.toInteger(1); // anything else yields the number given for it
 }
 
 bool readQuota(const QJsonObject& object, std::optional<CloudQuota>& target)

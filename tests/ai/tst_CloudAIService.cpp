@@ -2,6 +2,7 @@
 #include "ai/CloudAIService.h"
 #include "base/Http.h"
 #include "support/CoroutineTest.h"
+#include "support/ForeignSession.h"
 #include "support/HttpTestServer.h"
 #include "support/ImpatientSession.h"
 
@@ -9,6 +10,8 @@
 #include <QJsonObject>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <limits>
 
 using namespace quillmarsh;
 using test::HttpTestServer;
@@ -30,6 +33,7 @@ private slots:
         QCOMPARE(request.method, "POST");
         QCOMPARE(request.headers.value("content-type"), "application/json");
         QCOMPARE(request.headers.value("authorization"), "Bearer installation");
+        QVERIFY(!request.headers.contains("x-api-key"));
         QCOMPARE(QJsonDocument::fromJson(request.body).object(), QJsonObject({{"text", " text\n"}}));
         std::ignore = rewrite(QStringLiteral("Shorter."));
         QCOMPARE(QJsonDocument::fromJson(server_.requests().back().body).object(),
@@ -86,6 +90,72 @@ private slots:
         QVERIFY(published.isEmpty());
     }
 
+    void aBodyDecodesAsAWholeOrNotAtAll_data()
+    {
+        QTest::addColumn<QByteArray>("member");
+        QTest::addColumn<bool>("decodes");
+        const auto row = [](const char* member, bool decodes) {
+            QTest::newRow(member) << QByteArray(member) << decodes;
+        };
+        row(R"("error":"x","code":"y","unknown":[1])", true);
+        row(R"("error":null,"code":null)", true);
+        row(R"("error":1)", false);
+        row(R"("error":{})", false);
+        row(R"("code":true)", false);
+        row(R"("code":[])", false);
+        row(R"("quota":null)", true);
+        row(R"("quota":"20")", false);
+        row(R"("quota":[20,7])", false);
+        row(R"("quota":{})", false);
+        row(R"("quota":{"limit":20,"remaining":7,"resetsAt":null})", true);
+        row(R"("quota":{"limit":20,"remaining":7,"resetsAt":1})", false);
+        row(R"("quota":{"limit":null,"remaining":7})", false);
+        row(R"("quota":{"limit":true,"remaining":7})", false);
+        row(R"("quota":{"limit":"20","remaining":7})", false);
+        row(R"("quota":{"limit":20,"remaining":7.5})", false);
+        row(R"("quota":{"limit":2e1,"remaining":7.0})", true);
+        row(R"("quota":{"limit":9223372036854775807,"remaining":-9223372036854775808})", true);
+        row(R"("quota":{"limit":9223372036854775808,"remaining":7})", false);
+        row(R"("quota":{"limit":1e300,"remaining":7})", false);
+    }
+
+    void aBodyDecodesAsAWholeOrNotAtAll()
+    {
+        QFETCH(QByteArray, member);
+        QFETCH(bool, decodes);
+        const CloudResponse answer = decodeCloudResponse(R"({"text":"good",)" + member + "}");
+        QCOMPARE(answer.text, decodes ? std::optional(QStringLiteral("good")) : std::nullopt);
+        QCOMPARE(answer.quota.has_value(), decodes && member.contains("limit"));
+        QVERIFY(decodes || (!answer.error && !answer.code));
+    }
+
+    void wholeNumbersAreRead()
+    {
+        const auto quota = [](const char* body) { return decodeCloudResponse(body).quota; };
+        QCOMPARE(quota(R"({"quota":{"limit":2e1,"remaining":7.0}})"), std::optional(CloudQuota{20, 7, {}}));
+        QCOMPARE(quota(R"({"quota":{"limit":9223372036854775807,"remaining":-1,"resetsAt":""}})"),
+                 std::optional(CloudQuota{std::numeric_limits<qint64>::max(), -1, QString()}));
+    }
+
+    void theQuotaComesWithEveryStatus()
+    {
+        for (const int status : {200, 201, 302, 400, 401, 403, 404, 429, 500, 503}) {
+            server_.answer(status,
+                           R"({"quota":{"limit":1000,"remaining":)" + QByteArray::number(status) + "}}");
+            QVERIFY_EXCEPTION_THROWN(std::ignore = rewrite(std::nullopt), AIError);
+            QCOMPARE(usage_.quota(), std::optional(CloudQuota{1000, status, std::nullopt}));
+        }
+    }
+
+    void aQuotaBesideAMemberOfAWrongTypeIsNotRead()
+    {
+        const CloudQuota known{20, 7, std::nullopt};
+        usage_.setQuota(known);
+        server_.answer(429, R"({"error":["x"],"quota":{"limit":20,"remaining":0}})");
+        QVERIFY_EXCEPTION_THROWN(std::ignore = rewrite(std::nullopt), AIError);
+        QCOMPARE(usage_.quota(), std::optional(known));
+    }
+
     void theQuotaIsPublishedBeforeAnErrorIsThrown()
     {
         server_.answer(
@@ -137,13 +207,16 @@ private slots:
         QCOMPARE(session.timeouts, (QHash<QString, int>{{QStringLiteral("/api/rewrite"), 60'000}}));
     }
 
-    void whatIsNotHttpIsAnError()
+    void whatIsNotHttpIsAnInvalidResponse()
     {
-        server_.setResponder([](const test::RecordedRequest&, QTcpSocket& socket) {
-            socket.write("nonsense\r\n\r\n");
-            socket.disconnectFromHost();
-        });
-        QVERIFY_EXCEPTION_THROWN(std::ignore = rewrite(std::nullopt), LocalizedError);
+        test::ForeignSession session;
+        CloudAIService service(session, &tst_CloudAIService::token, usage_);
+        try {
+            std::ignore = test::runTask(service.rewriteText(QStringLiteral("text"), {}, std::nullopt, {}));
+            QFAIL("no error");
+        } catch (const AIError& error) {
+            QCOMPARE(error.kind(), AIError::Kind::invalidResponse);
+        }
     }
 
 private:
