@@ -24,8 +24,12 @@ private slots:
             QCOMPARE(aiConnectionChoiceFrom(rawValue(choice)), std::optional(choice));
         }
         QCOMPARE(choices.join(u' '), QStringLiteral("chatgpt cloud openaiKey claude"));
-        for (const OpenAIAuthMode mode : allOpenAIAuthModes)
+        QStringList modes;
+        for (const OpenAIAuthMode mode : allOpenAIAuthModes) {
+            modes << rawValue(mode);
             QCOMPARE(openAIAuthModeFrom(rawValue(mode)), std::optional(mode));
+        }
+        QCOMPARE(modes.join(u' '), QStringLiteral("apiKey chatgpt"));
     }
 
     void rawValuesAreCaseSensitive()

@@ -224,6 +224,19 @@ private slots:
         QCOMPARE(mode.size(), 2);
     }
 
+    void aChoiceWritesTheProviderFirst()
+    {
+        AppSettings settings(*store_);
+        QStringList changes;
+        connect(&settings, &AppSettings::providerChanged, this,
+                [&] { changes << rawValue(settings.provider()); });
+        connect(&settings, &AppSettings::openaiAuthModeChanged, this,
+                [&] { changes << rawValue(settings.openaiAuthMode()); });
+        settings.select(AIConnectionChoice::openaiKey);
+        settings.select(AIConnectionChoice::openaiKey);
+        QCOMPARE(changes, QStringList({"openai", "apiKey"}));
+    }
+
     void aCorruptFileIsKeptBesideTheNewOne()
     {
         QFile file(path());
