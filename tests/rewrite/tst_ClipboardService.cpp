@@ -59,6 +59,9 @@ private slots:
         timer.start();
         QCOMPARE(copy(), std::nullopt);
         QVERIFY(timer.elapsed() >= 200);
+        QTimer::singleShot(50, this,
+                           [this] { platform_->pasteboard->copyFromElsewhere(QStringLiteral("text")); });
+        QCOMPARE(copy(), std::optional(QStringLiteral("text")));
     }
 
     void whatComesAfterTheWaitIsTooLate()
