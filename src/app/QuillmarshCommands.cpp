@@ -11,7 +11,8 @@ namespace quillmarsh {
 
 QuillmarshCommands::QuillmarshCommands(MenuBarModel& model, QObject* parent) : QObject(parent), model_(model)
 {
-    openQuillmarsh_.setShortcut(Qt::CTRL | Qt::Key_Comma);
+    // The menu names it by the Super key, as every shortcut of the product; its list shows the first.
+    openQuillmarsh_.setShortcuts({Qt::CTRL | Qt::Key_Comma, Qt::META | Qt::Key_Comma});
     connect(&checkForUpdates_, &QAction::triggered, &model_, &MenuBarModel::checkForUpdates);
     connect(&openQuillmarsh_, &QAction::triggered, &model_, &MenuBarModel::openQuillmarsh);
     connect(&quit_, &QAction::triggered, &model_, &MenuBarModel::quit);
@@ -51,7 +52,7 @@ bool QuillmarshCommands::eventFilter(QObject* watched, QEvent* event)
     if (event->type() != QEvent::KeyPress)
         return QObject::eventFilter(watched, event);
     const QKeyCombination pressed = static_cast<QKeyEvent*>(event)->keyCombination();
-    if (QKeySequence(pressed) != openQuillmarsh_.shortcut())
+    if (!openQuillmarsh_.shortcuts().contains(QKeySequence(pressed)))
         return false;
     openQuillmarsh_.trigger();
     return true;

@@ -25,7 +25,7 @@ public:
     /// "Check for Updates…": off while a check or an installation runs, hidden where a package manager keeps
     /// the application up to date.
     [[nodiscard]] QAction& checkForUpdates() { return checkForUpdates_; }
-    /// "Open Quillmarsh", Control-comma.
+    /// "Open Quillmarsh", Control-comma or Super-comma.
     [[nodiscard]] QAction& openQuillmarsh() { return openQuillmarsh_; }
     /// "Quit Quillmarsh".
     [[nodiscard]] QAction& quit() { return quit_; }

@@ -103,6 +103,7 @@ void tst_QuillmarshCommands::theShortcutWorksInAServedWindow_data()
     QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
     QTest::addColumn<int>("requests");
     QTest::newRow("Control-comma") << int(Qt::Key_Comma) << Qt::KeyboardModifiers(Qt::ControlModifier) << 1;
+    QTest::newRow("Super-comma") << int(Qt::Key_Comma) << Qt::KeyboardModifiers(Qt::MetaModifier) << 1;
     QTest::newRow("comma") << int(Qt::Key_Comma) << Qt::KeyboardModifiers(Qt::NoModifier) << 0;
     QTest::newRow("Control-Shift-comma")
         << int(Qt::Key_Comma) << (Qt::ControlModifier | Qt::ShiftModifier) << 0;
