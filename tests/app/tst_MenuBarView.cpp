@@ -1,6 +1,7 @@
 #include "app/Foreground.h"
 #include "app/MenuBarFixture.h"
 #include "app/MenuBarView.h"
+#include "base/NotificationCenter.h"
 #include "support/FailOnWarnings.h"
 #include "ui/kit/Screenshot.h"
 
@@ -10,6 +11,8 @@
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <algorithm>
 
 using namespace quillmarsh;
 using test::MenuBarFixture;
@@ -29,6 +32,10 @@ private slots:
     void opensAtTheIconAndReleasesItsWindow();
     void opensAtThePointerWithoutAnIcon();
     void theKeyboardWalksAndChooses();
+    void theNoticesComeFirstAndLeadToTheirWindows();
+    void theConnectionIsABadgeOrANotice();
+    void theShortcutOpensTheSettings_data();
+    void theShortcutOpensTheSettings();
     void escapeClosesTheFieldThenTheMenu();
     void aTypedInstructionRuns();
     void turningElsewhereCloses();
@@ -45,6 +52,8 @@ private:
     /// Without the release: the window may be gone by then.
     void press(Qt::Key key) { QTest::keyPress(view_->window(), key); }
     [[nodiscard]] QString focused() const;
+    /// Whether the menu shows a line or a badge with this text.
+    [[nodiscard]] bool shows(const QString& text) const;
     [[nodiscard]] static int expectedHeight(const QQuickView& window)
     {
         const int room = window.screen()->availableGeometry().height() - 16;
@@ -99,6 +108,14 @@ QString tst_MenuBarView::focused() const
 {
     const QQuickItem* item = view_->window()->activeFocusItem();
     return item ? item->property("text").toString() : QString();
+}
+
+bool tst_MenuBarView::shows(const QString& text) const
+{
+    const auto items = view_->window()->rootObject()->findChildren<QQuickItem*>();
+    return std::ranges::any_of(items, [&text](const QQuickItem* item) {
+        return item->isVisible() && item->property("text").toString() == text;
+    });
 }
 
 void tst_MenuBarView::frames_data()
@@ -159,6 +176,63 @@ void tst_MenuBarView::theKeyboardWalksAndChooses()
     QTRY_COMPARE(fixture_->rewrites.script->instructions.size(), 1);
     QCOMPARE(fixture_->rewrites.script->instructions.first(),
              fixture_->rewrites.settings.instructionShortcuts().at(1).instruction);
+}
+
+void tst_MenuBarView::theNoticesComeFirstAndLeadToTheirWindows()
+{
+    fixture_->rewrites.platform.accessibility->trusted = false;
+    fixture_->rewrites.service->checkAndSetupAccessibility(false);
+    fixture_->findRelease("1.1");
+    fixture_->rewrites.settings.select(AIConnectionChoice::chatgpt);
+    QSignalSpy posted(&NotificationCenter::defaultCenter(), &NotificationCenter::posted);
+    const int updateWindows = fixture_->updateWindows;
+    const QStringList notices{"Enable Accessibility to use shortcuts", "Update available · v1.1",
+                              "Connect ChatGPT in Settings"};
+    for (int notice = 0; notice < notices.size(); ++notice) {
+        QVERIFY(open());
+        for (int step = 0; step <= notice; ++step) {
+            QTest::keyClick(view_->window(), Qt::Key_Down);
+            QCOMPARE(focused(), notices[step]);
+        }
+        press(Qt::Key_Return);
+        QVERIFY(!view_->isOpen());
+    }
+    QCOMPARE(fixture_->updateWindows, updateWindows + 1);
+    QCOMPARE(posted.count(), 2);
+    for (const auto& [index, section] : {std::pair(0, "Permissions"), std::pair(1, "AI connections")})
+        QCOMPARE(posted.at(index).at(1).toMap().value(QStringLiteral("section")).toString(),
+                 QString::fromLatin1(section));
+}
+
+void tst_MenuBarView::theConnectionIsABadgeOrANotice()
+{
+    const auto badge = QStringLiteral("ChatGPT connected");
+    const auto notice = QStringLiteral("Connect ChatGPT in Settings");
+    QVERIFY(open());
+    QVERIFY(shows(QStringLiteral("A little better, in a shortcut.")));
+    QVERIFY(shows(QStringLiteral("Quillmarsh Cloud")));
+    fixture_->rewrites.settings.select(AIConnectionChoice::chatgpt);
+    QVERIFY(shows(notice) && !shows(badge) && !shows(QStringLiteral("Quillmarsh Cloud")));
+    fixture_->isChatGPTConnected = true;
+    emit fixture_->model->connectionChanged();
+    QVERIFY(shows(badge) && !shows(notice));
+}
+
+void tst_MenuBarView::theShortcutOpensTheSettings_data()
+{
+    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+    QTest::newRow("Super-comma") << Qt::KeyboardModifiers(Qt::MetaModifier);
+    QTest::newRow("Control-comma") << Qt::KeyboardModifiers(Qt::ControlModifier);
+}
+
+void tst_MenuBarView::theShortcutOpensTheSettings()
+{
+    QFETCH(Qt::KeyboardModifiers, modifiers);
+    QSignalSpy settings(fixture_->model.get(), &MenuBarModel::settingsRequested);
+    QVERIFY(open());
+    QTest::keyPress(view_->window(), Qt::Key_Comma, modifiers);
+    QCOMPARE(settings.count(), 1);
+    QVERIFY(!view_->isOpen());
 }
 
 void tst_MenuBarView::escapeClosesTheFieldThenTheMenu()
