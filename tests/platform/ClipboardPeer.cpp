@@ -139,6 +139,7 @@ void ClipboardPeer::answer(const xcb_selection_request_event_t& request, bool se
     reply.notify.property = served ? request.property : xcb_atom_t{XCB_ATOM_NONE};
     xcb_send_event(connection_->get(), 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, reply.wire);
     xcb_flush(connection_->get());
+    lastAnswer = std::chrono::steady_clock::now();
 }
 
 void ClipboardPeer::sendPiece()

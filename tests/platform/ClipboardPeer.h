@@ -63,6 +63,7 @@ public:
     qsizetype pieceSize = 64 * 1024;
     QByteArray silentAbout; ///< a target that is never answered
     QByteArrayList asked;   ///< targets that others asked for, in order
+    std::optional<std::chrono::steady_clock::time_point> lastAnswer; ///< when it went out
     std::function<void()> onSaveTargets;
 
 private:

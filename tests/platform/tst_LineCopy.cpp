@@ -1,9 +1,7 @@
 #include "platform/ClipboardPeer.h"
-#include "platform/linux/XPasteboard.h"
-#include "platform/linux/XWorker.h"
-#include "support/CoroutineTest.h"
+#include "platform/PasteboardFixture.h"
+#include "support/Shortest.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 using namespace quillmarsh;
@@ -28,27 +26,13 @@ QByteArray envelope(const char* isFromEmptySelection)
 } // namespace
 
 /// Editors that copy the line of the cursor when nothing is selected.
-class tst_LineCopy final : public QObject
+class tst_LineCopy final : public QObject, private PasteboardFixture
 {
     Q_OBJECT
 
-private:
-    std::shared_ptr<XWorker> worker_;
-    std::unique_ptr<XPasteboard> pasteboard_;
-
-    std::optional<QString> read() { return runTask(pasteboard_->string()); }
-
 private slots:
-    void init()
-    {
-        worker_ = XWorker::start();
-        pasteboard_ = std::make_unique<XPasteboard>(worker_);
-    }
-    void cleanup()
-    {
-        pasteboard_.reset();
-        worker_.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void thePrimarySelectionTells_data()
     {
@@ -106,10 +90,7 @@ private slots:
         large.select(QByteArray(8 * 1024 * 1024, 'x'));
         large.pieceSize = 1024;
         kate.own(line);
-        QElapsedTimer timer;
-        timer.start();
-        QVERIFY(!read());
-        QVERIFY2(timer.elapsed() < 200, qPrintable(QString::number(timer.elapsed())));
+        VERIFY_TAKES_AT_MOST(200, [&] { QVERIFY(!read()); });
     }
 
     void nobodyIsWaitedForLong_data()
@@ -122,15 +103,14 @@ private slots:
     void nobodyIsWaitedForLong()
     {
         QFETCH(int, manners);
-        ClipboardPeer kate;
-        ClipboardPeer owner(static_cast<Manners>(manners));
-        kate.comeToFront("kate");
-        owner.select("word");
-        kate.own(line);
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(read(), QString::fromUtf8(line));
-        QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+        VERIFY_TAKES_AT_MOST(500, [&] {
+            ClipboardPeer kate;
+            ClipboardPeer owner(static_cast<Manners>(manners));
+            kate.comeToFront("kate");
+            owner.select("word");
+            kate.own(line);
+            QCOMPARE(read(), QString::fromUtf8(line));
+        });
     }
 
     void theNoteBesideTheTextTells_data()
@@ -159,10 +139,7 @@ private slots:
         ClipboardPeer program;
         program.silentAbout = "chromium/x-web-custom-data";
         program.own(line);
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(read(), QString::fromUtf8(line));
-        QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+        VERIFY_TAKES_AT_MOST(500, [&] { QCOMPARE(read(), QString::fromUtf8(line)); });
     }
 
     void onlyAWholeLineIsAskedAbout()

@@ -1,11 +1,9 @@
 #include "platform/ClipboardPeer.h"
 #include "platform/ModifierFlags.h"
+#include "platform/PasteboardFixture.h"
 #include "platform/PlatformContracts.h"
 #include "platform/XTestSession.h"
 #include "platform/linux/XKeyPoster.h"
-#include "platform/linux/XPasteboard.h"
-#include "platform/linux/XWorker.h"
-#include "support/CoroutineTest.h"
 #include "support/Shortest.h"
 
 #include <QElapsedTimer>
@@ -15,6 +13,7 @@
 using namespace quillmarsh;
 using namespace quillmarsh::test;
 using namespace std::chrono_literals;
+using std::chrono::steady_clock;
 using Manners = ClipboardPeer::Manners;
 
 namespace {
@@ -48,29 +47,17 @@ void ask(TargetWindow& target)
 
 } // namespace
 
-class tst_XPasteboard final : public QObject
+class tst_XPasteboard final : public QObject, private PasteboardFixture
 {
     Q_OBJECT
 
 private:
-    std::shared_ptr<XWorker> worker_;
-    std::unique_ptr<XPasteboard> pasteboard_;
-
     qint64 count() { return runTask(pasteboard_->changeCount()); }
-    std::optional<QString> read() { return runTask(pasteboard_->string()); }
     bool set(const QString& text) { return runTask(pasteboard_->setString(text)); }
 
 private slots:
-    void init()
-    {
-        worker_ = XWorker::start();
-        pasteboard_ = std::make_unique<XPasteboard>(worker_);
-    }
-    void cleanup()
-    {
-        pasteboard_.reset();
-        worker_.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void anEmptyClipboardHasNoText() { QVERIFY(!read()); }
 
@@ -173,10 +160,18 @@ private slots:
     void aSlowOwnerIsWaitedFor()
     {
         QFETCH(int, delay);
-        ClipboardPeer peer;
-        peer.delay = std::chrono::milliseconds(delay);
-        peer.own("slow");
-        QCOMPARE(read(), QStringLiteral("slow"));
+        std::optional<QString> text;
+        for (int round = 0; round < 5 && !text; ++round) {
+            ClipboardPeer peer;
+            peer.delay = std::chrono::milliseconds(delay);
+            peer.own("slow");
+            const auto begun = steady_clock::now();
+            text = read();
+            // A busy machine may keep the owner itself from answering within the second of a reading.
+            const bool wasInTime = peer.lastAnswer && *peer.lastAnswer < begun + 800ms;
+            QVERIFY(text || !wasInTime);
+        }
+        QCOMPARE(text, QStringLiteral("slow"));
     }
 
     void nobodyHoldsUpTheReading_data()
@@ -448,12 +443,13 @@ private slots:
         });
     }
 
-    void aReadingEndsWithTheWorker()
+    void aReadingOutlivesItsPasteboard()
     {
         ClipboardPeer peer(Manners::Silent);
         peer.own("text");
         auto reading = pasteboard_->string();
-        QTest::qWait(20);
+        QTRY_COMPARE(peer.asked, QByteArrayList{"UTF8_STRING"});
+        tearDown();
         QVERIFY(!runTask(std::move(reading)));
     }
 };
