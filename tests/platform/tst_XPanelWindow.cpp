@@ -47,6 +47,15 @@ private:
         owner.catchUp();
     }
 
+    void click(int16_t x, int16_t y) const
+    {
+        xcb_connection_t* const server = connection_->get();
+        xcb_test_fake_input(server, XCB_MOTION_NOTIFY, 0, 0, connection_->root(), x, y, 0);
+        xcb_test_fake_input(server, XCB_BUTTON_PRESS, 1, 0, XCB_NONE, 0, 0, 0);
+        xcb_test_fake_input(server, XCB_BUTTON_RELEASE, 1, 0, XCB_NONE, 0, 0, 0);
+        connection_->synchronize();
+    }
+
     static xcb_window_t focus(TargetWindow& target)
     {
         xcb_connection_t* const connection = target.connection().get();
@@ -65,10 +74,7 @@ private slots:
         panel.setGeometry(100, 100, 200, 80);
         panels.orderFrontRegardless(panel);
         QVERIFY(QTest::qWaitForWindowExposed(&panel));
-        xcb_connection_t* const connection = target.connection().get();
-        xcb_test_fake_input(connection, XCB_MOTION_NOTIFY, 0, 0, target.connection().root(), 150, 130, 0);
-        xcb_test_fake_input(connection, XCB_BUTTON_PRESS, 1, 0, XCB_NONE, 0, 0, 0);
-        xcb_test_fake_input(connection, XCB_BUTTON_RELEASE, 1, 0, XCB_NONE, 0, 0, 0);
+        click(150, 130);
         target.catchUp();
         QTRY_COMPARE(panel.clicks, 1);
         QCOMPARE(panels.mouseLocation(), QPoint(150, 130));
@@ -94,10 +100,7 @@ private slots:
         panel.setGeometry(100, 100, 200, 80);
         panels.orderFrontRegardless(panel);
         QVERIFY(QTest::qWaitForWindowExposed(&panel));
-        xcb_test_fake_input(connection_->get(), XCB_MOTION_NOTIFY, 0, 0, connection_->root(), 150, 130, 0);
-        xcb_test_fake_input(connection_->get(), XCB_BUTTON_PRESS, 1, 0, XCB_NONE, 0, 0, 0);
-        xcb_test_fake_input(connection_->get(), XCB_BUTTON_RELEASE, 1, 0, XCB_NONE, 0, 0, 0);
-        connection_->synchronize();
+        click(150, 130);
         QTRY_COMPARE(panel.clicks, 1);
         QCOMPARE(fullScreen.clicks, 0);
         QCOMPARE(QGuiApplication::focusWindow(), &fullScreen);
