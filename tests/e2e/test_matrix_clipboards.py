@@ -131,8 +131,8 @@ class Clipboards(matrix.MatrixTest):
             self.expect_request(text)
             self.expect_text(editor, text.upper())
 
-    def check_managers(self, *programs):
-        managers = [harness.Process([program]) for program in programs]
+    def check_managers(self, *commands):
+        managers = [harness.Process(command) for command in commands]
         try:
             time.sleep(1.5)
             for manager in managers:
@@ -153,13 +153,19 @@ class Clipboards(matrix.MatrixTest):
                 manager.stop()
 
     def test_parcellite(self):
-        self.check_managers("parcellite")
+        self.check_managers(["parcellite"])
 
     def test_diodon(self):
-        self.check_managers("diodon")
+        self.check_managers(["diodon"])
 
     def test_two_managers_at_once(self):
-        self.check_managers("parcellite", "diodon")
+        self.check_managers(["parcellite"], ["diodon"])
+
+    def test_a_manager_that_takes_over_every_copy(self):
+        """At once, around the paste key, and so late that the copy is read before."""
+        for wait in (0, 45, 260):
+            with self.subTest(wait=wait):
+                self.check_managers(trouble("keeper", str(wait)))
 
 
 if __name__ == "__main__":

@@ -4,12 +4,14 @@
 //       when negative), with a long text in pieces; Control-V asks for the clipboard after READ ms and
 //       replaces the text in FILE by what it is handed; RECOPY ms after it lost the clipboard it copies
 //       another text, once, as if its user had
-//   clipboard-trouble taker WAIT               claims the clipboard with the text "theirs", and once more
-//   WAIT
-//       ms after it loses it
+//   clipboard-trouble taker WAIT   claims the clipboard with the text "theirs", and once more WAIT ms after
+//   it
+//       loses it
+//   clipboard-trouble keeper WAIT   a clipboard manager that takes over each text WAIT ms after its copy
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/extensions/Xfixes.h>
 #include <X11/keysym.h>
 
 #include <poll.h>
@@ -196,6 +198,39 @@ void runTaker(XEvent& event, int wait)
         after(wait, claim);
 }
 
+int fixesEvent = 0; ///< number of the first event of the extension that tells of other programs' claims
+
+void watchClaims()
+{
+    int error = 0;
+    XFixesQueryExtension(display, &fixesEvent, &error);
+    XFixesSelectSelectionInput(display, window, atom("CLIPBOARD"), XFixesSetSelectionOwnerNotifyMask);
+}
+
+bool isForeignClaim(const XEvent& event)
+{
+    if (event.type != fixesEvent + XFixesSelectionNotify)
+        return false;
+    const Window owner = reinterpret_cast<const XFixesSelectionNotifyEvent&>(event).owner;
+    return owner != None && owner != window;
+}
+
+/// What it has read is claimed whatever happened meanwhile, as a script around command line tools does.
+void runKeeper(XEvent& event, int wait)
+{
+    if (event.type == SelectionRequest)
+        answer(event.xselectionrequest);
+    else if (isForeignClaim(event))
+        askForPaste(CurrentTime);
+    else if (event.type == SelectionNotify && event.xselection.property != None) {
+        Atom type = None;
+        after(wait, [text = takeProperty(type)] {
+            ownText = text;
+            claim();
+        });
+    }
+}
+
 void runLoop(const std::function<void(XEvent&)>& handle)
 {
     for (;;) {
@@ -232,6 +267,10 @@ int main(int argc, char* argv[])
         ownText = "theirs";
         claim();
         runLoop([&](XEvent& event) { runTaker(event, std::stoi(argv[2])); });
+    }
+    if (mode == "keeper") {
+        watchClaims();
+        runLoop([&](XEvent& event) { runKeeper(event, std::stoi(argv[2])); });
     }
     const std::string file = argv[2];
     std::ifstream input(file);
