@@ -10,6 +10,7 @@
 #include <xcb/xtest.h>
 
 #include <algorithm>
+#include <array>
 
 namespace quillmarsh::test {
 
@@ -106,6 +107,16 @@ void PhysicalKeyboard::lockModifiers(uint16_t mask)
 {
     xcb_xkb_latch_lock_state(connection_->get(), XCB_XKB_ID_USE_CORE_KBD, 0xFF, static_cast<uint8_t>(mask), 0,
                              0, 0, 0, 0);
+    connection_->synchronize();
+}
+
+void PhysicalKeyboard::setBounceKeys(bool on)
+{
+    constexpr uint32_t bounceKeys = XCB_XKB_BOOL_CTRL_BOUNCE_KEYS;
+    constexpr std::array<uint8_t, 32> perKeyRepeat{};
+    xcb_xkb_set_controls(connection_->get(), XCB_XKB_ID_USE_CORE_KBD, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                         bounceKeys, on ? bounceKeys : 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                         perKeyRepeat.data());
     connection_->synchronize();
 }
 

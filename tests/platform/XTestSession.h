@@ -28,6 +28,8 @@ public:
     /// Locks a group of the layout, or lock modifiers.
     void lockGroup(unsigned group);
     void lockModifiers(uint16_t mask);
+    /// The accessibility feature that ignores the same key a second time within 0.3 s.
+    void setBounceKeys(bool on);
     /// Keys that the server considers down, on any keyboard.
     [[nodiscard]] std::vector<xcb_keycode_t> keysDown() const;
     /// Keys that one device holds down: what is stuck on the XTEST keyboard shows nowhere else.

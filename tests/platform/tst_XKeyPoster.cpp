@@ -499,6 +499,23 @@ private slots:
         QVERIFY(!paste());
     }
 
+    void bounceKeysDoNotMatter()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        keyboard.setBounceKeys(true);
+        const auto off = qScopeGuard([&keyboard] { keyboard.setBounceKeys(false); });
+        keyboard.press(Key::controlL);
+        keyboard.press(Key::altL);
+        keyboard.press(Key::r);
+        target.catchUp();
+        for (const bool isCopy : {true, false}) {
+            target.presses.clear();
+            QVERIFY(isCopy ? copy() : paste());
+            QVERIFY(gotOnly(target, isCopy ? XKB_KEY_c : XKB_KEY_v, XCB_MOD_MASK_CONTROL));
+        }
+    }
+
     void modifiersThatSwitchTheLayoutDoNot_data()
     {
         QTest::addColumn<QString>("option");

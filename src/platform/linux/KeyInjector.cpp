@@ -45,11 +45,14 @@ public:
     PressedKeys& operator=(const PressedKeys&) = delete;
 
     /// One by one, so that applications do not see the modifier go and come: after it, each key is down
-    /// whatever the user did to it before.
-    void pressAnew() const
+    /// whatever the user did to it before. `releaseOthers` is called in between, as Bounce Keys ignore a
+    /// second press of the key that was released last: what arrived was a bare letter (measured).
+    template <typename ReleaseOthers>
+    void pressAnew(ReleaseOthers releaseOthers) const
     {
         for (const xcb_keycode_t key : keys_) {
             fake(XCB_KEY_RELEASE, key);
+            releaseOthers();
             fake(XCB_KEY_PRESS, key);
         }
     }
@@ -222,7 +225,7 @@ KeyInjector::Outcome KeyInjector::attempt(HotKeyGrabs::Injection& injection, qui
     // Qt application reads the whole map at each change of keyboards, and within 10 ms of that the user's own
     // presses had lifted both Controls (measured).
     liftModifiers(pressed);
-    modifiers.pressAnew();
+    modifiers.pressAnew([&] { liftModifiers(pressed); });
     if (switchesGroup)
         lockGroup(expected.group);
     fake(XCB_KEY_PRESS, key);
