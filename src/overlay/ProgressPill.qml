@@ -44,16 +44,26 @@ OverlayControlStyle {
     // Small, smaller for a long word, and shortened where even that is too wide; the whole title is in the control's
     // description.
     OverlayText {
+        id: title
         anchors.horizontalCenter: parent.horizontalCenter
         y: parent.height - height - 4
         width: Math.min(implicitWidth, parent.width - 11)
         surroundings: pill.surroundings
-        text: pill.overlay.title
+        text: ""
         size: 8
         minimumSize: 6.5
         horizontalAlignment: Text.AlignHCenter
         weight: Font.Medium
         color: pill.surroundings.increaseContrast ? OverlayPalette.ink : OverlayPalette.secondary
         Accessible.ignored: true
+    }
+
+    // The outcome's title belongs to its own layout; this one keeps its word while it fades.
+    Binding {
+        target: title
+        property: "text"
+        value: pill.overlay.title
+        when: pill.isCurrent
+        restoreMode: Binding.RestoreNone
     }
 }

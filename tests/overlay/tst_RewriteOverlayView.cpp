@@ -5,14 +5,19 @@
 
 #include <QAccessible>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
+#include <QPainter>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QRegularExpression>
 #include <QTest>
 
 #include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <utility>
 
 using namespace quillmarsh;
 
@@ -117,6 +122,33 @@ struct Stage
     }
     ThinkingOrb* orb() { return window().rootObject()->findChild<ThinkingOrb*>(); }
 };
+
+/// What an orb paints, in its own pixels.
+QImage paintedBy(ThinkingOrb& orb, qreal ratio)
+{
+    QImage image((orb.size() * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(ratio);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    orb.paint(&painter);
+    return image;
+}
+
+/// The picture that belongs to a moment of the animation, of the size of `like`.
+QImage orbAt(double time, const QImage& like)
+{
+    QImage image(like.size(), QImage::Format_ARGB32_Premultiplied);
+    paintComposingOrb(image, time);
+    return image;
+}
+
+int difference(const QImage& a, const QImage& b)
+{
+    int sum = 0;
+    for (qsizetype i = 0; i < a.sizeInBytes(); ++i)
+        sum += std::abs(a.constBits()[i] - b.constBits()[i]);
+    return sum;
+}
 
 QString longWord()
 {
@@ -398,6 +430,55 @@ private slots:
         QVERIFY(stage.orb()->isAnimating());
     }
 
+    void theStillOrbIsThatOfAFixedTime()
+    {
+        Stage stage;
+        stage.appearance.setReduceMotion(true);
+        stage.show();
+        const QImage still = paintedBy(*stage.orb(), stage.window().effectiveDevicePixelRatio());
+        QCOMPARE(difference(still, orbAt(0.6, still)), 0);
+        QVERIFY(difference(still, orbAt(0.61, still)) > 0);
+    }
+
+    void theOrbRunsFasterThanTheClock()
+    {
+        constexpr double speed = 2.34;
+        const auto seconds = [](const QElapsedTimer& timer) { return double(timer.nsecsElapsed()) / 1e9; };
+        QElapsedTimer beforeItAppeared;
+        QElapsedTimer afterItAppeared;
+        ThinkingOrb orb;
+        orb.setSize({64, 64});
+        beforeItAppeared.start();
+        orb.setShown(true);
+        afterItAppeared.start();
+        QTRY_VERIFY(afterItAppeared.hasExpired(150));
+        const double earliest = seconds(afterItAppeared) * speed;
+        const QImage picture = paintedBy(orb, 1);
+        const double latest = seconds(beforeItAppeared) * speed;
+        constexpr double step = 0.005;
+        std::pair<int, double> nearest{std::numeric_limits<int>::max(), 0};
+        for (double time = 0; time < 2 * latest; time += step)
+            nearest = std::min(nearest, {difference(picture, orbAt(time, picture)), time});
+        QVERIFY2(nearest.second > earliest - step && nearest.second < latest + step,
+                 qPrintable(QStringLiteral("%1 instead of %2").arg(nearest.second).arg(earliest)));
+    }
+
+    void onlyAnOutcomeFadesIn()
+    {
+        const QString cancel = QStringLiteral("Cancel rewrite · press your shortcut again");
+        const QString done = QStringLiteral("Text rewritten");
+        Stage stage;
+        stage.show();
+        stage().finish(done, {}, false);
+        QVERIFY(!stage.text(done));
+        QVERIFY(stage.control(cancel) && stage.text(QStringLiteral("Make formal")));
+        QTRY_VERIFY(stage.text(done) && stage.control(QStringLiteral("Dismiss"))->opacity() == 1);
+        QTRY_VERIFY(!stage.control(cancel));
+        stage().show({}, QStringLiteral("Make formal"), true, {});
+        QVERIFY(!stage.text(done));
+        QCOMPARE(stage.control(cancel)->opacity(), 1.0);
+    }
+
     void reducedMotionChangesThePhaseAtOnce()
     {
         Stage stage;
@@ -405,7 +486,8 @@ private slots:
         stage.show();
         stage().finish(QStringLiteral("Text rewritten"), {}, false);
         QCOMPARE(stage.window().size(), stage().state().windowSize().toSize());
-        QCOMPARE(stage.text(QStringLiteral("Text rewritten"))->parentItem()->opacity(), 1.0);
+        QVERIFY(stage.text(QStringLiteral("Text rewritten")));
+        QCOMPARE(stage.control(QStringLiteral("Dismiss"))->opacity(), 1.0);
         QVERIFY(!stage.control(QStringLiteral("Cancel rewrite · press your shortcut again")));
     }
 
@@ -520,6 +602,12 @@ private slots:
         QCOMPARE(cancel->text(QAccessible::Description),
                  QStringLiteral("Make formal · Click to cancel, or press your shortcut again"));
         QCOMPARE(cancel->role(), QAccessible::Button);
+        stage.succeed();
+        QAccessibleInterface* confirmation =
+            QAccessible::queryAccessibleInterface(stage.control(QStringLiteral("Dismiss")));
+        QVERIFY(confirmation);
+        QCOMPARE(confirmation->text(QAccessible::Name), QStringLiteral("Dismiss"));
+        QCOMPARE(confirmation->text(QAccessible::Description), QStringLiteral("Dismiss confirmation"));
         const QString detail = QString(50, QLatin1Char('x')).append(longWord());
         stage.fail(QStringLiteral("Couldn’t rewrite"), detail);
         QAccessibleInterface* alert = QAccessible::queryAccessibleInterface(stage.text(detail));
