@@ -20,6 +20,7 @@ public:
         environment.bundle = rewrites.platform.bundle;
         environment.processRunner = rewrites.platform.processRunner;
         environment.workspace = rewrites.platform.workspace;
+        environment.temporaryFolder = rewrites.folder.path();
         updates = std::make_unique<UpdateService>(&network, environment, QStringLiteral("1.0"));
         updates->setPresentWindow([this] { ++updateWindows; });
         model = std::make_unique<MenuBarModel>(MenuBarEnvironment{

@@ -42,6 +42,7 @@ private slots:
     void aHiddenFieldForgetsItsText();
     void sectionsOfTheSettings();
     void checkingForUpdates();
+    void nothingIsCheckedDuringAnInstallation();
     void aPackagedCopyLeavesUpdatesAlone();
     void openingAndQuitting();
 
@@ -256,6 +257,9 @@ void tst_MenuBarModel::aBlankInstructionStaysOpen()
 
 void tst_MenuBarModel::anInstructionIsTrimmedAndRun()
 {
+    script().reply = [](const QString&, std::stop_token stop) {
+        return test::RewriteFixture::neverAnswer(stop);
+    };
     QSignalSpy closes(&menu(), &MenuBarModel::closeRequested);
     menu().openCustomField();
     menu().setCustomInstruction(QStringLiteral(" \n Make it a haiku. \t"));
@@ -264,7 +268,9 @@ void tst_MenuBarModel::anInstructionIsTrimmedAndRun()
     QVERIFY(!menu().showsCustomField());
     QCOMPARE(menu().customInstruction(), QString());
     QTRY_COMPARE(script().instructions, QStringList("Make it a haiku."));
-    QCOMPARE(fixture_->rewrites.overlay->state().title().isEmpty(), false);
+    QCOMPARE(fixture_->rewrites.shownTitle(), QStringLiteral("Custom rewrite"));
+    detach(fixture_->rewrites.service->performRewrite(std::nullopt, {})); // cancels
+    QTRY_VERIFY(!menu().isProcessing());
 }
 
 void tst_MenuBarModel::aHiddenFieldForgetsItsText()
@@ -304,6 +310,20 @@ void tst_MenuBarModel::checkingForUpdates()
     QTRY_VERIFY(menu().canCheckForUpdates());
     QCOMPARE(fixture_->network.requests, 1);
     QCOMPARE(fixture_->updateWindows, 1); // a manual check shows that there is nothing new
+}
+
+void tst_MenuBarModel::nothingIsCheckedDuringAnInstallation()
+{
+    fixture_->findRelease("1.1");
+    const int before = fixture_->network.requests;
+    fixture_->updates->installAvailableUpdate();
+    QVERIFY(fixture_->updates->isUpdating() && !fixture_->updates->isChecking());
+    QVERIFY(!menu().canCheckForUpdates());
+    QSignalSpy closes(&menu(), &MenuBarModel::closeRequested);
+    menu().checkForUpdates();
+    QCOMPARE(closes.count(), 0);
+    QTRY_VERIFY(menu().canCheckForUpdates());
+    QCOMPARE(fixture_->network.requests, before + 1); // the download's own
 }
 
 void tst_MenuBarModel::aPackagedCopyLeavesUpdatesAlone()
