@@ -24,7 +24,8 @@ void checkHTTPStatus(const HttpResponse& response)
 {
     if (response.statusCode >= 200 && response.statusCode <= 299)
         return;
-    QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QStringDecoder decode(QStringDecoder::Utf8,
+                          QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     const QString message = decode(response.body);
     throw AIError::apiError(response.statusCode,
                             decode.hasError() ? QStringLiteral("Unknown error") : message);

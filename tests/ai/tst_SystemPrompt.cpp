@@ -70,6 +70,8 @@ private slots:
         QTest::newRow("300") << 300 << QByteArray("") << "API error (300): ";
         QTest::newRow("404") << 404 << QByteArray("{\"a\":1}\n") << "API error (404): {\"a\":1}\n";
         QTest::newRow("not HTTP") << -1 << QByteArray("x") << "API error (-1): x";
+        QTest::newRow("byte order mark")
+            << 500 << QByteArray("\xEF\xBB\xBFx") << QStringLiteral("API error (500): \uFEFFx");
         QTest::newRow("not UTF-8") << 500 << QByteArray("a\xFF\xFE") << "API error (500): Unknown error";
         QTest::newRow("cut UTF-8") << 500 << QByteArray("a\xE2\x82") << "API error (500): Unknown error";
     }
