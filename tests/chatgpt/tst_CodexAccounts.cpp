@@ -1,5 +1,4 @@
 #include "support/ConnectionFixture.h"
-#include "support/FailOnWarnings.h"
 #include "support/ImpatientSession.h"
 #include "support/TestTls.h"
 
@@ -28,28 +27,19 @@ const QStringList listedSlugs{QStringLiteral("m-1"), QStringLiteral("m-2")};
 } // namespace
 
 /// Several accounts, sign-out with revocation, and the model catalogue.
-class tst_CodexAccounts final : public QObject
+class tst_CodexAccounts final : public QObject, private test::ConnectionTest
 {
     Q_OBJECT
 
     std::unique_ptr<test::TestTls> tls_;
-    std::unique_ptr<ConnectionFixture> f_;
 
     void useTls();
     void loadModels() const { test::runTask(f_->service->loadModels()); }
 
 private slots:
     void initTestCase() { tls_ = std::make_unique<test::TestTls>(); }
-    void init()
-    {
-        test::failOnWarnings();
-        f_ = std::make_unique<ConnectionFixture>();
-    }
-    void cleanup()
-    {
-        QCOMPARE(f_->auth.violations + f_->model.violations, QStringList());
-        f_.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void signOutRevokesAtTheServer()
     {

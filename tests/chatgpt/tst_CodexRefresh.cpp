@@ -1,37 +1,16 @@
 #include "chatgpt/CodexOAuthError.h"
 #include "support/ConnectionFixture.h"
-#include "support/FailOnWarnings.h"
 
 #include <QSignalSpy>
 
 using namespace quillmarsh;
-using test::ConnectionFixture;
+using test::failureOf;
 using test::FakeAuthorizationServer;
 using Refresh = CodexOAuthService::Refresh;
 
-namespace {
-
-/// The message that a call fails with; "cancelled", or empty when it succeeds.
-template <typename T>
-QString failureOf(Task<T> task)
-{
-    try {
-        test::runTask(std::move(task));
-    } catch (const Cancelled&) {
-        return QStringLiteral("cancelled");
-    } catch (const std::exception& error) {
-        return errorDescription(error);
-    }
-    return {};
-}
-
-} // namespace
-
-class tst_CodexRefresh final : public QObject
+class tst_CodexRefresh final : public QObject, private test::ConnectionTest
 {
     Q_OBJECT
-
-    std::unique_ptr<ConnectionFixture> f_;
 
     [[nodiscard]] int tokenRequests() const { return f_->auth.count(FakeAuthorizationServer::tokenPath); }
     [[nodiscard]] CodexTokens refreshNow(Refresh mode = Refresh::ifNeeded) const
@@ -42,16 +21,8 @@ class tst_CodexRefresh final : public QObject
     void leave(double seconds) const { f_->now = f_->service->tokens()->expiresAt - seconds; }
 
 private slots:
-    void init()
-    {
-        test::failOnWarnings();
-        f_ = std::make_unique<ConnectionFixture>();
-    }
-    void cleanup()
-    {
-        QCOMPARE(f_->auth.violations + f_->model.violations, QStringList());
-        f_.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void withoutAnAccount()
     {

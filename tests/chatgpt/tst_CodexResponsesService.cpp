@@ -4,14 +4,12 @@
 #include "chatgpt/CodexOAuthError.h"
 #include "chatgpt/CodexResponsesService.h"
 #include "support/ConnectionFixture.h"
-#include "support/FailOnWarnings.h"
 #include "support/ImpatientSession.h"
 
 #include <QFile>
 #include <QJsonArray>
 
 using namespace quillmarsh;
-using test::ConnectionFixture;
 using test::ModelStream;
 
 namespace {
@@ -27,11 +25,9 @@ void collect(QtMsgType type, const QMessageLogContext& context, const QString& m
 
 } // namespace
 
-class tst_CodexResponsesService final : public QObject
+class tst_CodexResponsesService final : public QObject, private test::ConnectionTest
 {
     Q_OBJECT
-
-    std::unique_ptr<ConnectionFixture> f_;
 
     [[nodiscard]] Task<QString> rewrite(const QString& text = QStringLiteral("teh text"),
                                         std::stop_token stop = {}) const
@@ -40,17 +36,7 @@ class tst_CodexResponsesService final : public QObject
         return service.rewriteText(text, QStringLiteral("unused"), QStringLiteral("Be formal."),
                                    std::move(stop));
     }
-    [[nodiscard]] QString failure() const
-    {
-        try {
-            test::runTask(rewrite());
-        } catch (const Cancelled&) {
-            return QStringLiteral("cancelled");
-        } catch (const std::exception& error) {
-            return errorDescription(error);
-        }
-        return {};
-    }
+    [[nodiscard]] QString failure() const { return test::failureOf(rewrite()); }
 
     /// Stops a rewrite; the milliseconds until its connection is closed.
     qint64 stopUntilClosed(bool hasBegun)
@@ -79,15 +65,10 @@ class tst_CodexResponsesService final : public QObject
 private slots:
     void init()
     {
-        test::failOnWarnings();
-        f_ = std::make_unique<ConnectionFixture>();
+        setUp();
         f_->connectAccount();
     }
-    void cleanup()
-    {
-        QCOMPARE(f_->auth.violations + f_->model.violations, QStringList());
-        f_.reset();
-    }
+    void cleanup() { tearDown(); }
 
     void theRequestAndItsAnswer()
     {

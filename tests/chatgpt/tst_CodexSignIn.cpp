@@ -1,5 +1,4 @@
 #include "support/ConnectionFixture.h"
-#include "support/FailOnWarnings.h"
 #include "support/ManualAlarms.h"
 #include "support/TestTls.h"
 
@@ -45,11 +44,9 @@ Task<bool> approveWithoutServer(QUrl url)
 
 } // namespace
 
-class tst_CodexSignIn final : public QObject
+class tst_CodexSignIn final : public QObject, private test::ConnectionTest
 {
     Q_OBJECT
-
-    std::unique_ptr<ConnectionFixture> f_;
 
     /// Begins an attempt, cancels it as soon as `reached` holds, lets everything go, and checks that nothing
     /// of it stays behind.
@@ -65,16 +62,8 @@ class tst_CodexSignIn final : public QObject
     }
 
 private slots:
-    void init()
-    {
-        test::failOnWarnings();
-        f_ = std::make_unique<ConnectionFixture>();
-    }
-    void cleanup()
-    {
-        QCOMPARE(f_->auth.violations, QStringList());
-        f_.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void theFirstSignIn()
     {

@@ -3,11 +3,13 @@
 #include "base/UserDefaults.h"
 #include "chatgpt/CodexOAuthService.h"
 #include "support/CoroutineTest.h"
+#include "support/FailOnWarnings.h"
 #include "support/FakeAuthorizationServer.h"
 #include "support/FakeModelServer.h"
 #include "support/FakePlatform.h"
 
 #include <QTemporaryDir>
+#include <QTest>
 
 namespace quillmarsh::test {
 
@@ -94,6 +96,40 @@ struct ConnectionFixture
     /// The second one, of "two@example.com", is active.
     void connectTwoAccounts();
     [[nodiscard]] QString defaultsValue(const char* key) const;
+};
+
+/// The message that a task fails with; "cancelled", or empty when it succeeds.
+template <typename T>
+QString failureOf(Task<T> task)
+{
+    try {
+        runTask(std::move(task));
+    } catch (const Cancelled&) {
+        return QStringLiteral("cancelled");
+    } catch (const std::exception& error) {
+        return errorDescription(error);
+    }
+    return {};
+}
+
+/// A connection for each function of a test object that derives from it; the servers may not have met
+/// anything that they would object to.
+class ConnectionTest
+{
+protected:
+    void setUp()
+    {
+        failOnWarnings();
+        f_ = std::make_unique<ConnectionFixture>();
+    }
+
+    void tearDown()
+    {
+        QCOMPARE(f_->auth.violations + f_->model.violations, QStringList());
+        f_.reset();
+    }
+
+    std::unique_ptr<ConnectionFixture> f_;
 };
 
 inline ConnectionFixture::ConnectionFixture(const TestTls* tls) : auth(model.apiBase(), tls)
