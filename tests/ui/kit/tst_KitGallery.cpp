@@ -29,6 +29,7 @@ private slots:
 
 private:
     std::unique_ptr<QQuickView> show(const QString& file);
+    void shootOpened(const QString& name);
 };
 
 void tst_KitGallery::initTestCase()
@@ -111,22 +112,21 @@ void tst_KitGallery::popup()
 
 void tst_KitGallery::sheet()
 {
-    const auto view = show(QStringLiteral("GallerySheets.qml"));
-    QVERIFY(view);
-    auto* sheet = view->rootObject()->findChild<QQuickItem*>(QStringLiteral("sheet"));
-    sheet->setProperty("open", true);
-    QTest::qWait(400);
-    QVERIFY(test::saveScreenshot(*view, QStringLiteral("kit-sheet")));
+    shootOpened(QStringLiteral("sheet"));
 }
 
 void tst_KitGallery::alert()
 {
+    shootOpened(QStringLiteral("alert"));
+}
+
+void tst_KitGallery::shootOpened(const QString& name)
+{
     const auto view = show(QStringLiteral("GallerySheets.qml"));
     QVERIFY(view);
-    auto* alert = view->rootObject()->findChild<QQuickItem*>(QStringLiteral("alert"));
-    alert->setProperty("open", true);
-    QTest::qWait(400);
-    QVERIFY(test::saveScreenshot(*view, QStringLiteral("kit-alert")));
+    view->rootObject()->findChild<QQuickItem*>(name)->setProperty("open", true);
+    QTest::qWait(400); // until it has come to rest
+    QVERIFY(test::saveScreenshot(*view, QStringLiteral("kit-") + name));
 }
 
 QTEST_MAIN(tst_KitGallery)
