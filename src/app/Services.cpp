@@ -60,21 +60,23 @@ void Services::createRewriteService()
     const auto makeBackEnd = [token](AIProvider provider, OpenAIAuthMode mode) {
         return AIServiceFactory::service(provider, mode, token);
     };
-    RewriteEnvironment environment{*platform.workspace,
-                                   *platform.pasteboard,
-                                   *platform.keyPoster,
-                                   defaults,
-                                   *overlay,
-                                   KeychainService{platform.secItems.get()},
-                                   [this] { return platform.accessibility->isProcessTrusted(); },
-                                   [this] { platform.accessibility->request(); },
-                                   [this] { platform.accessibility->openSettings(); },
-                                   [] { return CodexOAuthService::shared().loadedTokens(); },
-                                   makeBackEnd,
-                                   [makeBackEnd](AIProvider provider, OpenAIAuthMode mode) {
-                                       preconnect(sharedUrlSession(),
-                                                  makeBackEnd(provider, mode)->endpoint());
-                                   }};
+    const auto warmUp = [makeBackEnd](AIProvider provider, OpenAIAuthMode mode) {
+        preconnect(sharedUrlSession(), makeBackEnd(provider, mode)->endpoint());
+    };
+    RewriteEnvironment environment{
+        .workspace = *platform.workspace,
+        .pasteboard = *platform.pasteboard,
+        .keyPoster = *platform.keyPoster,
+        .defaults = defaults,
+        .overlay = *overlay,
+        .keychain = {platform.secItems.get()},
+        .accessibilityCheck = [this] { return platform.accessibility->isProcessTrusted(); },
+        .accessibilityRequest = [this] { platform.accessibility->request(); },
+        .openAccessibilitySettings = [this] { platform.accessibility->openSettings(); },
+        .chatGPTTokens = [] { return CodexOAuthService::shared().loadedTokens(); },
+        .makeBackEnd = makeBackEnd,
+        .warmUp = warmUp,
+    };
     auto hotkeys = std::make_unique<HotkeyService>(*platform.eventTaps, *platform.accessibility);
     hotkeyService = hotkeys.get();
     rewriteService = std::make_unique<RewriteService>(true, std::move(environment), std::move(hotkeys));

@@ -31,33 +31,39 @@ constexpr std::chrono::seconds startUpLasts{10};
 
 SettingsEnvironment settingsEnvironment(Services& services, InstallationModel& installation)
 {
-    return {*services.appSettings,
-            *services.rewriteService,
-            CodexOAuthService::shared(),
-            *services.updateService,
-            installation,
-            services.defaults,
-            NotificationCenter::defaultCenter(),
-            *services.platform.workspace,
-            *services.platform.keyboardLayout,
-            KeychainService{services.platform.secItems.get()},
-            [&services](quint32 scanCode) { return services.platform.keyboardLayout->keyCode(scanCode); },
-            [&services](const KeyCombination& combination) {
-                return ownedByAnotherProgram(*services.platform.eventTaps, combination);
+    Platform& platform = services.platform;
+    return {
+        .settings = *services.appSettings,
+        .rewrites = *services.rewriteService,
+        .oauth = CodexOAuthService::shared(),
+        .updates = *services.updateService,
+        .installation = installation,
+        .defaults = services.defaults,
+        .notifications = NotificationCenter::defaultCenter(),
+        .workspace = *platform.workspace,
+        .layout = *platform.keyboardLayout,
+        .keychain = {platform.secItems.get()},
+        .virtualKey = [&platform](quint32 scanCode) { return platform.keyboardLayout->keyCode(scanCode); },
+        .ownedByAnotherProgram =
+            [&platform](const KeyCombination& combination) {
+                return ownedByAnotherProgram(*platform.eventTaps, combination);
             },
-            &QApplication::beep,
-            [&services](bool focused) { services.hotkeyService->setDemoFocused(focused); }};
+        .beep = &QApplication::beep,
+        .setDemoFocused = [&services](bool focused) { services.hotkeyService->setDemoFocused(focused); },
+    };
 }
 
 MenuBarEnvironment menuEnvironment(Services& services)
 {
-    return {*services.appSettings,
-            *services.rewriteService,
-            *services.updateService,
-            *services.platform.workspace,
-            *services.platform.keyboardLayout,
-            services.defaults,
-            [] { return CodexOAuthService::shared().tokens().has_value(); }};
+    return {
+        .settings = *services.appSettings,
+        .rewrites = *services.rewriteService,
+        .updates = *services.updateService,
+        .workspace = *services.platform.workspace,
+        .layout = *services.platform.keyboardLayout,
+        .defaults = services.defaults,
+        .isChatGPTConnected = [] { return CodexOAuthService::shared().tokens().has_value(); },
+    };
 }
 
 } // namespace
