@@ -69,7 +69,6 @@ void MenuBarView::open(const QRect& anchor)
     window_->show();
     bringToFront(*window_, workspace_);
     sinceOpened_.start();
-    emit opened();
 }
 
 void MenuBarView::close()
@@ -116,6 +115,11 @@ void MenuBarView::makeWindow()
     showScene(*window_, QStringLiteral("qrc:/quillmarsh/app/MenuBarView.qml"),
               {{QStringLiteral("menu"), QVariant::fromValue(&model_)},
                {QStringLiteral("isComposited"), isComposited}});
+    connectWindow();
+}
+
+void MenuBarView::connectWindow()
+{
     if (QQuickItem* root = window_->rootObject()) {
         connect(root, &QQuickItem::implicitHeightChanged, this, &MenuBarView::place);
         connect(root, SIGNAL(dismissed()), this, SLOT(close()));

@@ -38,11 +38,11 @@ public:
     [[nodiscard]] QQuickView* window() const { return window_.get(); }
 
 signals:
-    void opened();
     void closed();
 
 private:
     void makeWindow();
+    void connectWindow();
     void place();
     void closeFor(const RunningApplication& application);
 

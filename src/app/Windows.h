@@ -6,7 +6,6 @@
 
 namespace quillmarsh {
 
-class HotkeyService;
 class IdleMemory;
 class InstallationModel;
 class MenuBarLabel;
