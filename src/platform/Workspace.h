@@ -41,12 +41,15 @@ public:
     virtual void activate(const RunningApplication& application) = 0;
     /// Hands `url` to its default application; false when that could not be started.
     virtual Task<bool> open(QUrl url) = 0;
-    /// Starts the application bundle at `path` as a new instance, independent of this process.
+    /// Starts the application bundle at `path` as a new instance, independent of this process; false when it
+    /// could not be started.
     virtual Task<bool> openApplication(QString path, QStringList arguments) = 0;
-    /// Shows `path` selected in the file manager, or opens its folder where none answers.
+    /// Shows `path` selected in the file manager, or opens its folder where none answers; false when neither
+    /// could be done.
     virtual Task<bool> reveal(QString path) = 0;
 
 signals:
+    /// Another application came to the front; this one may be it.
     void didActivateApplication(const quillmarsh::RunningApplication& application);
 };
 
