@@ -10,6 +10,22 @@
 
 namespace quillmarsh {
 
+namespace {
+
+void moveAside(const QString& path)
+{
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"));
+    const QString name = QStringLiteral("defaults.unreadable-%1.ini").arg(stamp);
+    if (QFile::rename(path, QFileInfo(path).dir().filePath(name)))
+        qCWarning(lcQuillmarsh,
+                  "Part of the settings file could not be read and is ignored; it is kept beside it");
+    else
+        qCWarning(lcQuillmarsh,
+                  "Part of the settings file could not be read, and it could not be moved aside");
+}
+
+} // namespace
+
 UserDefaults::UserDefaults(const QString& path)
 {
     open(path);
@@ -35,15 +51,7 @@ void UserDefaults::moveUnreadableFileAside(const QString& path)
     for (const QString& key : settings_->allKeys())
         readable.emplace(key, settings_->value(key));
     settings_.reset();
-    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"));
-    const QString aside =
-        QFileInfo(path).dir().filePath(QStringLiteral("defaults.unreadable-%1.ini").arg(stamp));
-    if (QFile::rename(path, aside))
-        qCWarning(lcQuillmarsh,
-                  "Part of the settings file could not be read and is ignored; it is kept beside it");
-    else
-        qCWarning(lcQuillmarsh,
-                  "Part of the settings file could not be read, and it could not be moved aside");
+    moveAside(path);
     open(path);
     for (const auto& [key, value] : readable)
         settings_->setValue(key, value);
