@@ -1,5 +1,6 @@
 #include "support/CoroutineTest.h"
 #include "support/FakePlatform.h"
+#include "support/ImpatientSession.h"
 #include "support/Shortest.h"
 #include "update/BundleFixture.h"
 #include "update/BundleInformation.h"
@@ -212,6 +213,15 @@ private slots:
         offer("1.0");
         check(); // the first one also loads what TLS needs
         VERIFY_TAKES_AT_MOST(50, [&] { check(); });
+    }
+
+    void theManifestIsWaitedForTwentySeconds()
+    {
+        offer("1.0");
+        ImpatientSession session;
+        UpdateService service(&session, environment(), QStringLiteral("1.0"));
+        check(false, service);
+        QCOMPARE(session.timeouts, (QHash<QString, int>{{QStringLiteral("/update.json"), 20'000}}));
     }
 
     void betweenChecksNothingWakes()
