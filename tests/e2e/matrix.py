@@ -235,6 +235,7 @@ EDITORS = {
     "Emacs": (["emacs", "-Q", "{file}"], "{name}", ("Control_L x", "Control_L s")),
     "FeatherPad (Qt 5)": (["featherpad", "--standalone", "{file}"], "{name}", SAVE),
     "GTK 4 text view": ([sys.executable, str(APPLICATIONS / "gtk4-text.py"), "{file}"], "GTK 4 text", ()),
+    "gvim": (["gvim", "-f", "-u", "NONE", "{file}"], "{name}", ("Shift_L colon", "w", "Return")),
     "Kate": (["kate", "--new", "{file}"], "{name}", SAVE),
     "mousepad (GTK 3)": (["mousepad", "--disable-server", "{file}"], "{name}", SAVE),
     "Qt 6 text field": ([str(harness.BUILD / "bin" / "text-field"), "{file}"], "Text field", ()),

@@ -7,7 +7,7 @@ import unittest
 import drivers
 import harness
 import matrix
-from matrix import FIRST, LAST, MIDDLE, MINE, PASSWORD
+from matrix import DOCUMENT, FIRST, LAST, MIDDLE, MINE, MOUSE, NOTHING, PASSWORD, REPLACED
 
 
 class Browsers(matrix.MatrixTest):
@@ -43,13 +43,30 @@ class Browsers(matrix.MatrixTest):
 class CodeEditors(matrix.MatrixTest):
     @classmethod
     def setUpClass(cls):
-        matrix.require("kate", "xclip")
+        matrix.require("kate", "vim-gtk3", "xclip")
         super().setUpClass()
 
     def test_kate(self):
         name = "Kate"
         self.check_editor(name, lambda text: matrix.open_editor(name, text, self.keyboard),
                           check_nothing=self.check_unselected_line)
+
+
+    def test_gvim(self):
+        """Control-C would end its mode, and what he types next would be commands: no key is pressed in it."""
+        name, outcome = "gvim", "“Select some text first”"
+        with contextlib.closing(matrix.open_editor(name, DOCUMENT, self.keyboard)) as editor:
+            with self.case(name, REPLACED, MOUSE, outcome=outcome):
+                editor.select("Shift_L v")
+                self.rewrite_nothing()
+                editor.select("d")
+                self.expect_text(editor, MIDDLE + LAST)  # the line was still selected
+                editor.select("Shift_L p")
+            with self.case(name, NOTHING):
+                editor.select("i")
+                self.rewrite_nothing()
+                editor.select("x", "Escape")
+                self.expect_text(editor, "x" + DOCUMENT)
 
 
 class Office(matrix.MatrixTest):

@@ -27,7 +27,7 @@ private slots:
                                  "st-256color",    "Deepin-terminal"})
             QTest::newRow(name) << QString::fromLatin1(name) << int(Habit::Terminal);
         QTest::newRow("URxvt") << QStringLiteral("URxvt") << int(Habit::AltTerminal);
-        for (const char* name : {"XTerm", "UXTerm", "Eterm", "mlterm", "pterm", "KOI8RXTerm"})
+        for (const char* name : {"XTerm", "UXTerm", "Eterm", "mlterm", "pterm", "KOI8RXTerm", "Gvim"})
             QTest::newRow(name) << QString::fromLatin1(name) << int(Habit::Unsupported);
     }
     void terminalsAreKnownByTheirClass()

@@ -74,6 +74,11 @@ constexpr auto table = std::to_array<Entry>({
     {"xiterm+thai", Habit::Unsupported},
     {"xterm", Habit::Unsupported},
     {"zutty", Habit::Unsupported},
+    // Vim in a window of its own: Control-C copies nothing and ends the mode, so that what is typed next
+    // would be taken for commands.
+    {"gvim", Habit::Unsupported},
+    {"neovide", Habit::Unsupported},
+    {"nvim-qt", Habit::Unsupported},
     // The keys go to a guest or a remote machine, whose clipboard arrives late or never.
     {"anydesk", Habit::Unsupported},
     {"org.remmina.remmina", Habit::Unsupported},
