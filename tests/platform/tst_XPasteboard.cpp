@@ -45,6 +45,24 @@ void ask(TargetWindow& target)
     connection.synchronize();
 }
 
+/// Tells the clipboard's owner that it lost it at this server time.
+void sendClear(XConnection& connection, xcb_timestamp_t time)
+{
+    const xcb_atom_t clipboard = connection.atom("CLIPBOARD");
+    const auto owner = replyOf<xcb_get_selection_owner_reply>(
+        connection.get(), xcb_get_selection_owner(connection.get(), clipboard));
+    union {
+        xcb_selection_clear_event_t clear;
+        char wire[32];
+    } event{};
+    event.clear.response_type = XCB_SELECTION_CLEAR;
+    event.clear.time = time;
+    event.clear.owner = owner->owner;
+    event.clear.selection = clipboard;
+    xcb_send_event(connection.get(), 0, owner->owner, XCB_EVENT_MASK_NO_EVENT, event.wire);
+    connection.synchronize();
+}
+
 } // namespace
 
 class tst_XPasteboard final : public QObject, private PasteboardFixture
@@ -289,6 +307,23 @@ private slots:
         memcpy(&claimed, stamp->bytes.constData(), 4);
         QVERIFY(peer.request("UTF8_STRING", claimed));
         QVERIFY(!peer.request("UTF8_STRING", claimed - 1));
+    }
+
+    void anOwnershipMayLastForWeeks()
+    {
+        ClipboardPeer peer;
+        QVERIFY(set(QStringLiteral("text")));
+        const auto stamp = peer.request("TIMESTAMP");
+        QVERIFY(stamp && stamp->bytes.size() == 4);
+        uint32_t claimed = 0;
+        memcpy(&claimed, stamp->bytes.constData(), 4);
+        constexpr uint32_t day = 24 * 60 * 60 * 1000;
+        for (const uint32_t days : {1, 24, 25, 30, 49})
+            QVERIFY2(peer.request("UTF8_STRING", claimed + days * day), QByteArray::number(days));
+        sendClear(*peer.connection(), claimed - 1);
+        QCOMPARE(read(), QStringLiteral("text"));
+        sendClear(*peer.connection(), claimed + 30 * day);
+        QVERIFY(!read());
     }
 
     void largeTextGoesOutInPieces()

@@ -12,13 +12,16 @@ namespace quillmarsh {
 
 namespace {
 
-/// Server times are milliseconds in 32 bits; they wrap every 49.7 days.
-bool isNotBefore(xcb_timestamp_t time, xcb_timestamp_t reference)
-{
-    return static_cast<qint32>(time - reference) >= 0;
-}
-
 using namespace std::chrono_literals;
+
+/// Server times are milliseconds in 32 bits; they wrap every 49.7 days. A text may be on the clipboard for
+/// weeks, while what was sent before it came there is on its way for seconds.
+bool isJustBefore(xcb_timestamp_t time, xcb_timestamp_t reference)
+{
+    constexpr xcb_timestamp_t longestWay = std::chrono::milliseconds(1h).count();
+    const xcb_timestamp_t age = reference - time;
+    return age > 0 && age <= longestWay;
+}
 
 // Another program may claim the clipboard between our reading of the time and our claim.
 constexpr int claimAttempts = 3;
@@ -157,7 +160,7 @@ void SelectionOwner::handleNewOwner(const xcb_xfixes_selection_notify_event_t& c
 void SelectionOwner::handleClear(const xcb_selection_clear_event_t& clear)
 {
     // One that is older than our claim tells of an owner before it.
-    if (clear.owner == window_ && (claimed_ == 0 || isNotBefore(clear.time, claimed_)))
+    if (clear.owner == window_ && !isJustBefore(clear.time, claimed_))
         owning_ = false;
 }
 
@@ -170,7 +173,7 @@ void SelectionOwner::handleRequest(const xcb_selection_request_event_t& request)
     // An application asks with the time of its paste key, which is before our claim when we took the text
     // back.
     const bool current = owning_ && request.selection == connection_.atom("CLIPBOARD") &&
-                         (request.time == XCB_CURRENT_TIME || isNotBefore(request.time, placed_));
+                         (request.time == XCB_CURRENT_TIME || !isJustBefore(request.time, placed_));
     const bool served = current && convert(request.requestor, request.target, property);
     // Every event is 32 bytes on the wire; the structure is shorter.
     union {
