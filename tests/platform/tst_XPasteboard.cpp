@@ -3,12 +3,19 @@
 #include "platform/PasteboardFixture.h"
 #include "platform/PlatformContracts.h"
 #include "platform/XTestSession.h"
+#include "platform/linux/HotKeyGrabs.h"
+#include "platform/linux/KeyInjector.h"
+#include "platform/linux/SelectionCounter.h"
+#include "platform/linux/SelectionOwner.h"
+#include "platform/linux/SelectionReader.h"
 #include "platform/linux/XKeyPoster.h"
 #include "support/Shortest.h"
 
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTest>
+
+#include <semaphore>
 
 using namespace quillmarsh;
 using namespace quillmarsh::test;
@@ -476,6 +483,29 @@ private slots:
             persist();
             QVERIFY(timer.elapsed() >= 450);
         });
+    }
+
+    void aReadingMayEndRightBeforeTheConnection()
+    {
+        std::optional<QString> text(QStringLiteral("none yet"));
+        std::binary_semaphore isEndPosted(0);
+        worker_->post([&](XWorker::Parts& parts) {
+            parts.reader->read([&](std::optional<QString> read) { text = std::move(read); });
+            isEndPosted.acquire();
+            for (int roundTrip = 0; roundTrip < 10; ++roundTrip) // nobody owns the clipboard
+                parts.connection->synchronize();
+        });
+        worker_->post([](XWorker::Parts& parts) {
+            parts.injector.reset();
+            parts.reader.reset();
+            parts.owner.reset();
+            parts.counter.reset();
+            parts.hotKeys.reset();
+            parts.connection.reset();
+        });
+        isEndPosted.release();
+        worker_->run([](XWorker::Parts&) { return true; }); // what the reading left has been deleted
+        QVERIFY(!text);
     }
 
     void aReadingOutlivesItsPasteboard()

@@ -39,8 +39,9 @@ void SelectionTransfer::start()
 
 void SelectionTransfer::abandonWindow()
 {
-    if (window_ != XCB_NONE)
-        xcb_destroy_window(connection_.get(), window_);
+    if (window_ == XCB_NONE)
+        return;
+    xcb_destroy_window(connection_.get(), window_);
     window_ = XCB_NONE;
     incremental_.reset();
     xcb_flush(connection_.get());
@@ -157,6 +158,7 @@ void SelectionTransfer::end(const SelectionAnswer& answer)
     if (std::exchange(ended_, true))
         return;
     limit_.stop();
+    abandonWindow(); // not at destruction, which may come after that of the connection
     emit finished(answer);
 }
 
