@@ -77,6 +77,21 @@ private:
         other.catchUp();
     }
 
+    /// Shift-Command-R, which is free while the gesture of the same keys is injected.
+    void takeDuringAnInjection(TargetWindow& other)
+    {
+        QTest::ignoreMessage(QtWarningMsg, "A shortcut was taken by another program");
+        worker_->run([&other](XWorker::Parts& parts) {
+            HotKeyGrabs::Injection injection(*parts.hotKeys);
+            injection.allow(Key::r, shiftSuperMask);
+            parts.connection->synchronize();
+            xcb_grab_key(other.connection().get(), 0, other.connection().root(), shiftSuperMask, Key::r,
+                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+            other.connection().synchronize();
+            return true;
+        });
+    }
+
 private slots:
     void init() { events_.clear(); }
     void cleanup() { tap_.reset(); }
@@ -307,20 +322,25 @@ private slots:
     {
         TargetWindow other;
         enable({shiftCommandR});
-        QTest::ignoreMessage(QtWarningMsg, "A shortcut was taken by another program");
-        worker_->run([&other](XWorker::Parts& parts) {
-            HotKeyGrabs::Injection injection(*parts.hotKeys);
-            injection.allow(Key::r, shiftSuperMask);
-            parts.connection->synchronize();
-            xcb_grab_key(other.connection().get(), 0, other.connection().root(), shiftSuperMask, Key::r,
-                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-            other.connection().synchronize();
-            return true;
-        });
+        takeDuringAnInjection(other);
         QTRY_COMPARE(events_.size(), 1U);
         QCOMPARE(events_[0].type, KeyEvent::Type::TapDisabledByUserInput);
         tap_->setEnabled(true);
         QCOMPARE(tap_->refused(), std::vector{shiftCommandR});
+    }
+
+    void aTapThatWasDisabledGivesBackWhatItHolds()
+    {
+        const KeyCombination kept{17, shiftCommand};
+        enable({shiftCommandR, kept});
+        TargetWindow other;
+        takeDuringAnInjection(other);
+        QTRY_COMPARE(events_.size(), 1U);
+        tap_.reset();
+        const auto grab =
+            xcb_grab_key_checked(other.connection().get(), 0, other.connection().root(), shiftSuperMask,
+                                 Key::t, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+        QVERIFY(succeeded(other.connection().get(), grab));
     }
 
     void shortcutsSurviveALayoutChange()

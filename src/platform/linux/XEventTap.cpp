@@ -54,7 +54,9 @@ public:
 
     void invalidate() override
     {
-        setEnabled(false);
+        if (!listener_)
+            return;
+        apply({}); // one that was disabled by an event still holds what it was not told to give back
         listener_.reset();
     }
 
