@@ -38,7 +38,7 @@ AppSettings::AppSettings(UserDefaults& store, QObject* parent)
 
 void AppSettings::applyFirstRun()
 {
-    if (!store_.contains(providerKey))
+    if (!store_.string(providerKey))
         setProvider(AIProvider::cloud);
 }
 

@@ -40,11 +40,55 @@ private slots:
         const InstructionShortcut& first = settings.instructionShortcuts().front();
         QCOMPARE(first.keyCode, std::optional<qint64>(15));
         QCOMPARE(first.modifiersRaw, std::optional<qint64>(0x120000));
-        QCOMPARE(first.instruction,
-                 QStringLiteral(
-                     "Fix grammar, spelling, and punctuation errors. Preserve the original meaning, tone, "
-                     "style, and formatting. Never ask questions, always answer with the rewritten text. "
-                     "Never change the original language of the selected text."));
+        QCOMPARE(store_->string(QStringLiteral("selectedProvider")), std::optional(QStringLiteral("cloud")));
+    }
+
+    void theBuiltInInstructions()
+    {
+        const QStringList tasks{
+            "Fix grammar, spelling, and punctuation errors. Preserve the original meaning, tone, style, and "
+            "formatting.",
+            "Rewrite the text in a formal, professional tone. Fix any grammar or spelling errors.",
+            "Rewrite the text in a casual, friendly tone. Fix any grammar or spelling errors.",
+            "Make the text more concise while preserving the key message. Remove unnecessary words and "
+            "filler.",
+            "Expand the text with more detail and explanation while keeping the same meaning and tone."};
+        const QString rules = " Never ask questions, always answer with the rewritten text. Never change the "
+                              "original language of the selected text.";
+        QStringList instructions;
+        QSet<QUuid> ids;
+        for (int round = 0; round < 2; ++round) {
+            instructions.clear();
+            for (const InstructionShortcut& action : InstructionShortcut::defaultShortcuts()) {
+                instructions << QString(action.instruction).replace(rules, QString("|"));
+                ids << action.id;
+            }
+        }
+        QCOMPARE(instructions.join(u'\n'), tasks.join(QStringLiteral("|\n")) + u'|');
+        QCOMPARE(ids.size(), 10);
+    }
+
+    void theStoredForm()
+    {
+        const InstructionShortcut action{QUuid(QStringLiteral("E621E1F8-C36C-495A-93FC-0C247A3E6E5F")),
+                                         "Née “x”",
+                                         "Be brief.",
+                                         "plus",
+                                         15,
+                                         0x120000};
+        const QByteArray json = R"([{"icon":"plus","id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F",)"
+                                R"("instruction":"Be brief.","keyCode":15,"modifiersRaw":1179648,)"
+                                R"("name":"Née “x”"}])";
+        QCOMPARE(QString::fromUtf8(encodeShortcuts({action})), QString::fromUtf8(json));
+        const auto read = decodeShortcuts(json);
+        QVERIFY(read);
+        QCOMPARE(read->front(), action);
+    }
+
+    void whatIsNoTextIsAFirstRun()
+    {
+        store_->set(QStringLiteral("selectedProvider"), QVariant());
+        QCOMPARE(AppSettings(*store_).provider(), AIProvider::cloud);
         QCOMPARE(store_->string(QStringLiteral("selectedProvider")), std::optional(QStringLiteral("cloud")));
     }
 
@@ -197,12 +241,27 @@ private slots:
         QCOMPARE(AppSettings(*store_).instructionShortcuts().size(), 5u);
     }
 
+    void actionsThatShareAnId()
+    {
+        AppSettings settings(*store_);
+        InstructionShortcut action{QUuid::createUuid(), "a", "i", "plus", std::nullopt, std::nullopt};
+        settings.setInstructionShortcuts({action, action});
+        action.name = QStringLiteral("b");
+        settings.updateShortcut(action);
+        QCOMPARE(settings.instructionShortcuts().front().name, QStringLiteral("b"));
+        QCOMPARE(settings.instructionShortcuts().back().name, QStringLiteral("a"));
+        settings.removeShortcut(action.id);
+        QVERIFY(settings.instructionShortcuts().empty());
+    }
+
     void countNeverStartsNegative()
     {
         store_->set(QStringLiteral("completedRewriteCount"), -7);
         AppSettings settings(*store_);
         QCOMPARE(settings.completedRewriteCount(), 0);
+        QSignalSpy counted(&settings, &AppSettings::completedRewriteCountChanged);
         settings.recordCompletedRewrite();
+        QCOMPARE(counted.size(), 1);
         QCOMPARE(store_->integer(QStringLiteral("completedRewriteCount")), 1);
     }
 
