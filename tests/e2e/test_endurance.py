@@ -106,12 +106,43 @@ class PasteKeys:
         self.process.communicate(timeout=20)
 
 
+class Line:
+    """The second line of an editor's document, which the answer replaces."""
+
+    def __init__(self, editor):
+        self.editor = editor
+        self.close = editor.close
+
+    def select(self):
+        self.editor.select("Control_L Home", "Down", "Shift_L End")
+
+    def holds(self, answer):
+        return self.editor.text().rstrip("\n") == (FIRST + answer + LAST).rstrip("\n")
+
+
+class Word:
+    """A word in a terminal; the answer comes to the program in it, and nothing else does."""
+
+    def __init__(self, terminal):
+        self.terminal = terminal
+        self.close = terminal.close
+        self.before = ""
+
+    def select(self):
+        self.before = self.terminal.received()
+        self.terminal.select_word()
+
+    def holds(self, answer):
+        return self.terminal.received() == self.before + answer
+
+
 class Timing(EnduranceTest):
     """Key press → paste key, of the product and of a script with the same fixed waits."""
 
     @classmethod
     def setUpClass(cls):
-        matrix.require("xdotool", "xinput", "curl", "chromium", "firefox-esr", "libreoffice-writer", "libreoffice-gtk3")
+        matrix.require("xdotool", "xinput", "curl", "chromium", "firefox-esr", "libreoffice-writer", "libreoffice-gtk3",
+                       "kate", "qterminal", "xfce4-terminal")
         super().setUpClass()
         cls.table = matrix.Table("timing", ["Ours (median / p95 / most)", "Wrong, ours", "The script", "Wrong, the script’s"])
         cls.keys = PasteKeys()
@@ -125,12 +156,12 @@ class Timing(EnduranceTest):
         environment = {**os.environ, "QUILLMARSH_BACK_END": self.back_end.origin}
         return subprocess.Popen([str(SCRIPT)], env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
-    def one(self, editor, begin, answer):
+    def one(self, document, begin, answer):
         """Milliseconds to the paste key, and whether the text is right afterwards."""
         self.back_end.requests.clear()
         # Without a blank in it, as the script reads it with sed.
         self.back_end.answer = lambda text: (200, f'{{"text":"{answer}"}}'.encode())
-        editor.select("Control_L Home", "Down", "Shift_L End")
+        document.select()
         began = time.monotonic()
         started = begin()
         try:
@@ -141,13 +172,13 @@ class Timing(EnduranceTest):
         time.sleep(0.3)
         if started:
             started.wait(5)
-        return milliseconds, editor.text().rstrip("\n") == (FIRST + answer + LAST).rstrip("\n")
+        return milliseconds, document.holds(answer)
 
-    def series(self, open_editor, begin):
+    def series(self, open_document, begin):
         times, wrong = [], 0
-        with contextlib.closing(open_editor(FIRST + "some text" + LAST)) as editor:
+        with contextlib.closing(open_document()) as document:
             for number in range(RUNS):
-                milliseconds, right = self.one(editor, begin, f"answer {number}")
+                milliseconds, right = self.one(document, begin, f"answer {number}")
                 wrong += not right
                 if milliseconds:
                     times.append(milliseconds)
@@ -157,16 +188,26 @@ class Timing(EnduranceTest):
         return f"{statistics.median(times):.0f} / {p95:.0f} / {max(times):.0f} ms", wrong
 
     def check(self, name, open_editor):
-        theirs, theirs_wrong = self.series(open_editor, self.run_script)
-        ours, wrong = self.series(open_editor, lambda: self.keyboard.chord(SHORTCUT))
+        self.check_document(name, lambda: Line(open_editor(FIRST + "some text" + LAST)))
+
+    def check_document(self, name, open_document):
+        theirs, theirs_wrong = self.series(open_document, self.run_script)
+        ours, wrong = self.series(open_document, lambda: self.keyboard.chord(SHORTCUT))
         for column, value in zip(self.table.columns, (ours, wrong, theirs, theirs_wrong)):
             self.table.record(name, column, str(value))
         self.assertEqual(wrong, 0)
 
     def test_editors(self):
-        for name in ("FeatherPad (Qt 5)", "GTK 4 text view", "mousepad (GTK 3)", "Qt 6 text field", "Qt Quick text area"):
+        for name in ("FeatherPad (Qt 5)", "GTK 4 text view", "Kate", "mousepad (GTK 3)", "Qt 6 text field",
+                     "Qt Quick text area"):
             with self.subTest(name):
                 self.check(name, self.opener(name))
+
+    def test_terminals(self):
+        for name, command in (("QTerminal (Qt)", ["qterminal", "-e"]),
+                              ("Xfce Terminal (VTE)", ["xfce4-terminal", "--disable-server", "-x"])):
+            with self.subTest(name):
+                self.check_document(name, lambda command=command: Word(matrix.Recorder(command, self.keyboard)))
 
     def check_browser(self, name, open_browser):
         with contextlib.closing(open_browser(self.keyboard)) as browser:
