@@ -12,8 +12,6 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include <algorithm>
-
 using namespace quillmarsh;
 using test::MenuBarFixture;
 
@@ -52,8 +50,9 @@ private:
     /// Without the release: the window may be gone by then.
     void press(Qt::Key key) { QTest::keyPress(view_->window(), key); }
     [[nodiscard]] QString focused() const;
-    /// Whether the menu shows a line or a badge with this text.
-    [[nodiscard]] bool shows(const QString& text) const;
+    /// The texts that the menu shows; of its badge alone, when asked.
+    enum class Part { All, Badge };
+    [[nodiscard]] QStringList texts(Part part = Part::All) const;
     [[nodiscard]] static int expectedHeight(const QQuickView& window)
     {
         const int room = window.screen()->availableGeometry().height() - 16;
@@ -110,12 +109,15 @@ QString tst_MenuBarView::focused() const
     return item ? item->property("text").toString() : QString();
 }
 
-bool tst_MenuBarView::shows(const QString& text) const
+QStringList tst_MenuBarView::texts(Part part) const
 {
-    const auto items = view_->window()->rootObject()->findChildren<QQuickItem*>();
-    return std::ranges::any_of(items, [&text](const QQuickItem* item) {
-        return item->isVisible() && item->property("text").toString() == text;
-    });
+    QStringList texts;
+    for (const QQuickItem* item : view_->window()->rootObject()->findChildren<QQuickItem*>()) {
+        const bool isBadge = item->property("positive").isValid();
+        if (item->isVisible() && (part == Part::All || isBadge))
+            texts.append(item->property("text").toString());
+    }
+    return texts;
 }
 
 void tst_MenuBarView::frames_data()
@@ -206,16 +208,18 @@ void tst_MenuBarView::theNoticesComeFirstAndLeadToTheirWindows()
 
 void tst_MenuBarView::theConnectionIsABadgeOrANotice()
 {
-    const auto badge = QStringLiteral("ChatGPT connected");
     const auto notice = QStringLiteral("Connect ChatGPT in Settings");
     QVERIFY(open());
-    QVERIFY(shows(QStringLiteral("A little better, in a shortcut.")));
-    QVERIFY(shows(QStringLiteral("Quillmarsh Cloud")));
+    QVERIFY(texts().contains(QStringLiteral("A little better, in a shortcut.")));
+    QCOMPARE(texts(Part::Badge), QStringList("Quillmarsh Cloud"));
     fixture_->rewrites.settings.select(AIConnectionChoice::chatgpt);
-    QVERIFY(shows(notice) && !shows(badge) && !shows(QStringLiteral("Quillmarsh Cloud")));
+    QVERIFY(texts().contains(notice));
+    QCOMPARE(texts(Part::Badge), QStringList());
     fixture_->isChatGPTConnected = true;
     emit fixture_->model->connectionChanged();
-    QVERIFY(shows(badge) && !shows(notice));
+    QCOMPARE(texts(Part::Badge), QStringList("ChatGPT connected"));
+    QTest::keyClick(view_->window(), Qt::Key_Down);
+    QCOMPARE(focused(), QStringLiteral("Autocorrect")); // no notice before it
 }
 
 void tst_MenuBarView::theShortcutOpensTheSettings_data()
