@@ -59,6 +59,23 @@ private slots:
         QCOMPARE(keyboard.character(static_cast<quint16>(keyCode)).value_or(QString()), character);
     }
 
+    void everyCharacterKeyOfAnAmericanKeyboard()
+    {
+        PhysicalKeyboard::setLayout({QStringLiteral("us")});
+        const XKeyboardLayout keyboard(XConnection::open());
+        // By key code; "_" for the keys that have none, or are not on such a keyboard.
+        const QString main = QStringLiteral("asdfhgzxcv_bqweryt123465=97-80]ou[ip_lj'k;\\,/nm._ `");
+        for (quint16 code = 0; code < main.size(); ++code) {
+            if (main[code] != u'_')
+                QCOMPARE(keyboard.character(code), std::optional(main.mid(code, 1)));
+        }
+        const QMap<quint16, QString> keypad{{65, "."}, {67, "*"}, {69, "+"}, {75, "/"}, {78, "-"}, {81, "="},
+                                            {82, "0"}, {83, "1"}, {84, "2"}, {85, "3"}, {86, "4"}, {87, "5"},
+                                            {88, "6"}, {89, "7"}, {91, "8"}, {92, "9"}};
+        for (const quint16 code : keypad.keys())
+            QCOMPARE(keyboard.character(code), std::optional(keypad[code]));
+    }
+
     void theActiveGroupCounts()
     {
         PhysicalKeyboard::setLayout({QStringLiteral("us,ru")});
@@ -102,6 +119,15 @@ private slots:
     {
         const XKeyboardLayout keyboard(XConnection::open());
         QCOMPARE(keyboard.keyCode(27), VirtualKey::r);
+        const QMap<quint32, quint16> named{
+            {36, 36},   {23, 48},   {65, 49},   {22, 51},   {9, 53},    // Return, Tab, Space, Delete, Esc
+            {67, 122},  {68, 120},  {69, 99},   {70, 118},  {71, 96},   // F1 to F5
+            {72, 97},   {73, 98},   {74, 100},  {75, 101},  {76, 109},  // F6 to F10
+            {95, 103},  {96, 111},  {191, 105}, {192, 107}, {193, 113}, // F11 to F15
+            {119, 117}, {113, 123}, {114, 124}, {116, 125}, {111, 126}, // Fwd Del, arrows
+        };
+        for (const quint32 scanCode : named.keys())
+            QCOMPARE(keyboard.keyCode(scanCode), named[scanCode]);
         QVERIFY(!keyboard.keyCode(255));
     }
 
