@@ -55,17 +55,11 @@ private slots:
             "Expand the text with more detail and explanation while keeping the same meaning and tone."};
         const QString rules = " Never ask questions, always answer with the rewritten text. Never change the "
                               "original language of the selected text.";
-        QStringList instructions;
-        QSet<QUuid> ids;
-        for (int round = 0; round < 2; ++round) {
-            instructions.clear();
-            for (const InstructionShortcut& action : InstructionShortcut::defaultShortcuts()) {
-                instructions << QString(action.instruction).replace(rules, QString("|"));
-                ids << action.id;
-            }
-        }
-        QCOMPARE(instructions.join(u'\n'), tasks.join(QStringLiteral("|\n")) + u'|');
-        QCOMPARE(ids.size(), 10);
+        const std::vector<InstructionShortcut> list = InstructionShortcut::defaultShortcuts();
+        QCOMPARE(std::ssize(list), tasks.size());
+        for (qsizetype row = 0; row < tasks.size(); ++row)
+            QCOMPARE(list.at(size_t(row)).instruction, tasks.at(row) + rules);
+        QVERIFY(list.front().id != InstructionShortcut::defaultShortcuts().front().id);
     }
 
     void theStoredForm()
