@@ -45,7 +45,12 @@ struct Stage
         const QQuickView* window = settingsWindow();
         if (!window || !window->rootObject())
             return std::nullopt;
-        return window->rootObject()->property("models").value<SettingsViewModels*>()->sections()->section();
+        return models(*window)->sections()->section();
+    }
+
+    [[nodiscard]] static SettingsViewModels* models(const QQuickView& window)
+    {
+        return window.rootObject()->property("models").value<SettingsViewModels*>();
     }
 
     QTemporaryDir folder;
@@ -68,6 +73,7 @@ private slots:
     void aFailuresButtonOpensItsSection_data();
     void aFailuresButtonOpensItsSection();
     void aFailuresButtonTurnsAnOpenWindowToItsSection();
+    void theDemoTakesControlRWhileItHasTheKeyboard();
 };
 
 void tst_Windows::theServicesStartOnce()
@@ -141,6 +147,31 @@ void tst_Windows::aFailuresButtonTurnsAnOpenWindowToItsSection()
     QCOMPARE(Stage::settingsWindow(), window);
     QTRY_VERIFY(window->isActive());
     QCOMPARE(Stage::shownSection(), SettingsSection::connections);
+}
+
+void tst_Windows::theDemoTakesControlRWhileItHasTheKeyboard()
+{
+    Stage stage;
+    constexpr KeyCombination controlR{VirtualKey::r, ModifierFlags::control};
+    stage.services.appSettings->setInstructionShortcuts(
+        {{QUuid::createUuid(), "Mine", "x", "plus", controlR.keyCode, controlR.modifiers}});
+    stage.services.startIfNeeded();
+    const auto isTaken = [&stage] { return !stage.fakes.eventTaps->taps.back()->interest.empty(); };
+    QVERIFY(isTaken());
+    Windows windows(stage.services);
+    windows.openSettings();
+    QVERIFY(QTest::qWaitForWindowActive(Stage::settingsWindow()));
+    Stage::models(*Stage::settingsWindow())->sections()->select(SettingsSection::guide);
+    QQuickItem* demo = nullptr;
+    QTRY_VERIFY((demo = Stage::settingsWindow()->rootObject()->findChild<QQuickItem*>("demoText")));
+    demo->forceActiveFocus();
+    QTRY_VERIFY(!isTaken());
+
+    QQuickView other;
+    other.show();
+    other.requestActivate();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    QTRY_VERIFY(isTaken());
 }
 
 QTEST_MAIN(tst_Windows)
