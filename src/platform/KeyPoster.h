@@ -15,6 +15,8 @@ class KeyPoster
 public:
     virtual ~KeyPoster() = default;
 
+    /// Announces a post some ten milliseconds ahead, so that its keys go out quickly. Presses nothing.
+    virtual void prepare() = 0;
     /// Presses and releases one virtual key with exactly `flags` (ModifierFlags), whatever modifiers the user
     /// still holds, and leaves no key down. The pairs (VirtualKey::c, command) and (VirtualKey::v, command)
     /// stand for the gestures Copy and Paste and become what the front application understands by them.

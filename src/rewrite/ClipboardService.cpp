@@ -58,6 +58,11 @@ Task<qint64> ClipboardService::changeCount() const
     return pasteboard_->changeCount();
 }
 
+void ClipboardService::preparePaste() const
+{
+    keys_->prepare();
+}
+
 Task<bool> ClipboardService::paste() const
 {
     const auto posted = co_await keys_->post(VirtualKey::v, ModifierFlags::command);

@@ -27,6 +27,8 @@ public:
     /// Whether the clipboard still holds `text`, last placed at `changeCount`.
     Task<bool> holds(QString text, qint64 changeCount) const;
     Task<qint64> changeCount() const;
+    /// Announces a paste, some ten milliseconds ahead.
+    void preparePaste() const;
     /// Makes the front application paste; false when nothing was posted.
     Task<bool> paste() const;
 

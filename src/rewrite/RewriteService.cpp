@@ -24,6 +24,16 @@ QString nameOf(const std::optional<RunningApplication>& application)
     return named ? application->localizedName : QStringLiteral("Done");
 }
 
+Task<> waitBeforePaste(ClipboardService clipboard)
+{
+    Task<> waiting = sleepFor(pasteWait);
+    co_await sleepFor(pasteWait / 2);
+    // Programs read the keyboard anew because of it, most at once and some, as this one, after 50 ms or more:
+    // from half-way, neither meets the paste.
+    clipboard.preparePaste();
+    co_await waiting;
+}
+
 /// Puts `text` on the clipboard and gives the target its time to notice. True when the clipboard still holds
 /// the text afterwards: what is pasted is ours, or nothing is pasted.
 Task<bool> holdClipboard(ClipboardService clipboard, QString text)
@@ -33,7 +43,7 @@ Task<bool> holdClipboard(ClipboardService clipboard, QString text)
         if (!placed)
             co_return false;
         Task<qint64> counting = clipboard.changeCount(); // beside the wait, not before it
-        co_await sleepFor(pasteWait);
+        co_await waitBeforePaste(clipboard);
         const qint64 placedAt = co_await counting;
         const bool held = co_await clipboard.holds(text, placedAt);
         if (held)

@@ -280,6 +280,27 @@ private slots:
         keyboard.setOwnLayout(QStringLiteral("us"), QString());
     }
 
+    void anAnnouncedGestureFindsItsMapInForce()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        keyboard.setOwnLayout(QStringLiteral("us"), QStringLiteral("dvorak"));
+        const auto symbol = [&] { return XKeySymbols::fetch(target.connection().get()).symbol(31, 0); };
+        QVERIFY(copy());
+        keyboard.tap(Key::shiftL);
+        QCOMPARE(symbol(), xcb_keysym_t{XKB_KEY_c});
+        target.catchUp();
+        target.presses.clear();
+        target.releases.clear();
+        poster_.prepare();
+        QTRY_COMPARE(symbol(), xcb_keysym_t{XKB_KEY_i});
+        target.catchUp();
+        QVERIFY(target.presses.empty() && target.releases.empty());
+        QVERIFY(paste()); // it was not taken for the user's typing
+        QVERIFY(gotOnly(target, XKB_KEY_v, XCB_MOD_MASK_CONTROL));
+        keyboard.setOwnLayout(QStringLiteral("us"), QString());
+    }
+
     void theUserTypesThroughEverything()
     {
         // On the real keyboard, in a thread of its own: letters, and Shift and Control, held as fast hands
@@ -459,7 +480,7 @@ private slots:
         QVERIFY(runTask(poster_.post(VirtualKey::r, ModifierFlags::command | ModifierFlags::shift)));
         QVERIFY(gotOnly(target, XKB_KEY_r, XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT));
         target.presses.clear();
-        QVERIFY(runTask(poster_.post(VirtualKey::returnKey, 0)));
+        QVERIFY(runTask(poster_.post(36, 0))); // Return
         QVERIFY(gotOnly(target, XKB_KEY_Return, 0));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("lacks the key 200")));
         QVERIFY(!runTask(poster_.post(200, 0)));

@@ -261,6 +261,7 @@ private slots:
         };
         rewrite();
         QVERIFY2(waited >= 50, qPrintable(QString::number(waited)));
+        QCOMPARE(fixture_->platform.keyPoster->announcements, 1);
     }
 
     void theApplicationChangesWhileTheTargetNotices()

@@ -71,11 +71,13 @@ class FakeKeyPoster final : public KeyPoster
 {
 public:
     std::vector<KeyCombination> posts;
+    int announcements = 0; ///< calls of prepare()
     bool result = true;
     std::chrono::milliseconds delay{0};                ///< how long a post takes
     std::chrono::milliseconds hearing{0};              ///< and how long until one hears that it is done
     std::function<void(const KeyCombination&)> onPost; ///< what the application does with it
 
+    void prepare() override { ++announcements; }
     Task<std::optional<std::chrono::steady_clock::time_point>> post(quint16 keyCode, quint64 flags) override;
 };
 

@@ -89,6 +89,15 @@ KeyInjector::KeyInjector(XConnection& connection, HotKeyGrabs& hotKeys, Selectio
         xcb_test_grab_control(connection_.get(), 1);
 }
 
+void KeyInjector::prepare() const
+{
+    // The first XTEST event after the user's own keys brings the map of the XTEST keyboard into force, which
+    // many programs then read at once, with the server busy for them. This one is the release of a key that
+    // no keyboard has: whoever watches devices sees it, and no application gets it.
+    fake(XCB_KEY_RELEASE, xcb_get_setup(connection_.get())->min_keycode);
+    xcb_flush(connection_.get());
+}
+
 std::optional<KeyInjector::Time> KeyInjector::post(quint16 keyCode, quint64 flags)
 {
     if (const auto gesture = gestureOf(keyCode, flags & ModifierFlags::shortcutMask))

@@ -23,7 +23,8 @@ public:
     KeyInjector(XConnection& connection, HotKeyGrabs& hotKeys, SelectionOwner& owner,
                 SelectionCounter& counter);
 
-    /// See KeyPoster::post.
+    /// See KeyPoster.
+    void prepare() const;
     [[nodiscard]] std::optional<Time> post(quint16 keyCode, quint64 flags);
 
 private:

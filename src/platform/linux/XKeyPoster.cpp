@@ -8,6 +8,12 @@ namespace quillmarsh {
 
 using Time = std::chrono::steady_clock::time_point;
 
+void XKeyPoster::prepare()
+{
+    if (worker_ && worker_->isCapable())
+        worker_->post([](XWorker::Parts& parts) { parts.injector->prepare(); });
+}
+
 Task<std::optional<Time>> XKeyPoster::post(quint16 keyCode, quint64 flags)
 {
     if (!worker_ || !worker_->isCapable()) {

@@ -14,6 +14,7 @@ class XKeyPoster final : public KeyPoster
 public:
     explicit XKeyPoster(std::shared_ptr<XWorker> worker) : worker_(std::move(worker)) {}
 
+    void prepare() override;
     Task<std::optional<std::chrono::steady_clock::time_point>> post(quint16 keyCode, quint64 flags) override;
 
 private:
