@@ -176,9 +176,9 @@ void MenuBarModel::captureTarget()
 
 void MenuBarModel::submit()
 {
-    const QString instruction = customInstruction_.trimmed();
-    if (instruction.isEmpty())
+    if (!canSubmit())
         return;
+    const QString instruction = customInstruction_.trimmed();
     hideCustomField();
     close();
     if (const auto target = std::exchange(target_, {}))

@@ -27,6 +27,7 @@ class MenuBarModel final : public QObject
     Q_PROPERTY(bool showsCustomField READ showsCustomField NOTIFY showsCustomFieldChanged)
     Q_PROPERTY(QString customInstruction READ customInstruction WRITE setCustomInstruction NOTIFY
                    customInstructionChanged)
+    Q_PROPERTY(bool canSubmit READ canSubmit NOTIFY customInstructionChanged)
     Q_PROPERTY(bool updatesItself READ updatesItself CONSTANT)
     Q_PROPERTY(bool canCheckForUpdates READ canCheckForUpdates NOTIFY updateChanged)
 
@@ -49,6 +50,8 @@ public:
     [[nodiscard]] bool showsCustomField() const { return showsCustomField_; }
     [[nodiscard]] const QString& customInstruction() const { return customInstruction_; }
     void setCustomInstruction(const QString& text);
+    /// False for a blank instruction.
+    [[nodiscard]] bool canSubmit() const { return !customInstruction_.trimmed().isEmpty(); }
     /// False where a package manager keeps the application up to date.
     [[nodiscard]] bool updatesItself() const;
     [[nodiscard]] bool canCheckForUpdates() const;

@@ -181,7 +181,7 @@ FocusScope {
                 anchors { right: parent.right; rightMargin: 4; verticalCenter: parent.verticalCenter }
                 text: "Rewrite"
                 icon: "arrow.up"
-                enabled: root.menu.customInstruction.trim() !== ""
+                enabled: root.menu.canSubmit
                 onClicked: root.menu.submit()
             }
         }

@@ -251,6 +251,7 @@ void tst_MenuBarModel::aBlankInstructionStaysOpen()
     QSignalSpy closes(&menu(), &MenuBarModel::closeRequested);
     menu().openCustomField();
     menu().setCustomInstruction(text);
+    QVERIFY(!menu().canSubmit());
     menu().submit();
     QVERIFY(menu().showsCustomField());
     QCOMPARE(menu().customInstruction(), text);
@@ -266,6 +267,7 @@ void tst_MenuBarModel::anInstructionIsTrimmedAndRun()
     QSignalSpy closes(&menu(), &MenuBarModel::closeRequested);
     menu().openCustomField();
     menu().setCustomInstruction(QStringLiteral(" \n Make it a haiku. \t"));
+    QVERIFY(menu().canSubmit());
     menu().submit();
     QCOMPARE(closes.count(), 1);
     QVERIFY(!menu().showsCustomField());
