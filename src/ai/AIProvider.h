@@ -37,6 +37,7 @@ inline constexpr std::array allAIConnectionChoices{AIConnectionChoice::chatgpt, 
 
 [[nodiscard]] QString rawValue(AIConnectionChoice choice);
 [[nodiscard]] std::optional<AIConnectionChoice> aiConnectionChoiceFrom(const QString& rawValue);
+/// The choice that these settings amount to; only `openai` looks at the mode.
 [[nodiscard]] AIConnectionChoice currentChoice(AIProvider provider, OpenAIAuthMode mode);
 
 struct AIConnection

@@ -19,6 +19,7 @@ class InstallationToken final
 public:
     explicit InstallationToken(SecItems& items) : items_(&items) {}
 
+    /// Never fails. The first call may wait for the user, whom the secret store asks to unlock it.
     Task<QString> value();
 
 private:

@@ -8,7 +8,8 @@ class QSocketNotifier;
 
 namespace quillmarsh {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into an orderly end: clipboard handed over, keys given back.
+/// Turns SIGTERM, SIGINT and SIGHUP into an orderly end: clipboard handed over, keys given back. Without a
+/// pipe to wake the event loop with, they end the process at once, as they do by themselves.
 class QuitSignals final : public QObject
 {
     Q_OBJECT

@@ -24,6 +24,7 @@ public:
     [[nodiscard]] static QString standardPath();
 
     [[nodiscard]] bool contains(const QString& key) const { return settings_->contains(key); }
+    /// None when the value is missing or no text; data() likewise.
     [[nodiscard]] std::optional<QString> string(const QString& key) const;
     [[nodiscard]] std::optional<QByteArray> data(const QString& key) const;
     /// 0 when the value is missing or not a number.
