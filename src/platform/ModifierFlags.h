@@ -19,7 +19,6 @@ namespace VirtualKey {
 inline constexpr quint16 c = 8;
 inline constexpr quint16 v = 9;
 inline constexpr quint16 r = 15;
-inline constexpr quint16 returnKey = 36;
 inline constexpr quint16 escape = 53;
 } // namespace VirtualKey
 
