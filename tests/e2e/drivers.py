@@ -114,9 +114,12 @@ class Field:
     def settle(self):
         time.sleep(0.3)  # a browser never rests
 
+    def read(self):
+        return self.pages.text
+
     def text(self):
         # A contenteditable may or may not count the break after its last line.
-        return self.pages.text.rstrip("\n") + "\n"
+        return self.read().rstrip("\n") + "\n"
 
     def close(self):
         pass

@@ -18,6 +18,7 @@ FIRST, LAST = "first line\n", "\nlast line\n"
 MIDDLE = "söme text 👍🏽 with 𝒳\n\tשלום עולם\ttab مرحبا end"
 DOCUMENT = FIRST + MIDDLE + LAST
 MINE = "what the user had on the clipboard"
+SECRET = "hunter2 secret"
 WORD = "selectableeverywhere"
 WORDS = (" ".join([WORD] * 5) + "\n") * 24  # under the pointer wherever a text begins
 
@@ -185,6 +186,15 @@ class MatrixTest(harness.RunningProduct):
             self.assertEqual(harness.clipboard(), clipboard)
             self.expect_text(editor, DOCUMENT)
 
+    def check_password(self, name, field, password):
+        with self.case(name, PASSWORD):
+            set_clipboard(MINE)
+            field.select("Control_L a")
+            self.rewrite_nothing()
+            self.assertEqual(harness.clipboard(), MINE)
+            field.select("End", "x")  # it was that field, and all it holds is still there
+            wait_for(field.read, password + "x")
+
     def check_unselected_line(self, name, open_editor):
         """The editor copies the line of the cursor when nothing is selected."""
         line = MIDDLE.splitlines(keepends=True)[0]
@@ -222,7 +232,8 @@ class MatrixTest(harness.RunningProduct):
     def check_editor(self, name, open_editor, check_nothing=None, **options):
         """The cases every editor has to pass, each in a fresh one."""
         check_nothing = check_nothing or self.check_nothing
-        checks = [(self.check_replaced, options), (self.check_mouse, {}), (self.check_line_break, {}), (check_nothing, {})]
+        checks = [(self.check_replaced, options), (self.check_mouse, {}), (self.check_line_break, {}),
+                  (check_nothing, {})]
         for check, arguments in checks:
             with self.subTest(check.__name__):
                 self.setUp()
@@ -235,9 +246,12 @@ EDITORS = {
     "Emacs": (["emacs", "-Q", "{file}"], "{name}", ("Control_L x", "Control_L s")),
     "FeatherPad (Qt 5)": (["featherpad", "--standalone", "{file}"], "{name}", SAVE),
     "GTK 4 text view": ([sys.executable, str(APPLICATIONS / "gtk4-text.py"), "{file}"], "GTK 4 text", ()),
+    "GTK 4 password entry": ([sys.executable, str(APPLICATIONS / "gtk4-text.py"), "{file}", "password"], "GTK 4 text",
+                             ()),
     "gvim": (["gvim", "-f", "-u", "NONE", "{file}"], "{name}", ("Shift_L colon", "w", "Return")),
     "Kate": (["kate", "--new", "{file}"], "{name}", SAVE),
     "mousepad (GTK 3)": (["mousepad", "--disable-server", "{file}"], "{name}", SAVE),
+    "Qt 6 password field": ([str(harness.BUILD / "bin" / "text-field"), "{file}", "--password"], "Text field", ()),
     "Qt 6 text field": ([str(harness.BUILD / "bin" / "text-field"), "{file}"], "Text field", ()),
     "Qt Quick text area": ([str(harness.BUILD / "bin" / "quick-text"), "{file}"], "Qt Quick text", ()),
     "Tk text": ([sys.executable, str(APPLICATIONS / "tk-text.py"), "{file}"], "Tk text", ()),

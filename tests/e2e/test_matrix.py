@@ -40,6 +40,12 @@ class Editors(matrix.MatrixTest):
     def test_gtk_4(self):
         self.check("GTK 4 text view")
 
+    def test_passwords(self):
+        for name in ("GTK 4 password entry", "Qt 6 password field"):
+            with self.subTest(name), contextlib.closing(self.opener(name)(matrix.SECRET)) as field:
+                self.setUp()
+                self.check_password(name, field, matrix.SECRET)
+
     def test_tk(self):
         """Its text widget pastes beside the selection."""
         name = "Tk text"

@@ -1,8 +1,10 @@
-// A plain Qt 6 text field for the end-to-end tests: text-field TEXTFILE [KEYLOG]. It starts with the file's
-// text, writes the file anew at every change, and appends each key press it receives to the key log.
+// A plain Qt 6 text field for the end-to-end tests: text-field TEXTFILE [KEYLOG | --password]. It starts with
+// the file's text, writes the file anew at every change, and appends each key press it receives to the key
+// log.
 #include <QApplication>
 #include <QFile>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 
 #include <functional>
@@ -35,24 +37,44 @@ private:
     QString path_;
 };
 
+int show(QWidget& field)
+{
+    field.setWindowTitle(QStringLiteral("Text field"));
+    field.resize(640, 360);
+    field.show();
+    return QApplication::exec();
+}
+
+int showPassword(const QString& path, const QString& text)
+{
+    QLineEdit field(text);
+    field.setEchoMode(QLineEdit::Password);
+    QObject::connect(&field, &QLineEdit::textChanged, &field,
+                     [&path](const QString& now) { write(path, now.toUtf8(), QIODevice::Truncate); });
+    return show(field);
+}
+
+int showEditor(const QString& path, const QString& text, const QString& keyLog)
+{
+    QPlainTextEdit editor(text);
+    QObject::connect(&editor, &QPlainTextEdit::textChanged, &editor,
+                     [&] { write(path, editor.toPlainText().toUtf8(), QIODevice::Truncate); });
+    KeyLog log(keyLog);
+    if (!keyLog.isEmpty())
+        editor.installEventFilter(&log);
+    return show(editor);
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
-    const QStringList arguments = QApplication::arguments();
-    QPlainTextEdit editor;
-    QFile file(arguments.value(1));
-    if (file.open(QIODevice::ReadOnly))
-        editor.setPlainText(QString::fromUtf8(file.readAll()));
+    const QString path = QApplication::arguments().value(1), option = QApplication::arguments().value(2);
+    QFile file(path);
+    const QString text = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
     file.close();
-    QObject::connect(&editor, &QPlainTextEdit::textChanged, &editor,
-                     [&] { write(file.fileName(), editor.toPlainText().toUtf8(), QIODevice::Truncate); });
-    KeyLog log(arguments.value(2));
-    if (arguments.size() > 2)
-        editor.installEventFilter(&log);
-    editor.setWindowTitle(QStringLiteral("Text field"));
-    editor.resize(640, 360);
-    editor.show();
-    return QApplication::exec();
+    if (option == QLatin1String("--password"))
+        return showPassword(path, text);
+    return showEditor(path, text, option);
 }
