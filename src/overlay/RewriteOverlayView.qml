@@ -116,11 +116,12 @@ Item {
         }
     }
 
-    // The outcome comes in while the surface settles into its size.
+    // The outcome comes in while the surface settles into its size, not before there is room for it: what sticks out
+    // would be cut straight at the surface's round ends.
     component OutcomeFade: SequentialAnimation {
-        PauseAnimation { duration: 50 }
+        PauseAnimation { duration: 110 }
         NumberAnimation {
-            duration: 130
+            duration: 70
             easing.type: Easing.BezierSpline
             easing.bezierCurve: [0.23, 1, 0.32, 1, 1, 1]
         }

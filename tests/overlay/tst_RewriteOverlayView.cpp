@@ -480,6 +480,26 @@ private slots:
         QCOMPARE(stage.control(cancel)->opacity(), 1.0);
     }
 
+    void anOutcomeIsSeenOnlyWhereTheSurfaceHasRoom()
+    {
+        Stage stage;
+        stage.show();
+        stage().finish(QStringLiteral("Text rewritten"), {}, false);
+        const qreal whole = stage().state().windowSize().width();
+        const auto layouts = stage.window().rootObject()->findChildren<QQuickItem*>();
+        const auto pill = std::ranges::find_if(layouts, [](const QQuickItem* item) {
+            return item->property("help") == QStringLiteral("Dismiss confirmation");
+        });
+        QVERIFY(pill != layouts.end());
+        qreal cut = 0;
+        connect(&stage.window(), &QQuickWindow::afterAnimating, &stage.window(), [&] {
+            if ((*pill)->opacity() > 0)
+                cut = std::max(cut, (whole - stage.window().width()) / 2);
+        });
+        QTRY_COMPARE((*pill)->opacity(), 1.0);
+        QVERIFY2(cut <= 11, qPrintable(QString::number(cut))); // what lies beside the badge
+    }
+
     void reducedMotionChangesThePhaseAtOnce()
     {
         Stage stage;
