@@ -13,6 +13,9 @@ namespace quillmarsh {
 namespace {
 
 constexpr std::chrono::seconds preconnectTimeout{30};
+/// In bytes; more than any answer that is collected. Nothing is read beyond it, so that a server that never
+/// stops runs into the timeout.
+constexpr qint64 longestAnswer = 16 * 1024 * 1024;
 
 QString sentence(QNetworkReply::NetworkError code)
 {
@@ -139,6 +142,7 @@ Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetw
 {
     throwIfStopped(stop);
     const ReplyHandle reply(startRequest(*session, method, request, body));
+    reply->setReadBufferSize(longestAnswer);
     const std::stop_callback abortOnStop(stop, [guard = QPointer(reply.get())] {
         QMetaObject::invokeMethod(guard, &QNetworkReply::abort, Qt::QueuedConnection);
     });

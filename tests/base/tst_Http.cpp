@@ -1,0 +1,50 @@
+#include "base/Http.h"
+#include "support/CoroutineTest.h"
+#include "support/HttpTestServer.h"
+
+#include <QNetworkAccessManager>
+#include <QTest>
+
+using namespace quillmarsh;
+using namespace quillmarsh::test;
+using namespace std::chrono_literals;
+
+class tst_Http final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void anAnswerWithoutEndIsNotCollected()
+    {
+        HttpTestServer server;
+        qint64 sent = 0;
+        server.setResponder([&sent](const RecordedRequest&, QTcpSocket& socket) {
+            const QByteArray piece(64 * 1024, 'x');
+            const auto more = [&sent, &socket, piece] {
+                sent += socket.bytesToWrite() == 0 ? socket.write(piece) : 0;
+            };
+            QObject::connect(&socket, &QTcpSocket::bytesWritten, &socket, more);
+            socket.write("HTTP/1.1 200 OK\r\n\r\n");
+        });
+        QNetworkAccessManager session;
+        const QNetworkRequest request = makeRequest(QUrl(server.origin()), 500ms);
+        QVERIFY_EXCEPTION_THROWN(std::ignore = runTask(send(&session, "GET", request, {}, {})),
+                                 TransportError);
+        QVERIFY(sent > 1024 * 1024);
+        QVERIFY2(sent < 64 * 1024 * 1024, QByteArray::number(sent));
+    }
+
+    void aLargeAnswerIsCollected()
+    {
+        HttpTestServer server;
+        server.answer(200, QByteArray(4 * 1024 * 1024, 'x'));
+        QNetworkAccessManager session;
+        const QNetworkRequest request = makeRequest(QUrl(server.origin()), 5s);
+        const HttpResponse response = runTask(send(&session, "GET", request, {}, {}));
+        QCOMPARE(response.statusCode, 200);
+        QCOMPARE(response.body.size(), 4 * 1024 * 1024);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Http)
+#include "tst_Http.moc"
