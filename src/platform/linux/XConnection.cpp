@@ -29,6 +29,16 @@ const xcb_query_extension_reply_t* present(xcb_connection_t* connection, xcb_ext
     return data && data->present ? data : nullptr;
 }
 
+/// What waits to be sent goes out before there is nothing to take: sending also reads events, which the
+/// socket would stay silent about.
+xcb_generic_event_t* takeNext(xcb_connection_t* connection, xcb_generic_event_t* (*next)(xcb_connection_t*))
+{
+    if (auto* const event = next(connection))
+        return event;
+    xcb_flush(connection);
+    return xcb_poll_for_queued_event(connection);
+}
+
 } // namespace
 
 std::unique_ptr<XConnection> XConnection::open()
@@ -95,11 +105,10 @@ void XConnection::listen()
 
 void XConnection::dispatchAll(xcb_generic_event_t* (*next)(xcb_connection_t*))
 {
-    while (const XcbPtr<xcb_generic_event_t> event{next(connection_)}) {
+    while (const XcbPtr<xcb_generic_event_t> event{takeNext(connection_, next)}) {
         if (event->response_type != 0)
             emit received(*event);
     }
-    xcb_flush(connection_);
     if (!isAlive() && notifier_->isEnabled()) {
         notifier_->setEnabled(false);
         qCWarning(lcQuillmarsh, "The connection to the X server is lost");
