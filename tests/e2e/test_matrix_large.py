@@ -7,7 +7,7 @@ import unittest
 import drivers
 import harness
 import matrix
-from matrix import DOCUMENT, FIRST, LAST, MIDDLE, MOUSE, NOTHING, REPLACED, SECRET
+from matrix import DOCUMENT, FIRST, LAST, MIDDLE, NOTHING, REPLACED, SECRET
 
 
 class Browsers(matrix.MatrixTest):
@@ -48,7 +48,7 @@ class CodeEditors(matrix.MatrixTest):
         """Control-C would end its mode, and what he types next would be commands: no key is pressed in it."""
         name, outcome = "gvim", "“Select some text first”"
         with contextlib.closing(matrix.open_editor(name, DOCUMENT, self.keyboard)) as editor:
-            with self.case(name, REPLACED, MOUSE, outcome=outcome):
+            with self.case(name, REPLACED, outcome=outcome):
                 editor.select("Shift_L v")
                 self.rewrite_nothing()
                 editor.select("d")
