@@ -21,6 +21,7 @@ inline void verifyPasteboardContract(Pasteboard& pasteboard,
     const qint64 afterSet = runTask(pasteboard.changeCount());
     QVERIFY(afterSet > start);
     QCOMPARE(runTask(pasteboard.string()), ours);
+    QCOMPARE(runTask(pasteboard.string()), ours);
     QCOMPARE(runTask(pasteboard.changeCount()), afterSet); // nor does reading
     copyElsewhere(QStringLiteral("theirs"));
     const qint64 afterCopy = runTask(pasteboard.changeCount());

@@ -90,7 +90,7 @@ Task<std::optional<QString>> FakePasteboard::string()
     ++reads;
     if (readDelay.count() > 0)
         co_await sleepFor(readDelay);
-    co_return text;
+    co_return std::optional<QString>(text); // `text` itself would be moved from
 }
 
 Task<bool> FakePasteboard::setString(QString newText)
