@@ -36,7 +36,7 @@ Task<> waitBeforePaste(ClipboardService clipboard)
 
 /// Puts `text` on the clipboard and gives the target its time to notice. True when the clipboard still holds
 /// the text afterwards: what is pasted is ours, or nothing is pasted.
-Task<bool> holdClipboard(ClipboardService clipboard, QString text)
+Task<bool> holdClipboard(ClipboardService clipboard, QString text, std::stop_token stop)
 {
     for (int attempt = 0; attempt < placeAttempts; ++attempt) {
         const bool placed = co_await clipboard.place(text);
@@ -48,6 +48,8 @@ Task<bool> holdClipboard(ClipboardService clipboard, QString text)
         const bool held = co_await clipboard.holds(text, placedAt);
         if (held)
             co_return true;
+        if (stop.stop_requested())
+            co_return false; // who cancelled may have copied something since
         qCInfo(lcQuillmarsh, "Another program took the clipboard; the result is put there again");
     }
     co_return false;
@@ -231,7 +233,8 @@ Task<QString> RewriteService::requireResult(ProviderSelection provider, QString 
 Task<> RewriteService::pasteResult(std::optional<RunningApplication> target, QString result)
 {
     const QPointer self(this);
-    const bool held = co_await stage(self, holdClipboard(clipboardService_, result));
+    const std::stop_token stop = rewriteTask_.get_token();
+    const bool held = co_await stage(self, holdClipboard(clipboardService_, result, stop));
     if (!held)
         throw clipboardTaken();
     bool pasted = false;

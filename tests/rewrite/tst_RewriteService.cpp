@@ -248,6 +248,20 @@ private slots:
         QVERIFY(!fixture_->pasted());
     }
 
+    void whoComesBackAfterTheAnswerFindsItOnTheClipboard()
+    {
+        fixture_->script->reply = [this](const QString& text, std::stop_token stop) {
+            fixture_->platform.workspace->bringToFront(fixture_->browser);
+            return RewriteFixture::shout(text, stop);
+        };
+        fixture_->platform.pasteboard->onSet = [this] {
+            fixture_->platform.workspace->bringToFront(fixture_->editor);
+        };
+        rewrite();
+        expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
+        QVERIFY(!fixture_->pasted());
+    }
+
     void theTargetGetsItsTimeToNotice()
     {
         QElapsedTimer sinceSet;
@@ -465,6 +479,17 @@ private slots:
         whileTheTargetNotices([this] { fixture_->overlay->state().dismiss(); });
         rewrite();
         expectSilence();
+    }
+
+    void aCancelledRunLeavesTheClipboardToOthers()
+    {
+        whileTheTargetNotices([this] {
+            fixture_->overlay->state().dismiss();
+            fixture_->platform.pasteboard->copyFromElsewhere(QStringLiteral("theirs"));
+        });
+        rewrite();
+        expectSilence();
+        QCOMPARE(fixture_->platform.pasteboard->text, std::optional(QStringLiteral("theirs")));
     }
 
     void aCancelledFailureIsSilent()
