@@ -47,6 +47,14 @@ private:
         owner.catchUp();
     }
 
+    static void show(Panel& panel, XPanelWindow& panels)
+    {
+        panels.configure(panel);
+        panel.setGeometry(100, 100, 200, 80);
+        panels.orderFrontRegardless(panel);
+        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+    }
+
     void click(int16_t x, int16_t y) const
     {
         xcb_connection_t* const server = connection_->get();
@@ -70,10 +78,7 @@ private slots:
         const xcb_window_t focused = focus(target);
         XPanelWindow panels(connection_);
         Panel panel;
-        panels.configure(panel);
-        panel.setGeometry(100, 100, 200, 80);
-        panels.orderFrontRegardless(panel);
-        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        show(panel, panels);
         click(150, 130);
         target.catchUp();
         QTRY_COMPARE(panel.clicks, 1);
@@ -96,10 +101,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(&fullScreen));
         XPanelWindow panels(connection_);
         Panel panel;
-        panels.configure(panel);
-        panel.setGeometry(100, 100, 200, 80);
-        panels.orderFrontRegardless(panel);
-        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        show(panel, panels);
         click(150, 130);
         QTRY_COMPARE(panel.clicks, 1);
         QCOMPARE(fullScreen.clicks, 0);
