@@ -9,7 +9,8 @@
 
 namespace quillmarsh {
 
-SelectionCounter::SelectionCounter(XConnection& connection) : connection_(connection)
+SelectionCounter::SelectionCounter(XConnection& connection, qint64 count)
+    : connection_(connection), count_(count)
 {
     connect(&connection_, &XConnection::received, this, &SelectionCounter::handle);
     if (connection_.extensions().xfixesEvent == 0)

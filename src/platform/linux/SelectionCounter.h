@@ -16,7 +16,8 @@ class SelectionCounter final : public QObject
     Q_OBJECT
 
 public:
-    explicit SelectionCounter(XConnection& connection);
+    /// Goes on from `count`, so that a new connection is not taken for a copy.
+    SelectionCounter(XConnection& connection, qint64 count);
 
     /// Current as of this call.
     [[nodiscard]] qint64 count();
@@ -39,7 +40,7 @@ private:
     void watchPrimary(uint32_t changes);
 
     XConnection& connection_;
-    qint64 count_ = 0;
+    qint64 count_;
     xcb_timestamp_t lastClaim_ = XCB_CURRENT_TIME;
     uint32_t doubtful_ = XCB_NONE; ///< the X client that has to claim the primary selection too
     qint64 unproven_ = 0;          ///< claims so far that do not count yet

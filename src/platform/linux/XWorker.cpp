@@ -45,19 +45,20 @@ bool XWorker::connect()
     std::unique_ptr<XConnection> connection = XConnection::open();
     if (!connection)
         return false;
+    const qint64 clipboardCount = parts_->counter ? parts_->counter->count() : 0;
     dropParts();
     parts_->connection = std::move(connection);
-    makeParts();
+    makeParts(clipboardCount);
     return true;
 }
 
-void XWorker::makeParts()
+void XWorker::makeParts(qint64 clipboardCount)
 {
     XConnection& connection = *parts_->connection;
     const auto& offered = connection.extensions();
     capable_ = offered.xtest && offered.xkb && offered.xfixesEvent != 0 && offered.inputOpcode != 0;
     parts_->hotKeys = std::make_unique<HotKeyGrabs>(connection);
-    parts_->counter = std::make_unique<SelectionCounter>(connection);
+    parts_->counter = std::make_unique<SelectionCounter>(connection, clipboardCount);
     parts_->owner = std::make_unique<SelectionOwner>(connection);
     parts_->reader = std::make_unique<SelectionReader>(connection, *parts_->counter, *parts_->owner);
     parts_->injector =

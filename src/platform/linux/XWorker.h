@@ -68,7 +68,7 @@ public:
 private:
     XWorker() = default;
     [[nodiscard]] bool connect();
-    void makeParts();
+    void makeParts(qint64 clipboardCount);
     void dropParts();
     void reconnectSoon();
     void reconnect();
