@@ -490,6 +490,7 @@ private slots:
         rewrite();
         expectSilence();
         QCOMPARE(fixture_->platform.pasteboard->text, std::optional(QStringLiteral("theirs")));
+        QCOMPARE(fixture_->platform.pasteboard->sets.size(), 1U);
     }
 
     void aCancelledFailureIsSilent()
