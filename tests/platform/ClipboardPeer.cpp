@@ -30,7 +30,12 @@ void ClipboardPeer::own(std::map<QByteArray, QByteArray> values)
 
 void ClipboardPeer::select(const QByteArray& text)
 {
-    values_ = {{"UTF8_STRING", text}};
+    select(std::map<QByteArray, QByteArray>{{"UTF8_STRING", text}});
+}
+
+void ClipboardPeer::select(std::map<QByteArray, QByteArray> values)
+{
+    values_ = std::move(values);
     ownSelection("PRIMARY");
 }
 

@@ -35,6 +35,7 @@ public:
     void own(std::map<QByteArray, QByteArray> values);
     /// Claims the primary selection with this text.
     void select(const QByteArray& text);
+    void select(std::map<QByteArray, QByteArray> values);
     /// Opens a window of this class in front.
     void comeToFront(const QByteArray& windowClass);
     /// Ends the connection, and with it the ownership.

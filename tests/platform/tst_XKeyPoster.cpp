@@ -1,3 +1,4 @@
+#include "platform/ClipboardPeer.h"
 #include "platform/ModifierFlags.h"
 #include "platform/XTestSession.h"
 #include "platform/linux/XConnection.h"
@@ -503,6 +504,42 @@ private slots:
         QVERIFY(!paste());
         QVERIFY(typed(target).empty());
         QVERIFY(copy());
+        QVERIFY(paste());
+    }
+
+    void nothingIsPastedWhereTheSelectionEnded_data()
+    {
+        QTest::addColumn<QByteArrayList>("offered");
+        QTest::addColumn<QByteArray>("windowClass");
+        QTest::addColumn<bool>("pasted");
+        const QByteArrayList gtk{"UTF8_STRING", "COMPOUND_TEXT", "STRING"};
+        QTest::newRow("GTK") << gtk << QByteArray("editor") << false;
+        QTest::newRow("a terminal") << gtk << QByteArray("some-terminal") << true;
+        QTest::newRow("Firefox") << gtk + QByteArrayList{"text/x-moz-url-priv"} << QByteArray("editor")
+                                 << true;
+        QTest::newRow("Qt") << QByteArrayList{"UTF8_STRING", "STRING"} << QByteArray("editor") << true;
+    }
+    void nothingIsPastedWhereTheSelectionEnded()
+    {
+        QFETCH(QByteArrayList, offered);
+        QFETCH(QByteArray, windowClass);
+        QFETCH(bool, pasted);
+        std::map<QByteArray, QByteArray> values;
+        for (const QByteArray& target : offered)
+            values[target] = "text";
+        XPasteboard pasteboard(worker_);
+        QVERIFY(runTask(pasteboard.setString(QStringLiteral("one line")))); // a terminal may be given it
+        ClipboardPeer application, manager;
+        application.comeToFront(windowClass);
+        application.select(values);
+        QVERIFY(copy());
+        QTRY_VERIFY(application.asked.contains("TARGETS"));
+        QVERIFY(paste()); // it still has its selection
+        application.select(values);
+        QVERIFY(paste());
+        manager.select("text");
+        QCOMPARE(paste(), pasted);
+        QVERIFY(copy()); // what is selected now was never the primary selection of this application
         QVERIFY(paste());
     }
 

@@ -153,9 +153,14 @@ std::vector<KeyStroke> strokesFor(Gesture gesture, Habit habit)
     return {};
 }
 
+bool isTerminal(Habit habit)
+{
+    return habit == Habit::Terminal || habit == Habit::AltTerminal;
+}
+
 bool wouldExecute(const QByteArray& utf8, Habit habit)
 {
-    if (habit != Habit::Terminal && habit != Habit::AltTerminal)
+    if (!isTerminal(habit))
         return false;
     // Whether the program in it asked for bracketed paste cannot be seen from outside.
     const QString text = QString::fromUtf8(utf8);

@@ -35,6 +35,9 @@ enum class Habit {
 /// before. Empty when nothing is safe.
 [[nodiscard]] std::vector<KeyStroke> strokesFor(Gesture gesture, Habit habit);
 
+/// Whether all of it is a terminal, which pastes at its prompt whatever is selected.
+[[nodiscard]] bool isTerminal(Habit habit);
+
 /// Whether an application may act on pasting `utf8` as on typing it: a terminal hands a line break to a shell
 /// without bracketed paste, which runs the line, and any other control character to the program in it as the
 /// key of that name.

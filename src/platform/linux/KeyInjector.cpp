@@ -82,7 +82,8 @@ std::optional<Gesture> gestureOf(quint16 keyCode, quint64 flags)
 
 KeyInjector::KeyInjector(XConnection& connection, HotKeyGrabs& hotKeys, SelectionOwner& owner,
                          SelectionCounter& counter)
-    : connection_(connection), hotKeys_(hotKeys), owner_(owner), counter_(counter), activity_(connection)
+    : connection_(connection), hotKeys_(hotKeys), owner_(owner), counter_(counter), activity_(connection),
+      primary_(connection)
 {
     // Injected keys go through although another program holds the server.
     if (connection_.extensions().xtest)
@@ -128,6 +129,7 @@ void KeyInjector::prepareCopy(xcb_window_t window, Habit habit)
 {
     owner_.copyBegins();
     activity_.begin();
+    primary_.begin(window);
     // Measured: with no active region Emacs copies its last one. Only an active one ends with the copy, and
     // goes to the primary selection as it ends.
     if (habit == Habit::CopyInsert)
@@ -145,6 +147,10 @@ bool KeyInjector::mayPaste(xcb_window_t window, Habit habit)
     }
     if (activity_.happened()) {
         qCInfo(lcQuillmarsh, "Not pasting: the user typed or clicked since the selection was copied");
+        return false;
+    }
+    if (!isTerminal(habit) && primary_.endedSelection()) {
+        qCInfo(lcQuillmarsh, "Not pasting: another program's claim has ended the selection");
         return false;
     }
     if (!owner_.secureForPaste(window)) {

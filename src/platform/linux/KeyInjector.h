@@ -2,6 +2,7 @@
 
 #include "platform/linux/AppGestures.h"
 #include "platform/linux/HotKeyGrabs.h"
+#include "platform/linux/PrimaryWatch.h"
 #include "platform/linux/UserActivity.h"
 
 #include <chrono>
@@ -48,6 +49,7 @@ private:
     SelectionOwner& owner_;
     SelectionCounter& counter_;
     UserActivity activity_;
+    PrimaryWatch primary_;
 };
 
 } // namespace quillmarsh
