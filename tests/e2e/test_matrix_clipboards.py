@@ -2,6 +2,7 @@
 
 import contextlib
 import os
+import subprocess
 import time
 import unittest
 
@@ -20,7 +21,7 @@ def trouble(*arguments):
 class Clipboards(matrix.MatrixTest):
     @classmethod
     def setUpClass(cls):
-        matrix.require("xclip", "parcellite", "diodon")
+        matrix.require("xclip", "parcellite", "diodon", "autocutsel", "mousepad", "featherpad", "gir1.2-gtk-4.0")
         super().setUpClass()
 
     def field(self, copy=0, answer=0, read=0, recopy=-1, text=TEXT):
@@ -131,26 +132,33 @@ class Clipboards(matrix.MatrixTest):
             self.expect_request(text)
             self.expect_text(editor, text.upper())
 
-    def check_managers(self, *commands):
+    @contextlib.contextmanager
+    def managers(self, *commands):
         managers = [harness.Process(command) for command in commands]
         try:
             time.sleep(1.5)
             for manager in managers:
                 manager.settle()
             self.assertTrue(all(manager.is_running() for manager in managers))
-            with self.plain_field() as editor:
-                for number in range(10):
-                    self.back_end.requests.clear()
-                    answer = f"{TEXT} {number}"
-                    self.back_end.answer = lambda text, answer=answer: (200, {"text": answer})
-                    editor.select_all()
-                    self.rewrite()
-                    self.expect_pasted(answer)
-                    self.expect_text(editor, answer)
-                    time.sleep(0.3)
+            yield
         finally:
             for manager in managers:
                 manager.stop()
+
+    def rewrite_all(self, editor, answer):
+        self.back_end.requests.clear()
+        self.back_end.answer = lambda text: (200, {"text": answer})
+        editor.select_all()
+        self.rewrite()
+        self.expect_pasted(answer)
+
+    def check_managers(self, *commands):
+        with self.managers(*commands), self.plain_field() as editor:
+            for number in range(10):
+                answer = f"{TEXT} {number}"
+                self.rewrite_all(editor, answer)
+                self.expect_text(editor, answer)
+                time.sleep(0.3)
 
     def test_parcellite(self):
         self.check_managers(["parcellite"])
@@ -166,6 +174,40 @@ class Clipboards(matrix.MatrixTest):
         for wait in (0, 45, 260):
             with self.subTest(wait=wait):
                 self.check_managers(trouble("keeper", str(wait)))
+
+    def outcomes(self, name):
+        """What becomes of the selection in rewrites one after another; never is the answer beside it."""
+        outcomes = set()
+        with contextlib.closing(matrix.open_editor(name, TEXT, self.keyboard)) as editor:
+            for number in range(5):
+                before, answer = editor.text().strip(), f"{TEXT} {number}"  # some end the file with a line break
+                self.rewrite_all(editor, answer)
+                time.sleep(0.3)
+                text = editor.text().strip()
+                self.assertIn(text, (before, answer))
+                outcomes.add("replaced" if text == answer else "left")
+        return outcomes
+
+    def test_a_manager_that_mirrors_the_clipboard_in_the_primary_selection(self):
+        """GTK unselects what is no longer the primary selection; the answer then waits on the clipboard."""
+        subprocess.run(["gsettings", "set", "net.launchpad.Diodon.clipboard", "synchronize-clipboards", "true"],
+                       check=True)
+        self.addCleanup(subprocess.run, ["gsettings", "reset", "net.launchpad.Diodon.clipboard",
+                                         "synchronize-clipboards"])
+        expected = {"mousepad (GTK 3)": "left", "GTK 4 text view": "left", "FeatherPad (Qt 5)": "replaced",
+                    "Qt 6 text field": "replaced"}
+        with self.managers(["diodon"]):
+            for name, outcome in expected.items():
+                with self.subTest(name):
+                    self.assertEqual(self.outcomes(name), {outcome})
+
+    def test_two_programs_that_mirror_the_selections_in_turn(self):
+        """They look twice a second: where the clipboard is mirrored before the paste depends on the moment."""
+        with self.managers(["autocutsel", "-selection", "CLIPBOARD"], ["autocutsel", "-selection", "PRIMARY"]):
+            for name in ("mousepad (GTK 3)", "GTK 4 text view"):
+                with self.subTest(name):
+                    self.outcomes(name)
+            self.assertEqual(self.outcomes("FeatherPad (Qt 5)"), {"replaced"})
 
 
 if __name__ == "__main__":
