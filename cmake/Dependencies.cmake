@@ -2,10 +2,10 @@ find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Network Qml Quick DBus
 find_package(QCoro6 0.8 REQUIRED COMPONENTS Core Network DBus)
 find_package(OpenSSL 3 REQUIRED)
 find_package(PkgConfig REQUIRED)
-pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-xtest xcb-xfixes xcb-xinput xcb-xkb xcb-res xcb-ewmh
-    xcb-icccm xcb-keysyms xcb-shape xkbcommon xkbcommon-x11)
+pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-xtest xcb-xfixes xcb-xinput xcb-xkb xcb-res
+    xkbcommon xkbcommon-x11)
 pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 if(QUILLMARSH_BUILD_TESTS)
-    find_package(Qt6 6.4 REQUIRED COMPONENTS Test QuickTest)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
 endif()

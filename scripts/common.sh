@@ -8,8 +8,7 @@ build_packages=(
     g++ cmake ninja-build ccache pkg-config git ca-certificates
     qt6-base-dev qt6-base-private-dev qt6-declarative-dev qt6-svg-dev libgl-dev qcoro-qt6-dev
     libxcb1-dev libxcb-xtest0-dev libxcb-xfixes0-dev libxcb-xinput-dev libxcb-xkb-dev libxcb-res0-dev
-    libxcb-ewmh-dev libxcb-icccm4-dev libxcb-keysyms1-dev libxcb-shape0-dev libxkbcommon-x11-dev libxkbcommon-dev
-    libsecret-1-dev libssl-dev libplist-dev
+    libxkbcommon-x11-dev libxkbcommon-dev libsecret-1-dev libssl-dev libplist-dev
     libxtst-dev libxi-dev libxdamage-dev
     libcpp-httplib-dev nlohmann-json3-dev libsqlite3-dev libpq-dev libhunspell-dev libcurl4-openssl-dev libicu-dev
 )
@@ -20,7 +19,8 @@ run_packages=(
 )
 # To show it on a machine without a display.
 demo_packages=(
-    xvfb openbox mousepad dbus gnome-keyring xdotool xclip imagemagick x11-utils fonts-dejavu-core python3
+    xvfb openbox mousepad dbus gnome-keyring xdotool xclip imagemagick x11-utils x11-xserver-utils
+    fonts-dejavu-core python3
 )
 
 step() { printf '\n==> %s\n' "$*"; }
