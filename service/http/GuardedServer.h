@@ -18,7 +18,6 @@ public:
     [[nodiscard]] int bind(const std::string& address, int port);
     /// Accepts no more connections, lets running requests finish, and makes `listen_after_bind` return.
     void drainAndStop();
-    [[nodiscard]] bool isStopping() const { return stopping_; }
 
 private:
     bool process_and_close_socket(socket_t socket) override;
