@@ -142,7 +142,9 @@ Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetw
 {
     throwIfStopped(stop);
     const ReplyHandle reply(startRequest(*session, method, request, body));
-    reply->setReadBufferSize(longestAnswer);
+    // Not at once: a request with a body starts later, and what was set before does not reach it.
+    QObject::connect(reply.get(), &QNetworkReply::metaDataChanged, reply.get(),
+                     [raw = reply.get()] { raw->setReadBufferSize(longestAnswer); });
     const std::stop_callback abortOnStop(stop, [guard = QPointer(reply.get())] {
         QMetaObject::invokeMethod(guard, &QNetworkReply::abort, Qt::QueuedConnection);
     });
