@@ -1,6 +1,7 @@
 #include "platform/XTestSession.h"
 
 #include "platform/linux/XKeyboard.h"
+#include "platform/linux/XWorker.h"
 #include "platform/linux/XcbXkb.h"
 
 #include <QProcess>
@@ -165,6 +166,18 @@ TargetWindow::TargetWindow(const QByteArray& instance, const QByteArray& classNa
     : connection_(XConnection::open()), window_(openInFront(*connection_, instance, className))
 {
     connect(connection_.get(), &XConnection::received, this, &TargetWindow::handle);
+}
+
+void endConnection(XWorker& worker, XConnection& other)
+{
+    const auto window = worker.run([](XWorker::Parts& parts) {
+        const xcb_window_t made = parts.connection->createHelperWindow(0);
+        parts.connection->synchronize();
+        return made;
+    });
+    QTest::ignoreMessage(QtWarningMsg, "The connection to the X server is lost");
+    xcb_kill_client(other.get(), window);
+    other.synchronize();
 }
 
 void TargetWindow::catchUp()

@@ -7,6 +7,10 @@
 #include <memory>
 #include <vector>
 
+namespace quillmarsh {
+class XWorker;
+}
+
 namespace quillmarsh::test {
 
 /// The hardware keyboard of a test's X server: presses come from the slave device that the server calls its
@@ -50,6 +54,9 @@ inline constexpr xcb_keycode_t escape = 9, one = 10, tab = 23, w = 25, r = 27, t
                                shiftL = 50, c = 54, v = 55, altL = 64, space = 65, capsLock = 66,
                                controlR = 105, insert = 118, superL = 133;
 } // namespace Key
+
+/// Has the server end the worker's connection, as it does for a window that the user kills.
+void endConnection(XWorker& worker, XConnection& other);
 
 /// Opens a window of this class on another program's connection, in front and with the input focus.
 xcb_window_t openInFront(XConnection& connection, const QByteArray& instance, const QByteArray& className);

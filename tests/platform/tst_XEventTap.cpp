@@ -64,19 +64,6 @@ private:
         keyboard.release(Key::shiftL);
     }
 
-    /// The server ends the worker's connection, as it does for a window that the user kills.
-    void endConnection(TargetWindow& other)
-    {
-        const auto window = worker_->run([](XWorker::Parts& parts) {
-            const xcb_window_t made = parts.connection->createHelperWindow(0);
-            parts.connection->synchronize();
-            return made;
-        });
-        QTest::ignoreMessage(QtWarningMsg, "The connection to the X server is lost");
-        xcb_kill_client(other.connection().get(), window);
-        other.catchUp();
-    }
-
     /// Shift-Command-R, which is free while the gesture of the same keys is injected.
     void takeDuringAnInjection(TargetWindow& other)
     {
@@ -291,7 +278,7 @@ private slots:
         TargetWindow other;
         const QByteArray display = qgetenv("DISPLAY");
         qputenv("DISPLAY", "nowhere");
-        endConnection(other);
+        endConnection(*worker_, other.connection());
         QTRY_VERIFY(!accessibility.isProcessTrusted());
         QVERIFY(events_.empty());
         qputenv("DISPLAY", display);
@@ -311,7 +298,7 @@ private slots:
         enable({shiftCommandR});
         tap_->setEnabled(false);
         TargetWindow other;
-        endConnection(other);
+        endConnection(*worker_, other.connection());
         QTRY_VERIFY(!worker_->isCapable());
         QTRY_VERIFY(worker_->isCapable());
         QCoreApplication::processEvents();

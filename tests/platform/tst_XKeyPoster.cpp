@@ -507,6 +507,18 @@ private slots:
         QVERIFY(paste());
     }
 
+    void nothingIsPastedAfterATimeWithoutAConnection()
+    {
+        TargetWindow target;
+        QVERIFY(copy());
+        endConnection(*worker_, target.connection());
+        QTRY_VERIFY(!worker_->isCapable());
+        QTRY_VERIFY(worker_->isCapable());
+        QVERIFY(!paste()); // nobody saw what the user did meanwhile
+        QVERIFY(copy());
+        QVERIFY(paste());
+    }
+
     void nothingIsPastedWhereTheSelectionEnded_data()
     {
         QTest::addColumn<QByteArrayList>("offered");
@@ -535,8 +547,14 @@ private slots:
         QVERIFY(copy());
         QTRY_VERIFY(application.asked.contains("TARGETS"));
         QVERIFY(paste()); // it still has its selection
+        application.asked.clear();
+        QVERIFY(copy());
+        QTRY_VERIFY(application.asked.contains("TARGETS"));
         application.select(values);
         QVERIFY(paste());
+        application.asked.clear();
+        QVERIFY(copy());
+        QTRY_VERIFY(application.asked.contains("TARGETS"));
         manager.select("text");
         QCOMPARE(paste(), pasted);
         QVERIFY(copy()); // what is selected now was never the primary selection of this application

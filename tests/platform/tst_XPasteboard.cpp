@@ -490,14 +490,7 @@ private slots:
         ClipboardPeer peer;
         peer.own("text");
         const qint64 before = count();
-        const auto window = worker_->run([](XWorker::Parts& parts) {
-            const xcb_window_t made = parts.connection->createHelperWindow(0);
-            parts.connection->synchronize();
-            return made;
-        });
-        QTest::ignoreMessage(QtWarningMsg, "The connection to the X server is lost");
-        xcb_kill_client(peer.connection()->get(), window);
-        peer.connection()->synchronize();
+        endConnection(*worker_, *peer.connection());
         QTRY_VERIFY(!worker_->isCapable());
         QTRY_VERIFY(worker_->isCapable());
         QCOMPARE(count(), before);

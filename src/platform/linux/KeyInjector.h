@@ -27,6 +27,8 @@ public:
     /// See KeyPoster.
     void prepare() const;
     [[nodiscard]] std::optional<Time> post(quint16 keyCode, quint64 flags);
+    /// What was copied may be selected no more: nothing is pasted until something is copied again.
+    void forgetSelection() { activity_.assume(); }
 
 private:
     enum class Outcome { Tapped, NoSuchKey, Disturbed };

@@ -19,6 +19,8 @@ public:
 
     /// Forgets what was, and watches until the first key or click that counts: each key wakes this process.
     void begin();
+    /// For a time in which nobody watched.
+    void assume() { happened_ = true; }
     /// Current as of this call. Modifiers, locks, keys of the desktop (volume and the like, Alt-Tab) and the
     /// wheel do not count, and no key that a program injected.
     [[nodiscard]] bool happened();

@@ -94,6 +94,7 @@ void XWorker::reconnect()
         return;
     }
     qCInfo(lcQuillmarsh, "Connected to the X server again");
+    parts_->injector->forgetSelection(); // nobody saw what the user did meanwhile
     for (const auto& notify : listeners)
         notify({.type = KeyEvent::Type::TapDisabledByTimeout});
 }
