@@ -122,7 +122,10 @@ std::optional<KeyInjector::Time> KeyInjector::perform(Gesture gesture)
         prepareCopy(window, habit);
     else if (!mayPaste(window, habit))
         return std::nullopt;
-    return press(strokes);
+    const auto posted = press(strokes);
+    if (gesture == Gesture::Paste)
+        primary_.end();
+    return posted;
 }
 
 void KeyInjector::prepareCopy(xcb_window_t window, Habit habit)

@@ -22,11 +22,12 @@ public:
 
     /// What is selected in the program of `window` is about to be copied.
     void begin(xcb_window_t window);
+    /// Watches no longer: each claim of a selection wakes this process.
+    void end();
     /// As of the last event: that program unselects with the primary selection, and has lost it.
     [[nodiscard]] bool endedSelection() const { return unselects_ && lost_; }
 
 private:
-    void end();
     void watch(uint32_t changes);
     void askForTargets();
     void handle(const xcb_generic_event_t& event);
