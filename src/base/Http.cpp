@@ -142,9 +142,10 @@ Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetw
 {
     throwIfStopped(stop);
     const ReplyHandle reply(startRequest(*session, method, request, body));
-    // Not at once: a request with a body starts later, and what was set before does not reach it.
-    QObject::connect(reply.get(), &QNetworkReply::metaDataChanged, reply.get(),
-                     [raw = reply.get()] { raw->setReadBufferSize(longestAnswer); });
+    // Queued behind the start of a request with a body, which does not look at what was set before it; and
+    // not when the answer begins, since a fast server fills a queue before the limit is heard of.
+    QMetaObject::invokeMethod(
+        reply.get(), [raw = reply.get()] { raw->setReadBufferSize(longestAnswer); }, Qt::QueuedConnection);
     const std::stop_callback abortOnStop(stop, [guard = QPointer(reply.get())] {
         QMetaObject::invokeMethod(guard, &QNetworkReply::abort, Qt::QueuedConnection);
     });

@@ -25,8 +25,8 @@ private slots:
     {
         QFETCH(QByteArray, method);
         QFETCH(QByteArray, body);
-        HttpTestServer server;
         qint64 sent = 0;
+        HttpTestServer server;
         server.setResponder([&sent](const RecordedRequest&, QTcpSocket& socket) {
             const QByteArray piece(64 * 1024, 'x');
             const auto more = [&sent, &socket, piece] {
