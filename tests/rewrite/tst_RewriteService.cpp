@@ -72,6 +72,7 @@ private slots:
         QTRY_VERIFY(fixture_->service->isProcessing());
         QCOMPARE(fixture_->shownTitle(), QStringLiteral("Autocorrect"));
         QCOMPARE(fixture_->shownDetail(), QStringLiteral("Editor"));
+        QCOMPARE(fixture_->panel.transitions.back().duration, 0ms);
         QTRY_VERIFY(!fixture_->service->isProcessing());
         QVERIFY(fixture_->pasted());
     }
@@ -136,7 +137,7 @@ private slots:
         rewrite();
         expectFailure("Allow Accessibility",
                       "Enable Quillmarsh in System Settings → Privacy & Security → Accessibility.",
-                      "Permissions");
+                      Button::Settings);
         QVERIFY(fixture_->platform.keyPoster->posts.empty());
     }
 
@@ -163,7 +164,7 @@ private slots:
         if (!scopes.isEmpty())
             connectAccount(scopes);
         rewrite();
-        expectFailure("Connect your AI", "Connect ChatGPT or add your own API key.", "AI connections");
+        expectFailure("Connect your AI", "Connect ChatGPT or add your own API key.", Button::Settings);
         QVERIFY(fixture_->platform.keyPoster->posts.empty());
         QVERIFY(fixture_->script->warmed.empty());
     }
@@ -376,8 +377,10 @@ private slots:
 
     void anAnswerAfterTheCancelIsDiscarded()
     {
-        fixture_->script->reply = [](const QString& text, const std::stop_token&) {
-            return lateAnswer(text);
+        std::stop_source answered;
+        int answers = 0;
+        fixture_->script->reply = [&](const QString& text, const std::stop_token&) {
+            return answerAfter(text, answered.get_token(), &answers);
         };
         const Task<> running =
             fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal"));
@@ -386,7 +389,9 @@ private slots:
         QVERIFY(!fixture_->panel.visible);
         QTRY_VERIFY(!fixture_->service->isProcessing());
         expectSilence();
-        QTest::qWait(80); // the answer comes now
+        answered.request_stop();
+        QTRY_COMPARE(answers, 1);
+        QTest::qWait(20);
         expectSilence();
         QVERIFY(fixture_->platform.pasteboard->sets.empty());
     }
@@ -505,21 +510,45 @@ private slots:
 
     void theServiceEndsDuringARun_data()
     {
+        QTest::addColumn<QString>("place");
         QTest::addColumn<int>("after");
-        for (const int after : {0, 50, 190, 230, 260})
-            QTest::addRow("%d ms", after) << after;
+        const auto row = [](const char* place, int after) {
+            QTest::addRow("%s, %d ms", place, after) << QString::fromLatin1(place) << after;
+        };
+        for (const int after : {0, 50, 190})
+            row("copying", after);
+        for (const int after : {0, 30, 59})
+            row("waiting for the answer", after);
+        for (const int after : {0, 30})
+            row("before the paste", after);
     }
 
+    /// Each of the times ends before the product's own that began with it.
     void theServiceEndsDuringARun()
     {
+        QFETCH(QString, place);
         QFETCH(int, after);
-        fixture_->script->reply = [](const QString& text, const std::stop_token&) {
+        QTimer end;
+        end.setSingleShot(true);
+        end.setTimerType(Qt::PreciseTimer);
+        connect(&end, &QTimer::timeout, this, [this] { fixture_->service.reset(); });
+        const auto endAt = [&](const char* here) {
+            if (place == QLatin1String(here))
+                end.start(after);
+        };
+        fixture_->script->reply = [&](const QString& text, const std::stop_token&) {
+            endAt("waiting for the answer");
             return lateAnswer(text);
+        };
+        fixture_->platform.pasteboard->onSet = [&] { endAt("before the paste"); };
+        const auto copy = fixture_->platform.keyPoster->onPost;
+        fixture_->platform.keyPoster->onPost = [&, copy](const KeyCombination& keys) {
+            copy(keys);
+            endAt("copying");
         };
         const Task<> running =
             fixture_->service->performRewrite(QStringLiteral("x"), QStringLiteral("Formal"));
-        QTest::qWait(after);
-        fixture_->service.reset();
+        QTRY_VERIFY(!fixture_->service);
         QTRY_VERIFY(running.isReady());
         QVERIFY(!fixture_->pasted());
     }
@@ -593,17 +622,45 @@ private slots:
         expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
     }
 
+    void theSettingsButtonLeadsToItsSection_data()
+    {
+        QTest::addColumn<bool>("trusted");
+        QTest::addColumn<QString>("section");
+        QTest::newRow("no permission") << false << "Permissions";
+        QTest::newRow("no connection") << true << "AI connections";
+    }
+
     void theSettingsButtonLeadsToItsSection()
     {
-        fixture_->platform.accessibility->trusted = false;
+        QFETCH(bool, trusted);
+        QFETCH(QString, section);
+        fixture_->settings.select(AIConnectionChoice::claude); // without a key
+        fixture_->platform.accessibility->trusted = trusted;
         rewrite();
+        std::optional<QString> storedBefore;
+        QObject listener;
+        connect(&NotificationCenter::defaultCenter(), &NotificationCenter::posted, &listener,
+                [&] { storedBefore = fixture_->defaults.string("settingsSection"); });
         QSignalSpy notices(&NotificationCenter::defaultCenter(), &NotificationCenter::posted);
         fixture_->overlay->state().action();
         QCOMPARE(notices.size(), 1);
         QCOMPARE(notices.front().at(0).toString(), QStringLiteral("openSettingsFromAlert"));
-        QCOMPARE(notices.front().at(1).toMap(), QVariantMap({{"section", "Permissions"}}));
-        QCOMPARE(fixture_->defaults.string("settingsSection"), std::optional(QStringLiteral("Permissions")));
+        QCOMPARE(notices.front().at(1).toMap(), QVariantMap({{"section", section}}));
+        QCOMPARE(storedBefore, std::optional(section)); // a window that opens for the notice reads the store
         QVERIFY(!fixture_->panel.visible);
+    }
+
+    void aRunIsOverWhenItsOutcomeIsShown()
+    {
+        QList<bool> busy;
+        std::vector<RewriteOverlayState::Phase> phases;
+        connect(fixture_->service.get(), &RewriteService::isProcessingChanged, this, [&] {
+            busy << fixture_->service->isProcessing();
+            phases.push_back(fixture_->overlay->state().phase());
+        });
+        rewrite();
+        QCOMPARE(busy, QList<bool>({true, false}));
+        QCOMPARE(phases.back(), RewriteOverlayState::Phase::Success);
     }
 
     void aNewRunClearsTheLastError()
@@ -612,8 +669,9 @@ private slots:
         rewrite();
         QVERIFY(fixture_->service->lastError());
         fixture_->selection = QStringLiteral("x");
-        rewrite();
+        const Task<> running = start();
         QVERIFY(!fixture_->service->lastError());
+        QTRY_VERIFY(!fixture_->service->isProcessing());
     }
 
 private:
@@ -681,15 +739,18 @@ private:
         QCOMPARE(fixture_->settings.completedRewriteCount(), 1);
     }
 
-    void expectFailure(const QString& title, const QString& detail, const QString& section = {})
+    enum class Button { None, Settings };
+
+    void expectFailure(const QString& title, const QString& detail, Button button = Button::None)
     {
         QCOMPARE(fixture_->overlay->state().phase(), RewriteOverlayState::Phase::Error);
         QCOMPARE(fixture_->shownTitle(), title);
         QCOMPARE(fixture_->shownDetail(), detail);
         QCOMPARE(fixture_->overlay->dismissalDelay(), std::optional(failureDelay));
         QCOMPARE(fixture_->service->lastError(), std::optional(detail));
-        const std::optional<QString> button = fixture_->overlay->state().actionTitle();
-        QCOMPARE(button.value_or(QString()), section.isEmpty() ? QString() : QStringLiteral("Settings"));
+        const bool hasButton = button == Button::Settings;
+        QCOMPARE(fixture_->overlay->state().actionTitle(),
+                 hasButton ? std::optional(QStringLiteral("Settings")) : std::nullopt);
     }
 
     void expectSilence()
