@@ -82,6 +82,40 @@ private slots:
         QVERIFY(!service().lastError());
     }
 
+    void withoutThePermissionNothingIsRegistered()
+    {
+        fixture_->platform.accessibility->trusted = false;
+        fixture_->makeService();
+        service().registerHotkeys();
+        QVERIFY(service().hotkeyService().registrations().empty());
+        QVERIFY(!service().lastError());
+    }
+
+    void registrationsKeepTheOrderOfTheActions()
+    {
+        fixture_->settings.addShortcut({QUuid::createUuid(), "Twin", "x", "plus", 15, 0x120000});
+        fixture_->settings.addShortcut({QUuid::createUuid(), "Low", "x", "plus", 3, 0x140000});
+        fixture_->makeService();
+        std::vector<KeyCombination> order;
+        for (const Registration& registration : service().hotkeyService().registrations())
+            order.push_back({registration.keyCode, registration.modifiers});
+        QCOMPARE(order, std::vector<KeyCombination>({{15, 0x120000}, {15, 0x120000}, {3, 0x140000}}));
+        QCOMPARE(fixture_->platform.eventTaps->press(15, 0x120000), TapVerdict::Swallow);
+        QTRY_COMPARE(fixture_->shownTitle(), QStringLiteral("Autocorrect"));
+        QTRY_VERIFY(!service().isProcessing());
+    }
+
+    void whoComesBackToThisApplicationWithThePermissionHasTheShortcuts()
+    {
+        fixture_->platform.accessibility->trusted = false;
+        fixture_->makeService();
+        fixture_->platform.accessibility->trusted = true;
+        RunningApplication self;
+        self.processIdentifier = QCoreApplication::applicationPid();
+        fixture_->platform.workspace->bringToFront(self);
+        QVERIFY(service().hotkeyRegistered());
+    }
+
     void requestingAccess()
     {
         fixture_->platform.accessibility->trusted = false;
