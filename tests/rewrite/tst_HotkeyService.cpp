@@ -123,6 +123,31 @@ private slots:
         service_->stop();
     }
 
+    void theLogTellsWhatTheTapDoes()
+    {
+        service_->setRegistrations(
+            {registration(15, shiftCommand, "first"), registration(16, shiftCommand, "other")});
+        QTest::ignoreMessage(QtInfoMsg, "AXIsProcessTrusted = 1");
+        QTest::ignoreMessage(QtInfoMsg, "Event tap started with 2 registration(s)");
+        QVERIFY(service_->start());
+        QTest::ignoreMessage(QtInfoMsg, "Hotkey matched! keyCode=15");
+        std::ignore = service_->handleEvent(press(15, shiftCommand));
+        QTest::ignoreMessage(QtInfoMsg, "Event tap stopped");
+        service_->stop();
+    }
+
+    void withoutTrustNothingIsLogged()
+    {
+        static int lines = 0;
+        accessibility_->trusted = false;
+        const auto previous =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) { ++lines; });
+        const bool started = service_->start();
+        qInstallMessageHandler(previous);
+        QVERIFY(!started);
+        QCOMPARE(lines, 0);
+    }
+
     void startFailsOnlyWhenEveryShortcutIsTaken()
     {
         taps_->refusedCombinations = {{15, shiftCommand}};
