@@ -154,7 +154,12 @@ private slots:
         QTest::newRow("object") << QByteArray("{}");
         QTest::newRow("empty data") << QByteArray("");
         QTest::newRow("number in list") << QByteArray("[1]");
+        QTest::newRow("missing id") << QByteArray(R"([{"name":"n","instruction":"x","icon":"y"}])");
         QTest::newRow("missing name") << "[{" + id + ",\"instruction\":\"x\",\"icon\":\"y\"}]";
+        QTest::newRow("missing instruction") << "[{" + id + ",\"name\":\"n\",\"icon\":\"y\"}]";
+        QTest::newRow("missing icon") << "[{" + id + ",\"name\":\"n\",\"instruction\":\"x\"}]";
+        QTest::newRow("the second of two")
+            << "[{" + id + ",\"name\":\"n\",\"instruction\":\"x\",\"icon\":\"y\"},{" + id + "}]";
         QTest::newRow("bad id") << QByteArray(R"([{"id":"x","name":"n","instruction":"x","icon":"y"}])");
         QTest::newRow("text key code")
             << "[{" + id + ",\"name\":\"n\",\"instruction\":\"x\",\"icon\":\"y\",\"keyCode\":\"15\"}]";
@@ -205,11 +210,42 @@ private slots:
         QCOMPARE(decodeShortcuts(encodeShortcuts({action}))->front(), action);
     }
 
+    void aListOfAnotherWriterIsRead()
+    {
+        const auto read = decodeShortcuts(
+            R"([{"id":"e621e1f8-c36c-495a-93fc-0c247a3e6e5f","name":"n","instruction":"i","icon":"plus",)"
+            R"("keyCode":null,"modifiersRaw":1.179648e6,"colour":"red"}])");
+        QVERIFY(read);
+        const InstructionShortcut expected{QUuid(QStringLiteral("E621E1F8-C36C-495A-93FC-0C247A3E6E5F")),
+                                           "n",
+                                           "i",
+                                           "plus",
+                                           std::nullopt,
+                                           0x120000};
+        QCOMPARE(read->front(), expected);
+    }
+
+    void everyFieldTakesPartInEquality()
+    {
+        const InstructionShortcut action{QUuid::createUuid(), "n", "i", "plus", 15, 0x120000};
+        std::vector<InstructionShortcut> others(6, action);
+        others[0].id = QUuid::createUuid();
+        others[1].name = QStringLiteral("m");
+        others[2].instruction = QStringLiteral("j");
+        others[3].icon = QStringLiteral("minus");
+        others[4].keyCode = std::nullopt;
+        others[5].modifiersRaw = 0x140000;
+        for (const InstructionShortcut& other : others)
+            QVERIFY(!(other == action));
+    }
+
     void displayString()
     {
         test::FakeKeyboardLayout layout;
         InstructionShortcut action{QUuid::createUuid(), "n", "i", "plus", 15, 0x1C0000};
         QCOMPARE(action.hotkeyDisplayString(layout), std::optional(QStringLiteral("⌃⌥⌘R")));
+        action.modifiersRaw = 0x1E0000;
+        QCOMPARE(action.hotkeyDisplayString(layout), std::optional(QStringLiteral("⌃⌥⇧⌘R")));
         action.modifiersRaw = 0x120000 | 0x10000; // Caps Lock does not show
         QCOMPARE(action.hotkeyDisplayString(layout), std::optional(QStringLiteral("⇧⌘R")));
     }
