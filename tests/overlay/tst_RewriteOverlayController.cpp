@@ -192,8 +192,9 @@ private slots:
     void theOutcomeGrowsAboutTheBottomCentre()
     {
         Stage stage;
+        stage.screens.push_back({{1920, 0, 1280, 1024}, {1920, 0, 1280, 1000}});
         stage.show();
-        stage.panelWindow.mouse = {1900, 5};
+        stage.panelWindow.mouse = {2500, 5}; // on the other screen, which has no say any more
         stage.fail();
         QCOMPARE(stage.panel.frame, QRectF(788, 922, 344, 104));
         stage().finish(QStringLiteral("Connect your AI"), {}, true, QStringLiteral("Settings"), [] {});
