@@ -63,6 +63,7 @@ bool Connection::waitForRequest(std::chrono::milliseconds patience) const
 void Connection::beginRequest()
 {
     readDeadline_ = Clock::now() + limits_.request;
+    unread_ = longestHead;
     writing_ = false;
 }
 
@@ -96,6 +97,10 @@ bool Connection::is_writable() const
 
 ssize_t Connection::read(char* bytes, size_t size)
 {
+    if (unread_ == 0) {
+        abandoned_ = true;
+        return -1;
+    }
     if (bufferBegin_ == bufferEnd_) {
         if (!waitFor(POLLIN, readDeadline_)) {
             abandoned_ = true;
@@ -109,9 +114,10 @@ ssize_t Connection::read(char* bytes, size_t size)
         bufferBegin_ = 0;
         bufferEnd_ = static_cast<size_t>(got);
     }
-    const size_t count = std::min(size, bufferEnd_ - bufferBegin_);
+    const size_t count = std::min({size, bufferEnd_ - bufferBegin_, unread_});
     std::memcpy(bytes, buffer_.data() + bufferBegin_, count);
     bufferBegin_ += count;
+    unread_ -= count;
     return static_cast<ssize_t>(count);
 }
 

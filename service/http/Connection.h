@@ -29,8 +29,10 @@ public:
 
     /// True when bytes of a request are there; false when none came within `patience`.
     [[nodiscard]] bool waitForRequest(std::chrono::milliseconds patience) const;
-    /// Starts the clock of the next request.
+    /// Starts the clock of the next request, and lets its head be read.
     void beginRequest();
+    /// Lets so many bytes follow the head. What nobody has asked for is not read, however fast it comes.
+    void admitBody(size_t bytes) { unread_ += bytes; }
     /// The rest of the request was not read: no further request can follow on this connection.
     void abandonRequest() { abandoned_ = true; }
     [[nodiscard]] bool isAbandoned() const { return abandoned_; }
@@ -48,6 +50,9 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    /// In bytes. The library keeps a head in memory at up to twenty times its size.
+    static constexpr size_t longestHead = 16UL * 1024UL;
+
     [[nodiscard]] bool waitFor(short events, Clock::time_point deadline) const;
     void acknowledgeAtOnce() const;
     void linger();
@@ -59,6 +64,7 @@ private:
     std::array<char, 8192> buffer_{};
     size_t bufferBegin_ = 0;
     size_t bufferEnd_ = 0;
+    size_t unread_ = 0; ///< of the request, that may still be read
     bool writing_ = false;
     bool abandoned_ = false;
 };

@@ -13,6 +13,8 @@ using httplib::Response;
 using Verdict = httplib::Server::HandlerResponse;
 
 constexpr size_t maximumBody = 256UL * 1024UL;
+/// With the marks of its chunks, when it comes in chunks.
+constexpr size_t maximumChunkedBody = 2 * maximumBody;
 constexpr const char* rewritePath = "/api/rewrite";
 
 const Problem tooLarge{413, "body_too_large", "The request is too large (max 256 KiB)."};
@@ -55,6 +57,26 @@ bool isEncoded(const Request& request)
 {
     const std::string encoding = asciiLower(request.get_header_value("Content-Encoding"));
     return !encoding.empty() && encoding != "identity";
+}
+
+bool hasBody(const Request& request)
+{
+    return request.get_header_value<std::uint64_t>("Content-Length") > 0 ||
+           request.has_header("Transfer-Encoding");
+}
+
+/// A body that nobody reads must not be taken for the next request of the connection.
+httplib::Server::HandlerResponse checkOtherRequest(const Request& request, Response& response)
+{
+    const bool isForReading = request.method == "GET" || request.method == "HEAD";
+    if (!isForReading || hasBody(request)) {
+        abandonRequest();
+    }
+    if (isForReading) {
+        return Verdict::Unhandled;
+    }
+    writeProblem(response, problemFor(request, 404));
+    return Verdict::Handled;
 }
 
 } // namespace
@@ -114,7 +136,7 @@ void HttpService::addRoutes()
 httplib::Server::HandlerResponse HttpService::checkRequest(const Request& request, Response& response)
 {
     if (request.method != "POST" || request.path != rewritePath) {
-        return Verdict::Unhandled;
+        return checkOtherRequest(request, response);
     }
     bool refused = true;
     if (!rewrites_.admit(request, response)) {
@@ -142,6 +164,7 @@ httplib::Server::HandlerResponse HttpService::checkRequest(const Request& reques
 
 void HttpService::rewrite(const Request& request, Response& response, const httplib::ContentReader& reader)
 {
+    Connection::current()->admitBody(maximumChunkedBody);
     std::string body;
     bool oversized = false;
     const bool complete = reader([&](const char* bytes, size_t count) {

@@ -1,5 +1,6 @@
 // The shipped binary over real sockets: the wire contract of every answer, and clients that do not behave.
 #include <atomic>
+#include <fstream>
 
 #include <gtest/gtest.h>
 
@@ -29,6 +30,26 @@ void expectProblem(const Answer& answer, int status, const std::string& code)
     ASSERT_TRUE(answer.body.contains("quota")) << code;
     EXPECT_TRUE(answer.body["quota"]["limit"].is_number_integer()) << code;
     EXPECT_TRUE(answer.body["quota"]["remaining"].is_number_integer()) << code;
+}
+
+/// The most memory the process has had so far, in MiB.
+long peakMemory(const RunningService& service)
+{
+    std::ifstream status("/proc/" + std::to_string(service.process()) + "/status");
+    std::string word;
+    long kilobytes = 0;
+    while (status >> word && word != "VmHWM:") {
+    }
+    status >> kilobytes;
+    return kilobytes / 1024;
+}
+
+/// Sends `piece` again and again, until the service closes the connection or `patience` is over.
+void flood(const RawClient& client, const std::string& piece, std::chrono::milliseconds patience)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (std::chrono::steady_clock::now() < end && client.send(piece)) {
+    }
 }
 
 } // namespace
@@ -147,24 +168,30 @@ TEST(Http, AChunkedBodyThatFitsIsRead)
 TEST(Http, ASlowClientIsCutOffHoweverBusyItLooks)
 {
     const RunningService service("[server]\nrequest_seconds = 1\n");
-    const RawClient client(service.port());
-    const auto start = std::chrono::steady_clock::now();
-    client.send(head(1000));
-    while (client.send("a") && client.receive(100ms).empty() &&
-           std::chrono::steady_clock::now() - start < 8s) {
-    }
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
+    EXPECT_LE(shortest(4s,
+                       [&] {
+                           const RawClient client(service.port());
+                           client.send(head(1000));
+                           for (int piece = 0; piece < 80 && client.send("a"); ++piece) {
+                               if (!client.receive(100ms).empty()) {
+                                   break;
+                               }
+                           }
+                       }),
+              4s);
     EXPECT_EQ(service.rewrite("i am here").status, 200);
 }
 
 TEST(Http, AClientThatStopsInItsHeaderIsCutOff)
 {
     const RunningService service("[server]\nrequest_seconds = 1\n");
-    const RawClient client(service.port());
-    client.send("POST /api/rewrite HTTP/1.1\r\nHost:");
-    const auto start = std::chrono::steady_clock::now();
-    (void)client.receive(8s);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
+    EXPECT_LE(shortest(4s,
+                       [&] {
+                           const RawClient client(service.port());
+                           client.send("POST /api/rewrite HTTP/1.1\r\nHost:");
+                           (void)client.receive(8s);
+                       }),
+              4s);
 }
 
 TEST(Http, ABodyThatEndsTooEarlyIsNoRewrite)
@@ -192,6 +219,73 @@ TEST(Http, NonsenseInsteadOfHttpHurtsNobody)
         EXPECT_FALSE(client.receive(2s).starts_with("HTTP/1.1 200"));
     }
     EXPECT_EQ(service.get("/healthz")->status, 200);
+}
+
+TEST(Http, ARequestWithoutEndIsNotCollected)
+{
+    const std::string large(256UL * 1024UL, '1');
+    const std::string post = "POST /nothing HTTP/1.1\r\nHost: x\r\n";
+    const std::string rewrite = "POST /api/rewrite HTTP/1.1\r\nHost: x\r\nAuthorization: " + bearer(1) +
+                                "\r\nContent-Type: application/json\r\nTransfer-Encoding: chunked\r\n\r\n";
+    std::string headers;
+    while (headers.size() < large.size()) {
+        headers += "a: b\r\n";
+    }
+    const std::vector<std::pair<std::string, std::string>> requests{
+        {"GET /", large},
+        {"GET / HTTP/1.1\r\nA: ", large},
+        {"GET / HTTP/1.1\r\n", headers},
+        {post + "\r\n", large},
+        {post + "Transfer-Encoding: chunked\r\n\r\nfffffffff\r\n", large},
+        {post + "Content-Length: 99999999999\r\n\r\n", large},
+        {"PRI * HTTP/1.1\r\nHost: x\r\n\r\n", large},
+        {rewrite, large},
+        {rewrite + "fffffffff\r\n", large},
+    };
+    const RunningService service;
+    EXPECT_EQ(service.rewrite("i am here").status, 200);
+    const long before = peakMemory(service);
+    for (const auto& [head, piece] : requests) {
+        const auto start = std::chrono::steady_clock::now();
+        const RawClient client(service.port());
+        client.send(head);
+        flood(client, piece, 8s);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 4s) << head;
+    }
+    EXPECT_LT(peakMemory(service) - before, 32);
+    EXPECT_EQ(service.rewrite("i am here").status, 200);
+}
+
+TEST(Http, ABodyThatNobodyReadsIsNoRequestOfItsOwn)
+{
+    const RunningService service;
+    const std::string inner = "GET /metrics HTTP/1.1\r\nHost: x\r\n\r\n";
+    for (const std::string& outer :
+         {"GET /healthz HTTP/1.1\r\nHost: x\r\nContent-Length: " + std::to_string(inner.size()) + "\r\n\r\n" +
+              inner,
+          "GET /healthz HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n" + inner,
+          "PUT /healthz HTTP/1.1\r\nHost: x\r\nContent-Length: " + std::to_string(inner.size()) + "\r\n\r\n" +
+              inner}) {
+        const RawClient client(service.port());
+        client.send(outer);
+        const std::string answer = client.receive(2s);
+        EXPECT_TRUE(answer.starts_with("HTTP/1.1 ")) << answer;
+        EXPECT_EQ(answer.find("HTTP/1.1 ", 1), std::string::npos) << answer;
+    }
+}
+
+TEST(Http, ACrowdOfUnfinishedRequestsKeepNobodyOutForLong)
+{
+    const RunningService service("[server]\nrequest_seconds = 1\n");
+    std::vector<std::unique_ptr<RawClient>> crowd;
+    for (int n = 0; n < 900; ++n) {
+        crowd.push_back(std::make_unique<RawClient>(service.port()));
+        crowd.back()->send("POST /api/rewrite HTTP/1.1\r\nHost:");
+    }
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(service.rewrite("i am here").status, 200);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 8s);
+    EXPECT_LT(peakMemory(service), 400);
 }
 
 TEST(Http, SeveralRequestsShareAConnection)
