@@ -2,7 +2,7 @@
 // virtual one that synthetic input uses. Reads one command per line and answers each with one line.
 //   down KEY…      press in this order            up KEY…        release in this order
 //   chord KEY…     press in order, release in reverse
-//   hold MS KEY…   the same, held for MS milliseconds (the server repeats a held key)
+//   hold MS KEY…   the same, held for MS milliseconds; only then does the server repeat a held key
 //   grab KEY       another program's hot key: with Shift and Super, until "ungrab KEY"
 //   group          number of the active layout, from 0
 //   state          "modifiers=MASK locked=MASK keys=CODE,CODE…": what the server thinks is down
@@ -46,6 +46,16 @@ unsigned int keycode(const std::string& key)
     return XKeysymToKeycode(display, XStringToKeysym(key.c_str()));
 }
 
+/// Otherwise a key would come twice where the machine stands still between its press and its release.
+void repeatHeldKeys(bool on)
+{
+    if (on)
+        XAutoRepeatOn(display);
+    else
+        XAutoRepeatOff(display);
+    XSync(display, False);
+}
+
 void press(const std::string& key, bool isDown)
 {
     XTestFakeDeviceKeyEvent(display, keyboard, keycode(key), isDown, nullptr, 0, CurrentTime);
@@ -59,6 +69,13 @@ void chord(const std::vector<std::string>& keys, std::chrono::milliseconds durat
     std::this_thread::sleep_for(duration);
     for (auto key = keys.rbegin(); key != keys.rend(); ++key)
         press(*key, false);
+}
+
+void hold(const std::vector<std::string>& keys, std::chrono::milliseconds duration)
+{
+    repeatHeldKeys(true);
+    chord(keys, duration);
+    repeatHeldKeys(false);
 }
 
 void grab(const std::string& key, bool on)
@@ -101,7 +118,7 @@ std::string answer(const std::string& line)
     std::istringstream words(line);
     std::string command;
     words >> command;
-    std::chrono::milliseconds duration{20};
+    std::chrono::milliseconds duration{};
     if (command == "hold") {
         int milliseconds = 0;
         words >> milliseconds;
@@ -114,8 +131,10 @@ std::string answer(const std::string& line)
         return state();
     if (command == "group")
         return std::to_string(group());
-    if (command == "chord" || command == "hold") {
-        chord(keys, duration);
+    if (command == "chord") {
+        chord(keys, std::chrono::milliseconds(20));
+    } else if (command == "hold") {
+        hold(keys, duration);
     } else if (command == "down" || command == "up") {
         for (const std::string& key : keys)
             press(key, command == "down");
@@ -138,7 +157,12 @@ int main()
         std::cerr << "physical-keyboard: no display, or it has no physical keyboard\n";
         return 1;
     }
-    for (std::string line; std::getline(std::cin, line);)
-        std::cout << answer(line) << std::endl;
+    repeatHeldKeys(false);
+    for (std::string line; std::getline(std::cin, line);) {
+        const std::string reply = answer(line);
+        // The server answers before it has written to the others; when it answers once more, it has.
+        XSync(display, False);
+        std::cout << reply << std::endl;
+    }
     return 0;
 }
