@@ -189,9 +189,13 @@ TEST(Upstreams, ARedirectionIsNotFollowed)
 TEST(Upstreams, NobodyThereIsAFailureWithinTheLimit)
 {
     UpstreamConfig config = configFor("http://127.0.0.1:1");
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(OpenAIEngine(config).rewrite({"worse", {}}, soon()).code, "engine_unavailable");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 3s);
+    EXPECT_LE(
+        shortest(
+            3s,
+            [&] {
+                EXPECT_EQ(OpenAIEngine(config).rewrite({"worse", {}}, soon()).code, "engine_unavailable");
+            }),
+        3s);
 }
 
 TEST(Upstreams, AConnectionThatIsNotMadeInTimeIsTriedOnceMore)
@@ -223,12 +227,14 @@ TEST(Upstreams, AConnectionThatIsNotMadeInTimeIsTriedOnceMore)
 TEST(Upstreams, ASilentUpstreamIsLeftAfterItsLimitAndNotAskedTwice)
 {
     FakeUpstream upstream;
-    upstream.script({[](httplib::Response&) { std::this_thread::sleep_for(1s); }});
     UpstreamConfig config = configFor(upstream.origin());
     config.answerLimit = 200ms;
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(OpenAIEngine(config).rewrite({"worse", {}}, soon()).code, "engine_timeout");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 900ms);
+    const auto ask = [&] {
+        upstream.script({[](httplib::Response&) { std::this_thread::sleep_for(1s); }});
+        EXPECT_EQ(OpenAIEngine(config).rewrite({"worse", {}}, soon()).code, "engine_timeout");
+    };
+    EXPECT_LE(shortest(900ms, ask), 900ms);
+    EXPECT_TRUE(eventually([&] { return !upstream.requests().empty(); }));
     EXPECT_EQ(upstream.requests().size(), 1U);
 }
 
@@ -236,9 +242,11 @@ TEST(Upstreams, TheDeadlineOfTheWholeChainCounts)
 {
     FakeUpstream upstream;
     upstream.script({[](httplib::Response&) { std::this_thread::sleep_for(1s); }});
-    const auto start = std::chrono::steady_clock::now();
-    (void)OpenAIEngine(configFor(upstream.origin())).rewrite({"worse", {}}, start + 300ms);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 900ms);
+    const UpstreamConfig config = configFor(upstream.origin());
+    const auto ask = [&] {
+        (void)OpenAIEngine(config).rewrite({"worse", {}}, std::chrono::steady_clock::now() + 300ms);
+    };
+    EXPECT_LE(shortest(900ms, ask), 900ms);
 }
 
 TEST(Upstreams, RetryAfterIsHonoured)

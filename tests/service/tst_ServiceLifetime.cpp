@@ -20,14 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 TEST(Lifetime, StartsInLessThanASecond)
 {
-    auto best = Clock::duration::max(); // the machine may be busy with other tests
-    for (int i = 0; i < 5 && best >= 1s; ++i) {
-        const auto start = Clock::now();
-        const RunningService service;
-        EXPECT_EQ(service.get("/healthz")->status, 200);
-        best = std::min(best, Clock::now() - start);
-    }
-    EXPECT_LT(best, 1s);
+    EXPECT_LE(shortest(1s, [] { EXPECT_EQ(RunningService().get("/healthz")->status, 200); }), 1s);
 }
 
 TEST(Lifetime, KilledAtAnyMomentItLosesNoCountedRewrite)
@@ -86,15 +79,19 @@ TEST(Lifetime, SigtermFinishesWhatIsRunning)
 
 TEST(Lifetime, SigtermDoesNotWaitForIdleConnections)
 {
-    RunningService service;
-    const RawClient idle(service.port());
-    httplib::Client keptAlive("127.0.0.1", service.port());
-    keptAlive.set_keep_alive(true);
-    ASSERT_TRUE(keptAlive.Get("/healthz"));
-    const auto start = Clock::now();
-    service.signal(SIGTERM);
-    EXPECT_EQ(service.wait(), 0);
-    EXPECT_LT(Clock::now() - start, 1s);
+    auto best = Clock::duration::max(); // a busy machine delays only some of them
+    for (int i = 0; i < 5 && best >= 1s; ++i) {
+        RunningService service;
+        const RawClient idle(service.port());
+        httplib::Client keptAlive("127.0.0.1", service.port());
+        keptAlive.set_keep_alive(true);
+        ASSERT_TRUE(keptAlive.Get("/healthz"));
+        const auto start = Clock::now();
+        service.signal(SIGTERM);
+        EXPECT_EQ(service.wait(), 0);
+        best = std::min(best, Clock::now() - start);
+    }
+    EXPECT_LT(best, 1s);
 }
 
 TEST(Lifetime, SigtermRightAfterTheStartEndsItToo)

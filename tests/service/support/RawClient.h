@@ -17,7 +17,7 @@ public:
     /// Returns false when the other side is gone.
     bool send(const std::string& bytes) const;
     /// Everything until the other side closes, or until nothing came for `patience`.
-    [[nodiscard]] std::string receive(std::chrono::milliseconds patience = std::chrono::seconds(5)) const;
+    [[nodiscard]] std::string receive(std::chrono::milliseconds patience = std::chrono::seconds(30)) const;
     void closeWriting() const;
 
 private:

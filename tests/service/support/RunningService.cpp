@@ -145,6 +145,7 @@ Answer RunningService::post(const std::string& body, const httplib::Headers& hea
 httplib::Result RunningService::get(const std::string& path) const
 {
     httplib::Client client("127.0.0.1", port_);
+    client.set_read_timeout(60);
     return client.Get(path);
 }
 

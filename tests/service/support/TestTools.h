@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -31,7 +32,11 @@ private:
 /// The body of a rewrite request.
 [[nodiscard]] std::string rewriteBody(const std::string& text, const std::string& instruction = {});
 [[nodiscard]] std::string readWhole(const std::string& file);
-/// Waits until `condition` holds, at most ten seconds. Returns whether it does.
+/// Waits until `condition` holds, at most a minute: a busy machine may be that slow. Returns whether it does.
 [[nodiscard]] bool eventually(const std::function<bool()>& condition);
+/// The shortest of up to five runs of `work`; ends as soon as one keeps within `limit`. What the work itself
+/// takes it takes in every run, while a busy machine delays only some of them.
+[[nodiscard]] std::chrono::milliseconds shortest(std::chrono::milliseconds limit,
+                                                 const std::function<void()>& work);
 
 } // namespace quillmarsh::service::test
