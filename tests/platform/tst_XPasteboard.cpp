@@ -525,6 +525,18 @@ private slots:
         QVERIFY(!text);
     }
 
+    void aReadingDoesNotKeepTheThread()
+    {
+        ClipboardPeer peer(Manners::Silent);
+        peer.own("text");
+        auto reading = pasteboard_->string();
+        QTRY_COMPARE(peer.asked, QByteArrayList{"UTF8_STRING"});
+        const std::weak_ptr<XWorker> worker = worker_;
+        tearDown();
+        QVERIFY(worker.expired()); // it has waited for its thread
+        QVERIFY(!runTask(std::move(reading)));
+    }
+
     void aReadingOutlivesItsPasteboard()
     {
         ClipboardPeer peer(Manners::Silent);

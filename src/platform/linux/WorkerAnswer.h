@@ -9,7 +9,9 @@
 namespace quillmarsh {
 
 /// Awaits a job of the worker that answers through a callback, once, from the worker's thread; the flow goes
-/// on in the main thread.
+/// on in the main thread. The worker answers what is open as it ends; an answer that kept it alive would,
+/// when the event loop is over and nobody is resumed any more, leave its thread running into the
+/// application's end.
 template <typename Value>
 class WorkerAnswer final
 {
@@ -17,21 +19,18 @@ public:
     using Reply = std::function<void(Value)>;
     using Job = std::function<void(XWorker::Parts&, Reply)>;
 
-    WorkerAnswer(std::shared_ptr<XWorker> worker, Job job) : worker_(std::move(worker)), job_(std::move(job))
-    {}
+    /// `worker` is asked as the wait begins and may be gone when it ends.
+    WorkerAnswer(XWorker& worker, Job job) : worker_(worker), job_(std::move(job)) {}
 
     [[nodiscard]] bool await_ready() const noexcept { return false; }
 
     void await_suspend(std::coroutine_handle<> flow)
     {
         // The worker's own copy of the job: the flow may be resumed before post() has returned.
-        worker_->post([this, flow, job = job_](XWorker::Parts& parts) {
+        worker_.post([this, flow, job = job_](XWorker::Parts& parts) {
             job(parts, [this, flow](Value value) {
-                auto* const application = QCoreApplication::instance();
-                if (!application) // the process is ending and nobody waits any more
-                    return;
                 QMetaObject::invokeMethod(
-                    application,
+                    QCoreApplication::instance(),
                     [this, flow, answer = std::move(value)]() mutable {
                         value_.emplace(std::move(answer));
                         flow.resume();
@@ -44,7 +43,7 @@ public:
     Value await_resume() { return std::move(*value_); }
 
 private:
-    std::shared_ptr<XWorker> worker_;
+    XWorker& worker_;
     Job job_;
     std::optional<Value> value_;
 };

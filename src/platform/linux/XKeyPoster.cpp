@@ -20,7 +20,7 @@ Task<std::optional<Time>> XKeyPoster::post(quint16 keyCode, quint64 flags)
         qCWarning(lcQuillmarsh, "Keys cannot be pressed for the user in this session");
         co_return std::nullopt;
     }
-    WorkerAnswer<std::optional<Time>> answer(worker_,
+    WorkerAnswer<std::optional<Time>> answer(*worker_,
                                              [keyCode, flags](XWorker::Parts& parts, const auto& reply) {
                                                  reply(parts.injector->post(keyCode, flags));
                                              });

@@ -15,7 +15,7 @@ Task<qint64> XPasteboard::changeCount()
     if (!worker_)
         co_return 0;
     WorkerAnswer<qint64> answer(
-        worker_, [](XWorker::Parts& parts, const auto& reply) { reply(parts.counter->count()); });
+        *worker_, [](XWorker::Parts& parts, const auto& reply) { reply(parts.counter->count()); });
     co_return co_await answer;
 }
 
@@ -24,7 +24,7 @@ Task<std::optional<QString>> XPasteboard::string()
     if (!worker_)
         co_return std::nullopt;
     WorkerAnswer<std::optional<QString>> answer(
-        worker_, [](XWorker::Parts& parts, const auto& reply) { parts.reader->read(reply); });
+        *worker_, [](XWorker::Parts& parts, const auto& reply) { parts.reader->read(reply); });
     co_return co_await answer;
 }
 
@@ -34,7 +34,7 @@ Task<bool> XPasteboard::setString(QString text)
         co_return false;
     const QByteArray utf8 = text.toUtf8();
     WorkerAnswer<bool> answer(
-        worker_, [utf8](XWorker::Parts& parts, const auto& reply) { reply(parts.owner->own(utf8)); });
+        *worker_, [utf8](XWorker::Parts& parts, const auto& reply) { reply(parts.owner->own(utf8)); });
     co_return co_await answer;
 }
 
@@ -42,7 +42,7 @@ Task<> XPasteboard::persist()
 {
     if (!worker_)
         co_return;
-    WorkerAnswer<bool> answer(worker_, [](XWorker::Parts& parts, const auto& reply) {
+    WorkerAnswer<bool> answer(*worker_, [](XWorker::Parts& parts, const auto& reply) {
         parts.owner->persist([reply] { reply(true); });
     });
     co_await answer;
