@@ -4,6 +4,8 @@
 //       when negative), with a long text in pieces; Control-V asks for the clipboard after READ ms and
 //       replaces the text in FILE by what it is handed; RECOPY ms after it lost the clipboard it copies
 //       another text, once, as if its user had
+//   clipboard-trouble left FILE WINDOW   such a field, whose user turns to that window as soon as it is asked
+//       for its text; it answers once that one is in front
 //   clipboard-trouble taker WAIT   claims the clipboard with the text "theirs", and once more WAIT ms after
 //   it
 //       loses it
@@ -26,6 +28,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -189,6 +192,48 @@ void runField(XEvent& event, const std::string& file, Delays& delays)
     }
 }
 
+Window activeWindow()
+{
+    Atom type = None;
+    int format = 0;
+    unsigned long count = 0, rest = 0;
+    unsigned char* bytes = nullptr;
+    XGetWindowProperty(display, DefaultRootWindow(display), atom("_NET_ACTIVE_WINDOW"), 0, 1, False,
+                       XA_WINDOW, &type, &format, &count, &rest, &bytes);
+    const Window active = count == 1 ? *reinterpret_cast<const Window*>(bytes) : None;
+    XFree(bytes);
+    return active;
+}
+
+void activate(Window other)
+{
+    XEvent message{};
+    message.xclient.type = ClientMessage;
+    message.xclient.window = other;
+    message.xclient.message_type = atom("_NET_ACTIVE_WINDOW");
+    message.xclient.format = 32;
+    message.xclient.data.l[0] = 2; // as a task bar asks
+    XSendEvent(display, DefaultRootWindow(display), False, SubstructureRedirectMask | SubstructureNotifyMask,
+               &message);
+}
+
+void runLeft(XEvent& event, const std::string& file, Window other)
+{
+    static std::vector<XSelectionRequestEvent> asked;
+    if (event.type == SelectionRequest) {
+        asked.push_back(event.xselectionrequest);
+        XSelectInput(display, DefaultRootWindow(display), PropertyChangeMask);
+        activate(other);
+    } else {
+        Delays delays{0, 0, 0, -1};
+        runField(event, file, delays);
+    }
+    if (activeWindow() != other)
+        return;
+    for (const auto& request : std::exchange(asked, {}))
+        answer(request);
+}
+
 void runTaker(XEvent& event, int wait)
 {
     static int claims = 0;
@@ -255,7 +300,7 @@ int main(int argc, char* argv[])
 {
     display = XOpenDisplay(nullptr);
     const std::string mode = argc > 1 ? argv[1] : "";
-    if (!display || (mode == "field" ? argc < 5 : argc != 3)) {
+    if (!display || (mode == "field" ? argc < 5 : argc != (mode == "left" ? 4 : 3))) {
         std::cerr << "clipboard-trouble: no display, or wrong arguments\n";
         return 1;
     }
@@ -277,6 +322,8 @@ int main(int argc, char* argv[])
     ownText.assign(std::istreambuf_iterator<char>(input), {});
     XStoreName(display, window, "Clipboard field");
     XMapWindow(display, window);
+    if (mode == "left")
+        runLoop([&](XEvent& event) { runLeft(event, file, std::stoul(argv[3])); });
     Delays delays{std::stoi(argv[3]), std::stoi(argv[4]), argc > 5 ? std::stoi(argv[5]) : 0,
                   argc > 6 ? std::stoi(argv[6]) : -1};
     runLoop([&](XEvent& event) { runField(event, file, delays); });
