@@ -88,7 +88,7 @@ def double_click(application, place=(200, 220)):
     application.settle()
     subprocess.run(["xdotool", "mousemove", "--window", str(harness.active_window()), x, y], check=True)
     application.settle()
-    subprocess.run(["xdotool", "click", "--repeat", "2", "--delay", "60", "1"], check=True)
+    application.keyboard.double_click()
     application.settle()
 
 
@@ -276,7 +276,7 @@ class Terminal:
             active = str(harness.active_window())
             return active in set(harness.windows(".*")) - before and int(active)
 
-        self.window = wait_until(opened, f"a window of {command[0]}", 60)
+        self.window = wait_until(opened, f"a window of {command[0]}")
 
     def settle(self):
         self.process.settle()
@@ -295,7 +295,7 @@ class Recorder(Terminal):
     def __init__(self, command, keyboard):
         self.log = pathlib.Path(tempfile.mkdtemp(dir=os.environ["HOME"])) / "received"
         super().__init__(command, keyboard, [sys.executable, str(APPLICATIONS / "signal-recorder.py"), str(self.log)])
-        wait_until(lambda: self.log.exists() and b"[ready]" in self.log.read_bytes(), "the program in the terminal", 60)
+        wait_until(lambda: self.log.exists() and b"[ready]" in self.log.read_bytes(), "the program in the terminal")
         self.process.settle()
 
     def received(self):

@@ -3,6 +3,7 @@
 //   down KEY…      press in this order            up KEY…        release in this order
 //   chord KEY…     press in order, release in reverse
 //   hold MS KEY…   the same, held for MS milliseconds; only then does the server repeat a held key
+//   double-click   where the pointer is, in one write: no machine is too slow for it
 //   grab KEY       another program's hot key: with Shift and Super, until "ungrab KEY"
 //   group          number of the active layout, from 0
 //   state          "modifiers=MASK locked=MASK keys=CODE,CODE…": what the server thinks is down
@@ -71,6 +72,13 @@ void chord(const std::vector<std::string>& keys, std::chrono::milliseconds durat
         press(*key, false);
 }
 
+void doubleClick()
+{
+    for (int event = 0; event < 4; ++event)
+        XTestFakeButtonEvent(display, Button1, event % 2 == 0, event == 0 ? 0 : 30);
+    XSync(display, False);
+}
+
 void hold(const std::vector<std::string>& keys, std::chrono::milliseconds duration)
 {
     repeatHeldKeys(true);
@@ -133,6 +141,8 @@ std::string answer(const std::string& line)
         return std::to_string(group());
     if (command == "chord") {
         chord(keys, std::chrono::milliseconds(20));
+    } else if (command == "double-click") {
+        doubleClick();
     } else if (command == "hold") {
         hold(keys, duration);
     } else if (command == "down" || command == "up") {
