@@ -106,7 +106,7 @@ class Field:
     def __init__(self, pages, keyboard, kind, text):
         self.pages, self.keyboard = pages, keyboard
         pages.show(kind, text)
-        wait_until(lambda: pages.ready == str(pages.number), f"the {kind} in front", 60)
+        wait_until(lambda: pages.ready == str(pages.number), f"the {kind} in front")
         self.settle()
 
     select = harness.Editor.select
@@ -134,7 +134,7 @@ class Browser:
         self.pages.show("textarea", "")
         self.process = harness.Process([*command, self.pages.origin])
         try:
-            wait_until(lambda: self.pages.ready, f"{name} to show the page", 90)
+            wait_until(lambda: self.pages.ready, f"{name} to show the page", 180)
         except AssertionError:
             self.close()
             raise
@@ -201,8 +201,8 @@ class Writer:
         self.process = harness.Process(["soffice", "--norestore", "--nologo", "--nofirststartwizard",
                                         f"-env:UserInstallation=file://{home}/office", "--writer", name])
         pattern = pathlib.Path(name).name
-        window = wait_until(lambda: harness.windows(pattern), "a window of Writer", 90)
-        wait_until(lambda: str(harness.active_window()) in harness.windows(pattern), f"Writer {window} in front", 20)
+        window = wait_until(lambda: harness.windows(pattern), "a window of Writer", 180)
+        wait_until(lambda: str(harness.active_window()) in harness.windows(pattern), f"Writer {window} in front")
         time.sleep(2)
         self.settle()
 

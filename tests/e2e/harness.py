@@ -26,9 +26,10 @@ BUS_NAME = "com.quillmarsh.app"
 SEEN_FROM_OUTSIDE = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
 
 
-def wait_until(condition, what, limit=20.0):
-    """Polls `condition` until it holds and returns its value; fails loudly after `limit` seconds. Looks once more
-    then, as the machine itself may have stood still. `what` may be a function that tells it at the end."""
+def wait_until(condition, what, limit=60.0):
+    """Polls `condition` until it holds and returns its value; fails loudly after `limit` seconds, which only what
+    never comes is to reach on a slow machine. Looks once more then, as the machine itself may have stood still. `what`
+    may be a function that tells it at the end."""
     deadline = time.monotonic() + limit
     is_last = False
     while not (value := condition()):
@@ -39,7 +40,7 @@ def wait_until(condition, what, limit=20.0):
     return value
 
 
-def wait_for(read, wanted, limit=20.0):
+def wait_for(read, wanted, limit=60.0):
     """`read()` comes to be `wanted`; the message tells what it is instead."""
     wait_until(lambda: read() == wanted, lambda: f"{wanted!r}, which is {read()!r}", limit)
 
@@ -91,15 +92,8 @@ def is_on_bus(name):
                          "org.freedesktop.DBus.NameHasOwner", f"string:{name}")
 
 
-def status_icon():
-    """The middle of the product's icon once the bar shows it and leaves it where it is. Until the bar has docked it,
-    its window lies unmapped in a corner of the screen."""
-    place = docked_icon()
-    time.sleep(0.3)
-    return place if place == docked_icon() else None
-
-
 def docked_icon():
+    """The middle of the product's icon. Until the bar has docked it, its window lies unmapped in a corner."""
     for line in run("xwininfo", "-name", "tint2", "-tree").splitlines():
         if '"quillmarsh"' not in line:
             continue
@@ -112,20 +106,10 @@ def docked_icon():
     return None
 
 
-def click_status_icon(button=1):
-    x, y = wait_until(status_icon, "the status icon in the bar", 30)
-    run("xdotool", "mousemove", str(x), str(y), "click", str(button))
-
-
 def in_front(title):
     """The id of the window with such a title once it has the keyboard."""
     active = active_window()
     return str(active) in windows(title) and active
-
-
-def open_menu():
-    click_status_icon()
-    return wait_until(lambda: in_front("^Quillmarsh menu$"), "the menu with the keyboard")
 
 
 class Process:
@@ -144,7 +128,7 @@ class Process:
     def is_running(self):
         return self.process.poll() is None
 
-    def settle(self, limit=5):
+    def settle(self, limit=20):
         """Waits until it has taken in what it was sent: in a dozen looks in a row nothing of it was busy. For what
         never rests no longer than `limit` seconds."""
         deadline = time.monotonic() + limit
@@ -169,7 +153,7 @@ class Process:
         fields = stat.read_text(errors="replace").rpartition(")")[2].split()
         return fields[0], int(fields[3])
 
-    def stop(self, limit=20):
+    def stop(self, limit=60):
         if self.is_running():
             os.killpg(self.process.pid, signal.SIGTERM)
         try:
@@ -204,6 +188,10 @@ class Keyboard:
     def up(self, keys):
         assert self.ask(f"up {keys}") == "ok"
 
+    def double_click(self):
+        """With the mouse."""
+        assert self.ask("double-click") == "ok"
+
     def grab(self, key, on):
         """Takes the key with Shift and Super as another program's hot key, or gives it back."""
         assert self.ask(f"{'grab' if on else 'ungrab'} {key}") == "ok"
@@ -220,7 +208,7 @@ class Keyboard:
                    lambda: f"every key to be up: {self.state()}")
 
     def stop(self):
-        self.process.communicate(timeout=20)
+        self.process.communicate(timeout=60)
 
 
 class BackEnd:
@@ -312,7 +300,7 @@ class Product:
         self.process = Process([str(program), *arguments], log=self.log,
                                environment={"QT_QPA_PLATFORM": "xcb", **(environment or {})})
         if wait_for:
-            wait_until(lambda: wait_for in self.log_text() or not self.process.is_running(), "the product's start", 60)
+            wait_until(lambda: wait_for in self.log_text() or not self.process.is_running(), "the product's start")
             assert self.process.is_running(), self.log_text()
         return self
 
@@ -326,6 +314,20 @@ class Product:
         """How many rewrites it has completed. Once one is, its keys are sent and the next may begin."""
         count = re.search(r"^completedRewriteCount=(\d+)", self.defaults.read_text(), re.MULTILINE)
         return int(count.group(1)) if count else 0
+
+    def status_icon(self):
+        """The middle of its icon once the bar shows it and has left it where it is."""
+        place = docked_icon()
+        self.tray.settle()
+        return place if place == docked_icon() else None
+
+    def click_status_icon(self, button=1):
+        x, y = wait_until(self.status_icon, "the status icon in the bar")
+        run("xdotool", "mousemove", str(x), str(y), "click", str(button))
+
+    def open_menu(self):
+        self.click_status_icon()
+        return wait_until(lambda: in_front("^Quillmarsh menu$"), "the menu with the keyboard")
 
     def stop(self):
         status = self.process.stop() if self.process else 0
@@ -348,7 +350,7 @@ class Editor:
         arguments = [str(part).format(file=self.file, keys=key_log) for part in command]
         self.process = Process(arguments, environment={"GTK_CSD": "0"})
         pattern = title.format(name=self.file.name)
-        self.window = wait_until(lambda: in_front(pattern), f"a window {pattern} in front", 60)
+        self.window = wait_until(lambda: in_front(pattern), f"a window {pattern} in front")
         self.settle()
 
     def settle(self):
@@ -421,7 +423,7 @@ class FakeOpenAI:
         return lines
 
     def stop(self):
-        self.process.communicate(timeout=20)
+        self.process.communicate(timeout=60)
 
 
 class ScreenReader:
@@ -490,7 +492,7 @@ class Panel:
     def texts(self):
         return self.reader.texts("Quillmarsh", "Quillmarsh panel")
 
-    def expect(self, *texts, limit=20.0):
+    def expect(self, *texts, limit=60.0):
         wait_until(lambda: set(texts) <= self.texts(), lambda: f"{texts} on the panel, which has {self.texts()}", limit)
 
     def hold(self):

@@ -47,7 +47,7 @@ class ApplicationTest(unittest.TestCase):
     def test_without_a_status_bar_the_guide_comes_forward_once(self):
         product = self.product({"hasSeenModernOnboarding": "false"})
         product.start(bar=False)
-        wait_until(lambda: harness.windows("^Quillmarsh$"), "the settings window")
+        wait_until(lambda: harness.in_front("^Quillmarsh$"), "the settings window in front")
         editor = harness.text_field("one two", self.keyboard)
         try:
             end = time.monotonic() + 4  # the status bar is given up after three seconds
@@ -60,9 +60,9 @@ class ApplicationTest(unittest.TestCase):
 
     def test_the_icon_opens_the_menu(self):
         product = self.product().start()
-        wait_until(harness.status_icon, "the status icon in the bar", 30)
+        wait_until(product.status_icon, "the status icon in the bar")
         harness.screenshot("status-bar")
-        harness.open_menu()
+        product.open_menu()
         time.sleep(0.4)
         harness.screenshot("menu")
         state = harness.run("xprop", "-name", "Quillmarsh menu", "_NET_WM_STATE")
@@ -75,7 +75,7 @@ class ApplicationTest(unittest.TestCase):
 
     def test_a_right_click_lists_the_commands(self):
         product = self.product().start()
-        harness.click_status_icon(3)
+        product.click_status_icon(3)
         wait_until(lambda: harness.windows("^Quillmarsh commands$"), "the commands")
         product.process.settle()
         harness.screenshot("commands")
@@ -93,7 +93,7 @@ class ApplicationTest(unittest.TestCase):
         editor = harness.text_field("one two", self.keyboard)
         try:
             editor.select_all()
-            harness.open_menu()
+            product.open_menu()
             harness.ScreenReader().press("Quillmarsh", "Custom instruction…")
             product.process.settle()
             subprocess.run(["xdotool", "type", "--delay", "20", " make it loud "], check=True)
@@ -143,15 +143,14 @@ class ApplicationTest(unittest.TestCase):
         self.assertIn("{broken", product.defaults.read_text())
 
     def test_it_ends_in_order_when_told_to(self):
-        """And soon: within three seconds, which a busy machine may miss twice."""
-        lasted = []
-        while not lasted or lasted[-1] > 3:
-            self.assertLess(len(lasted), 3, lasted)
-            product = self.product().start()
-            began = time.monotonic()
-            self.assertEqual(product.stop(), 0)
-            lasted.append(time.monotonic() - began)
-            self.assertIn("Event tap stopped", product.log_text())
+        """And soon: within three seconds, or on a slow machine within the time that its start took."""
+        product = self.product()
+        began = time.monotonic()
+        product.start()
+        started = time.monotonic()
+        self.assertEqual(product.stop(), 0)
+        self.assertLess(time.monotonic() - started, max(3, started - began))
+        self.assertIn("Event tap stopped", product.log_text())
 
 
 if __name__ == "__main__":

@@ -286,7 +286,7 @@ class Display(unittest.TestCase):
 
     def check_menu(self):
         set_layouts("ru")
-        harness.open_menu()
+        self.product.open_menu()
         self.expect_keys("⇧⌘Й", "menu item")
         self.keyboard.chord("Escape")
         wait_until(lambda: not harness.windows("^Quillmarsh menu$"), "the menu to close")

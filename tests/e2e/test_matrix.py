@@ -98,7 +98,7 @@ class Terminals(matrix.MatrixTest):
         show = "for i in 1 2 3 4 5 6 7 8 9 10 11 12 13 14; do echo words-words-words-words-words; done"
         program = ["sh", "-c", f"{show}; : >{ready}; exec dash"]
         with contextlib.closing(Terminal(command, self.keyboard, program)) as terminal:
-            wait_until(ready.exists, "the words in the terminal", 60)
+            wait_until(ready.exists, "the words in the terminal")
             with self.case(name, NOT_RUN, outcome="left on the clipboard"):
                 self.back_end.answer = lambda text: (200, {"text": f"touch {marker}\nls\n"})
                 terminal.select_word()

@@ -105,7 +105,7 @@ class UpdateTest(unittest.TestCase):
                                                          "QUILLMARSH_TEST_CODESIGN_ANCHOR": anchor})
 
     def click(self, name):
-        x, y = wait_until(lambda: self.place(name), f"the button “{name}”", 60)
+        x, y = wait_until(lambda: self.place(name), f"the button “{name}”")
         harness.run("xdotool", "mousemove", str(x), str(y), "click", "1")
 
     def place(self, name):
@@ -124,7 +124,7 @@ class UpdateTest(unittest.TestCase):
         """The copy in Applications runs, and it alone; another start only brings it forward."""
         wait_until(lambda: not self.product.process.is_running(), "the end of the old copy")
         self.assertEqual(self.product.process.process.returncode, 0, self.product.log_text())
-        wait_until(lambda: self.product.log_text().count("Event tap started") == 2, "the shortcuts of the new copy", 60)
+        wait_until(lambda: self.product.log_text().count("Event tap started") == 2, "the shortcuts of the new copy")
         new = processes(self.executable)
         self.assertNotIn(old, new)
         self.assertEqual(len(new), 1)
@@ -140,7 +140,7 @@ class UpdateTest(unittest.TestCase):
         (self.site / "update.json").unlink()  # what the new copy finds at its own first check
         harness.screenshot("update-found")
         self.click("Install update")
-        wait_until(lambda: self.version() == "1.1", "the new version in its place", 60)
+        wait_until(lambda: self.version() == "1.1", "the new version in its place")
         wait_until(lambda: os.listdir(self.installed.parent) == ["Quillmarsh.app"], "an Applications folder without leftovers")
         self.assertEqual(processes(self.executable), [], "the old copy no longer runs from the installed place")
         harness.screenshot("update-installed")
