@@ -2,6 +2,7 @@
 #include <atomic>
 #include <csignal>
 #include <thread>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,17 @@ using Clock = std::chrono::steady_clock;
 
 TEST(Lifetime, StartsInLessThanASecond)
 {
-    EXPECT_LE(shortest(1s, [] { EXPECT_EQ(RunningService().get("/healthz")->status, 200); }), 1s);
+    auto best = Clock::duration::max(); // the machine may be busy with other tests
+    for (int i = 0; i < 5 && best >= 1s; ++i) {
+        const auto before = timeWithoutProcessor(::getpid());
+        const auto start = Clock::now();
+        const RunningService service;
+        EXPECT_EQ(service.get("/healthz")->status, 200);
+        const auto waited =
+            timeWithoutProcessor(::getpid()) - before + timeWithoutProcessor(service.process());
+        best = std::min<Clock::duration>(best, Clock::now() - start - waited);
+    }
+    EXPECT_LT(best, 1s);
 }
 
 TEST(Lifetime, KilledAtAnyMomentItLosesNoCountedRewrite)

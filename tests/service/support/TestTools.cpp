@@ -90,4 +90,18 @@ std::chrono::milliseconds shortest(std::chrono::milliseconds limit, const std::f
     return best;
 }
 
+std::chrono::nanoseconds timeWithoutProcessor(int process)
+{
+    long long waited = 0;
+    std::error_code gone;
+    for (const auto& thread :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", gone)) {
+        long long ran = 0;
+        long long ready = 0;
+        std::ifstream(thread.path() / "schedstat") >> ran >> ready;
+        waited += ready;
+    }
+    return std::chrono::nanoseconds(waited);
+}
+
 } // namespace quillmarsh::service::test

@@ -38,5 +38,7 @@ private:
 /// takes it takes in every run, while a busy machine delays only some of them.
 [[nodiscard]] std::chrono::milliseconds shortest(std::chrono::milliseconds limit,
                                                  const std::function<void()>& work);
+/// How long the threads of a process were ready to run while other programs had the processors.
+[[nodiscard]] std::chrono::nanoseconds timeWithoutProcessor(int process);
 
 } // namespace quillmarsh::service::test
