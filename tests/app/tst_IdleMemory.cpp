@@ -37,7 +37,7 @@ private slots:
 
     void aSeriesOfRewritesCountsOnce()
     {
-        IdleMemory memory(options(60ms));
+        IdleMemory memory(options(1s)); // far longer than a busy machine stretches one of the waits
         QElapsedTimer sinceLast;
         for (int rewrite = 0; rewrite < 5; ++rewrite) {
             memory.giveBackLater();
@@ -45,7 +45,7 @@ private slots:
             QTest::qWait(20);
         }
         QTRY_COMPARE(times_, 1);
-        QVERIFY(sinceLast.elapsed() >= 59);
+        QVERIFY(sinceLast.elapsed() >= 950); // timers are coarse
         QTest::qWait(100);
         QCOMPARE(times_, 1);
     }

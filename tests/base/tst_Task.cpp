@@ -19,9 +19,10 @@ Task<qint64> sleepAndMeasure(std::chrono::milliseconds duration, std::stop_token
     co_return timer.elapsed();
 }
 
-Task<> failWith(bool cancelled)
+Task<> failWith(bool cancelled, int* failures)
 {
     co_await sleepFor(1ms);
+    ++*failures;
     if (cancelled)
         throw Cancelled();
     throw LocalizedError(QStringLiteral("secret text"));
@@ -102,9 +103,10 @@ private slots:
     {
         QTest::ignoreMessage(QtWarningMsg,
                              QRegularExpression(QStringLiteral("^A background task failed \\([^ ]*\\)$")));
-        detach(failWith(false));
-        detach(failWith(true));
-        QTest::qWait(50);
+        int failures = 0;
+        detach(failWith(false, &failures));
+        detach(failWith(true, &failures));
+        QTRY_COMPARE(failures, 2);
     }
 };
 

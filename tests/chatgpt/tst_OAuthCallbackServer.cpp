@@ -230,7 +230,7 @@ private slots:
         startServer();
         Client second(port_);
         QTRY_VERIFY(second.isConnected());
-        QTest::qWait(20); // accepted before the listener closes
+        QTRY_COMPARE(clock_.pending(), 2); // accepted before the listener closes
         const QByteArray response = exchange(port_, goodRequest);
         QCOMPARE(response, acceptedPage);
         const QByteArray body = response.mid(response.indexOf("\r\n\r\n") + 4);

@@ -50,12 +50,13 @@ private slots:
 
     void twoAtTheSameTime()
     {
-        OneShotRedirect redirect(target, {});
+        test::ManualAlarms clock;
+        OneShotRedirect redirect(target, {}, clock.alarms());
         const QUrl address = redirect.start().value();
         QTcpSocket second;
         second.connectToHost(QHostAddress(QHostAddress::LocalHost), static_cast<quint16>(address.port()));
         QTRY_COMPARE(second.state(), QTcpSocket::ConnectedState);
-        QTest::qWait(20); // accepted before the listener closes
+        QTRY_COMPARE(clock.pending(), 1); // accepted before the listener closes
         QVERIFY(ask(address, address.path()).startsWith("HTTP/1.1 302 "));
         second.write("GET " + address.path().toUtf8() + " HTTP/1.1\r\n\r\n");
         QTRY_COMPARE(second.state(), QTcpSocket::UnconnectedState);
