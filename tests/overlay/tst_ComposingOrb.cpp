@@ -2,6 +2,7 @@
 #include "overlay/DotPainter.h"
 #include "overlay/ThinkingOrb.h"
 
+#include <QPainter>
 #include <QTest>
 
 #include <algorithm>
@@ -44,6 +45,35 @@ double coverage(const QImage& image)
             sum += qAlpha(image.pixel(x, y)) / 255.0;
     }
     return sum;
+}
+
+/// The orb as a general painter draws it.
+QImage drawnOrb(const QSize& size, double time)
+{
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    const double side = std::min(size.width(), size.height());
+    painter.translate((size.width() - side) / 2, (size.height() - side) / 2);
+    painter.scale(side / 64, side / 64);
+    for (const Dot& dot : ComposingOrb::frame(time)) {
+        const auto grey = static_cast<int>(std::round((1 - std::min(dot.white, 1.0)) * 255));
+        painter.setBrush(QColor(grey, grey, grey));
+        painter.setOpacity(dot.alpha);
+        painter.drawEllipse(QPointF(dot.x, dot.y), dot.radius, dot.radius);
+    }
+    return image;
+}
+
+/// Per byte, on average.
+double difference(const QImage& a, const QImage& b)
+{
+    double sum = 0;
+    for (qsizetype i = 0; i < a.sizeInBytes(); ++i)
+        sum += std::abs(a.constBits()[i] - b.constBits()[i]);
+    return sum / static_cast<double>(a.sizeInBytes());
 }
 
 QImage disc(QPointF centre, double radius)
@@ -188,6 +218,22 @@ private slots:
         }
         QVERIFY2(lightest > 150, qPrintable(QString::number(lightest)));
         QCOMPARE(image.pixelColor(1, 1).alpha(), 0);
+    }
+
+    void itIsThePictureOfAGeneralPainter_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("square") << QSize(640, 640);
+        QTest::newRow("oblong") << QSize(400, 320);
+    }
+    void itIsThePictureOfAGeneralPainter()
+    {
+        QFETCH(QSize, size);
+        QImage image(size, QImage::Format_ARGB32_Premultiplied);
+        paintComposingOrb(image, 0.6);
+        const double apart = difference(image, drawnOrb(size, 0.6));
+        QVERIFY2(apart < 1, qPrintable(QString::number(apart)));
+        QVERIFY(difference(image, drawnOrb(size, 1.2)) > 3 * apart);
     }
 
     void theOrbIsCentredInAnOblongImage()
