@@ -132,6 +132,20 @@ private slots:
         QCOMPARE(fixture_->platform.accessibility->settingsOpened, 2);
     }
 
+    void theUserIsPromptedBeforeThePlaceOpens()
+    {
+        fixture_->platform.accessibility->trusted = false;
+        QStringList asked;
+        RewriteEnvironment environment = fixture_->environment();
+        environment.accessibilityRequest = [&asked] { asked << QStringLiteral("prompt"); };
+        environment.openAccessibilitySettings = [&asked] { asked << QStringLiteral("settings"); };
+        RewriteService service(true, environment,
+                               std::make_unique<HotkeyService>(*fixture_->platform.eventTaps,
+                                                               *fixture_->platform.accessibility));
+        service.requestAccessibility();
+        QCOMPARE(asked, QStringList({"prompt", "settings"}));
+    }
+
     void withoutShortcutsTheTapStops()
     {
         fixture_->makeService();
