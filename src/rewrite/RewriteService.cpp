@@ -252,7 +252,7 @@ Task<> RewriteService::leaveOnClipboard(QString result)
     const bool placed = co_await stage(self, clipboardService_.place(result));
     if (!placed)
         throw clipboardTaken();
-    completeOnClipboard();
+    complete(QStringLiteral("Copied to clipboard"), QStringLiteral("Paste it when you’re ready."));
 }
 
 RewriteService::Failure RewriteService::clipboardTaken()
@@ -266,11 +266,6 @@ void RewriteService::cancelRewrite()
     cancelled_ = true;
     rewriteTask_.request_stop();
     environment_.overlay.hide(false);
-}
-
-void RewriteService::completeOnClipboard()
-{
-    complete(QStringLiteral("Copied to clipboard"), QStringLiteral("Paste it when you’re ready."));
 }
 
 void RewriteService::complete(const QString& title, const QString& detail)

@@ -106,7 +106,6 @@ private:
     static Failure clipboardTaken();
 
     void cancelRewrite();
-    void completeOnClipboard();
     void complete(const QString& title, const QString& detail);
     void fail(const Failure& failure);
     void openSettings(SettingsSection destination);
