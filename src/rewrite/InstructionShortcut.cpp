@@ -92,28 +92,25 @@ std::optional<InstructionShortcut> fromJson(const QJsonValue& value)
 
 std::vector<InstructionShortcut> InstructionShortcut::defaultShortcuts()
 {
-    std::vector<InstructionShortcut> list;
-    list.push_back(
+    std::vector<InstructionShortcut> list{
         builtIn(QStringLiteral("Autocorrect"), "checkmark.circle",
                 QStringLiteral("Fix grammar, spelling, and punctuation errors. Preserve the original "
-                               "meaning, tone, style, and formatting.")));
-    list.back().keyCode = VirtualKey::r;
-    list.back().modifiersRaw = ModifierFlags::shift | ModifierFlags::command;
-    list.push_back(
+                               "meaning, tone, style, and formatting.")),
         builtIn(QStringLiteral("Formal"), "building.2",
                 QStringLiteral("Rewrite the text in a formal, professional tone. Fix any grammar or "
-                               "spelling errors.")));
-    list.push_back(builtIn(QStringLiteral("Casual"), "face.smiling",
-                           QStringLiteral("Rewrite the text in a casual, friendly tone. Fix any grammar or "
-                                          "spelling errors.")));
-    list.push_back(
+                               "spelling errors.")),
+        builtIn(QStringLiteral("Casual"), "face.smiling",
+                QStringLiteral("Rewrite the text in a casual, friendly tone. Fix any grammar or "
+                               "spelling errors.")),
         builtIn(QStringLiteral("Shorter"), "arrow.down.right.and.arrow.up.left",
                 QStringLiteral("Make the text more concise while preserving the key message. Remove "
-                               "unnecessary words and filler.")));
-    list.push_back(
+                               "unnecessary words and filler.")),
         builtIn(QStringLiteral("Longer"), "arrow.up.left.and.arrow.down.right",
                 QStringLiteral("Expand the text with more detail and explanation while keeping the same "
-                               "meaning and tone.")));
+                               "meaning and tone.")),
+    };
+    list.front().keyCode = VirtualKey::r;
+    list.front().modifiersRaw = ModifierFlags::shift | ModifierFlags::command;
     return list;
 }
 
