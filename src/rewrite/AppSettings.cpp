@@ -16,6 +16,12 @@ const QString shortcutsKey = QStringLiteral("instructionShortcuts");
 const QString unreadableShortcutsKey = QStringLiteral("instructionShortcuts.unreadable");
 const QString countKey = QStringLiteral("completedRewriteCount");
 
+/// None when what is stored cannot be read.
+std::optional<std::vector<InstructionShortcut>> storedShortcuts(const UserDefaults& store)
+{
+    return decodeShortcuts(store.data(shortcutsKey).value_or(QByteArray()));
+}
+
 /// Before a list of the user's goes over one that a later version wrote, or that somebody edited by hand.
 void keepUnreadableShortcuts(UserDefaults& store)
 {
@@ -55,10 +61,9 @@ void AppSettings::migrateLegacyProvider()
 
 void AppSettings::seedShortcuts()
 {
-    const std::optional<QByteArray> data = store_.data(shortcutsKey);
     if (!store_.contains(shortcutsKey))
         return setInstructionShortcuts(InstructionShortcut::defaultShortcuts());
-    const auto stored = decodeShortcuts(data.value_or(QByteArray()));
+    const auto stored = storedShortcuts(store_);
     if (!stored)
         qCWarning(lcQuillmarsh,
                   "Ignoring the stored writing actions: they cannot be read; they are kept as they are");
@@ -123,8 +128,7 @@ void AppSettings::select(AIConnectionChoice choice)
 const std::vector<InstructionShortcut>& AppSettings::instructionShortcuts() const
 {
     if (!cachedShortcuts_)
-        cachedShortcuts_ = decodeShortcuts(store_.data(shortcutsKey).value_or(QByteArray()))
-                               .value_or(std::vector<InstructionShortcut>());
+        cachedShortcuts_ = storedShortcuts(store_).value_or(std::vector<InstructionShortcut>());
     return *cachedShortcuts_;
 }
 
