@@ -65,15 +65,16 @@ void XPanelWindow::configure(QWindow& window)
 
 void XPanelWindow::orderFrontRegardless(QWindow& window)
 {
-    if (connection_ && isOnX11() && !window.handle()) {
+    if (!connection_ || !isOnX11()) {
+        window.show();
+        return;
+    }
+    if (!window.handle()) {
         window.create();
         describe(window);
     }
-    if (connection_ && isOnX11())
-        keepPictureWhileResizing(window);
+    keepPictureWhileResizing(window);
     window.show();
-    if (!connection_ || !isOnX11())
-        return;
     // Another override-redirect window may have come up since.
     constexpr uint32_t above = XCB_STACK_MODE_ABOVE;
     xcb_configure_window(connection_->get(), static_cast<xcb_window_t>(window.winId()),
