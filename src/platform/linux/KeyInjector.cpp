@@ -213,11 +213,7 @@ KeyInjector::Outcome KeyInjector::attempt(HotKeyGrabs::Injection& injection, qui
     const auto mask = hotKeys_.modifiers().mask(flags);
     if (!mask)
         return Outcome::NoSuchKey;
-    hotKeys_.releaseKeyboard();
-    hotKeys_.noteLifted(keysDown(connection_.get()));
-    liftModifiers({});
-    for (const xcb_keycode_t caught : hotKeys_.heldKeys())
-        fake(XCB_KEY_RELEASE, caught);
+    clearKeyboard();
     // Asked only after the first XTEST event, which brings the map of the XTEST keyboard into force; it may
     // be another than the real keyboard's (measured). And before the modifiers go down: what the user types
     // while they are down becomes a command.
@@ -249,6 +245,15 @@ KeyInjector::Outcome KeyInjector::attempt(HotKeyGrabs::Injection& injection, qui
     fake(XCB_KEY_PRESS, key);
     fake(XCB_KEY_RELEASE, key);
     return Outcome::Tapped;
+}
+
+void KeyInjector::clearKeyboard() const
+{
+    hotKeys_.releaseKeyboard();
+    hotKeys_.noteLifted(keysDown(connection_.get()));
+    liftModifiers({});
+    for (const xcb_keycode_t caught : hotKeys_.heldKeys())
+        fake(XCB_KEY_RELEASE, caught);
 }
 
 bool KeyInjector::isExactly(const XKeyState& expected) const

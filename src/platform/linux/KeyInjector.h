@@ -40,6 +40,7 @@ private:
     [[nodiscard]] std::optional<Time> pressPosition(quint16 keyCode, quint64 flags);
     template <typename FindKey>
     [[nodiscard]] Outcome attempt(HotKeyGrabs::Injection& injection, quint64 flags, FindKey findKey);
+    void clearKeyboard() const; ///< of what the user holds
     [[nodiscard]] bool isExactly(const XKeyState& expected) const;
     [[nodiscard]] bool keepGroup(unsigned group) const; ///< whether it had to be given back
     void lockGroup(unsigned group) const;
