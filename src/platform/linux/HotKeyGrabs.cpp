@@ -162,18 +162,17 @@ void HotKeyGrabs::giveBack(const Grab& grab)
 void HotKeyGrabs::refreshKeyboard()
 {
     const XModifiers fresh = XModifiers::fetch(connection_.get());
-    const bool sameBits = fresh.hasSameBits(modifiers_);
-    if (!sameBits) {
-        for (const Grab& grab : held_)
-            giveBack(grab);
-        held_.clear();
+    if (fresh.hasSameBits(modifiers_)) {
+        modifiers_ = fresh; // a modifier may be on another key now
+        return;
     }
+    qCInfo(lcQuillmarsh, "The keyboard's modifiers changed; taking the shortcuts anew");
+    for (const Grab& grab : held_)
+        giveBack(grab); // with the lock bits that it was taken with
+    held_.clear();
     modifiers_ = fresh;
-    if (!sameBits) {
-        qCInfo(lcQuillmarsh, "The keyboard's modifiers changed; taking the shortcuts anew");
-        apply();
-        reportLosses();
-    }
+    apply();
+    reportLosses();
 }
 
 void HotKeyGrabs::reportLosses()
