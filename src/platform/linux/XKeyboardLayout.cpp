@@ -62,6 +62,7 @@ XKeyboardLayout::XKeyboardLayout(std::shared_ptr<XConnection> connection)
     connect(&settle_, &QTimer::timeout, this, &XKeyboardLayout::refresh);
     watch();
     readKeymap();
+    readGroup();
     announced_ = everyCharacter();
 }
 
@@ -92,6 +93,10 @@ void XKeyboardLayout::readKeymap()
                                                  XKB_KEYMAP_COMPILE_NO_FLAGS));
     if (!keymap_)
         qCWarning(lcQuillmarsh, "The keyboard layout cannot be read");
+}
+
+void XKeyboardLayout::readGroup()
+{
     if (const auto state = XKeyState::fetch(connection_->get()))
         group_ = state->group;
 }
@@ -100,8 +105,7 @@ void XKeyboardLayout::refresh()
 {
     if (std::exchange(keymapIsStale_, false))
         readKeymap();
-    else if (const auto state = XKeyState::fetch(connection_->get()))
-        group_ = state->group;
+    readGroup();
     auto now = everyCharacter();
     if (now == announced_)
         return;

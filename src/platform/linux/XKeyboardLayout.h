@@ -39,6 +39,7 @@ private:
 
     void watch();
     void readKeymap();
+    void readGroup();
     void refresh();
     [[nodiscard]] std::vector<QString> everyCharacter() const;
 
