@@ -82,7 +82,7 @@ bool SelectionOwner::claim()
         if (owning_) {
             claimed_ = now;
             connection_.synchronize(); // so that the change counter knows of it
-            return owning_;
+            return true;
         }
     }
     qCWarning(lcQuillmarsh, "Another program keeps the clipboard");
@@ -175,18 +175,23 @@ void SelectionOwner::handleRequest(const xcb_selection_request_event_t& request)
     const bool current = owning_ && request.selection == connection_.atom("CLIPBOARD") &&
                          (request.time == XCB_CURRENT_TIME || !isJustBefore(request.time, placed_));
     const bool served = current && convert(request.requestor, request.target, property);
+    answer(request, served ? property : xcb_atom_t{XCB_ATOM_NONE});
+}
+
+void SelectionOwner::answer(const xcb_selection_request_event_t& request, xcb_atom_t property)
+{
     // Every event is 32 bytes on the wire; the structure is shorter.
     union {
         xcb_selection_notify_event_t notify;
         char wire[32];
-    } answer{};
-    answer.notify.response_type = XCB_SELECTION_NOTIFY;
-    answer.notify.time = request.time;
-    answer.notify.requestor = request.requestor;
-    answer.notify.selection = request.selection;
-    answer.notify.target = request.target;
-    answer.notify.property = served ? property : xcb_atom_t{XCB_ATOM_NONE};
-    xcb_send_event(connection_.get(), 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, answer.wire);
+    } event{};
+    event.notify.response_type = XCB_SELECTION_NOTIFY;
+    event.notify.time = request.time;
+    event.notify.requestor = request.requestor;
+    event.notify.selection = request.selection;
+    event.notify.target = request.target;
+    event.notify.property = property;
+    xcb_send_event(connection_.get(), 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, event.wire);
     xcb_flush(connection_.get());
 }
 

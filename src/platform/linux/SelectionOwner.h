@@ -45,6 +45,7 @@ public:
 private:
     void handle(const xcb_generic_event_t& event);
     void handleRequest(const xcb_selection_request_event_t& request);
+    void answer(const xcb_selection_request_event_t& request, xcb_atom_t property);
     void handleClear(const xcb_selection_clear_event_t& clear);
     void handleNewOwner(const xcb_xfixes_selection_notify_event_t& change);
     void reclaim();
