@@ -4,7 +4,6 @@ import QtQuick
 // The panel's colours: those of the product's windows.
 QtObject {
     readonly property color surface: "#ffffff"
-    readonly property color muted: "#f1f3f6"
     readonly property color ink: "#24272e"
     readonly property color secondary: "#69707c"
     readonly property color border: "#dce0e7"

@@ -82,11 +82,6 @@ QString XWindows::text(xcb_window_t window, const QByteArray& property) const
     return asText(answerTo(ask(window, connection_.atom(property))));
 }
 
-WindowClass XWindows::classOf(xcb_window_t window) const
-{
-    return asClass(answerTo(ask(window, XCB_ATOM_WM_CLASS)));
-}
-
 WindowIdentity XWindows::identityOf(xcb_window_t window) const
 {
     const auto windowClass = ask(window, XCB_ATOM_WM_CLASS);

@@ -38,7 +38,6 @@ public:
     /// The window that has the user's attention, per EWMH; without a window manager that tells, the top-level
     /// window around the input focus. XCB_NONE when there is none.
     [[nodiscard]] xcb_window_t active() const;
-    [[nodiscard]] WindowClass classOf(xcb_window_t window) const;
     /// One round trip for everything.
     [[nodiscard]] WindowIdentity identityOf(xcb_window_t window) const;
     /// Text of a property of any text type; empty when missing.
