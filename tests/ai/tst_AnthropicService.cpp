@@ -3,6 +3,7 @@
 #include "ai/JsonBody.h"
 #include "ai/SystemPrompt.h"
 #include "base/Http.h"
+#include "support/ClosesAtOnce.h"
 #include "support/CoroutineTest.h"
 #include "support/FailOnWarnings.h"
 #include "support/HttpTestServer.h"
@@ -191,13 +192,9 @@ private slots:
     {
         server_->stayMute();
         AnthropicService service(*session_);
-        std::stop_source stop;
-        Task<QString> rewriting = service.rewriteText(QStringLiteral("t"), key, {}, stop.get_token());
-        QTRY_COMPARE(count(), 1U);
-        const int closed = server_->closedConnectionCount();
-        stop.request_stop();
-        QVERIFY_EXCEPTION_THROWN(std::ignore = test::runTask(std::move(rewriting)), Cancelled);
-        QTRY_COMPARE_WITH_TIMEOUT(server_->closedConnectionCount(), closed + 1, 100);
+        QVERIFY(test::closesAtOnce(*server_, [&service](std::stop_token stop) {
+            return service.rewriteText(QStringLiteral("t"), key, {}, std::move(stop));
+        }));
     }
 
     void aStopBeforeTheStartSendsNothing()
@@ -215,11 +212,11 @@ private slots:
     void itWaitsForThirtySeconds()
     {
         server_->stayMute();
-        session_->haste = 300;
+        session_->haste = 30; // a second, for the request to arrive on a busy machine too
         QCOMPARE(failure(), QStringLiteral("The request timed out."));
         session_->haste = 1;
         QCOMPARE(session_->timeouts.value(QStringLiteral("/v1/messages")), 30'000);
-        QCOMPARE(count(), 1U);
+        QTRY_COMPARE(count(), 1U);
     }
 
     void aBrokenConnectionIsNotTriedAgain()
