@@ -13,8 +13,9 @@ namespace quillmarsh {
 namespace {
 
 constexpr std::chrono::seconds preconnectTimeout{30};
-/// In bytes; more than any answer that is collected. Nothing is read beyond it, so that a server that never
-/// stops runs into the timeout.
+/// In bytes; more than any answer that is collected. Nothing more is received until somebody reads, so that a
+/// server that never stops runs into the timeout. Qt collects by itself, and without a limit but the timeout,
+/// a head, and the body of a 401, a 407 or a redirect that it follows.
 constexpr qint64 longestAnswer = 16 * 1024 * 1024;
 
 QString sentence(QNetworkReply::NetworkError code)
@@ -71,6 +72,19 @@ private:
     qint64 position_ = 0;
 };
 
+QNetworkReply* sendOnce(QNetworkAccessManager& session, const QByteArray& method, QNetworkRequest request,
+                        const QByteArray& body)
+{
+    if (body.isEmpty())
+        return session.sendCustomRequest(request, method);
+    auto device = std::make_unique<OneShotBody>(body);
+    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
+    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    QNetworkReply* reply = session.sendCustomRequest(request, method, device.get());
+    device.release()->setParent(reply);
+    return reply;
+}
+
 /// What answered did not speak HTTP, as opposed to nothing having answered.
 bool isForeignProtocol(QNetworkReply::NetworkError code)
 {
@@ -111,16 +125,23 @@ QNetworkRequest makeRequest(const QUrl& url, std::chrono::milliseconds timeout)
     return request;
 }
 
+void limitReadAhead(QNetworkReply& reply, qint64 bytes)
+{
+    // Queued behind the start of a request with a body, which does not look at what was set before it; and
+    // not when the answer begins, since a fast server fills a queue before the limit is heard of.
+    const auto limit = [raw = &reply, bytes] {
+        QMetaObject::invokeMethod(
+            raw, [raw, bytes] { raw->setReadBufferSize(bytes); }, Qt::QueuedConnection);
+    };
+    limit();
+    QObject::connect(&reply, &QNetworkReply::redirected, &reply, limit); // each of them is a request anew
+}
+
 QNetworkReply* startRequest(QNetworkAccessManager& session, const QByteArray& method, QNetworkRequest request,
                             const QByteArray& body)
 {
-    if (body.isEmpty())
-        return session.sendCustomRequest(request, method);
-    auto device = std::make_unique<OneShotBody>(body);
-    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
-    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-    QNetworkReply* reply = session.sendCustomRequest(request, method, device.get());
-    device.release()->setParent(reply);
+    QNetworkReply* reply = sendOnce(session, method, std::move(request), body);
+    limitReadAhead(*reply, longestAnswer);
     return reply;
 }
 
@@ -142,10 +163,6 @@ Task<HttpResponse> send(QNetworkAccessManager* session, QByteArray method, QNetw
 {
     throwIfStopped(stop);
     const ReplyHandle reply(startRequest(*session, method, request, body));
-    // Queued behind the start of a request with a body, which does not look at what was set before it; and
-    // not when the answer begins, since a fast server fills a queue before the limit is heard of.
-    QMetaObject::invokeMethod(
-        reply.get(), [raw = reply.get()] { raw->setReadBufferSize(longestAnswer); }, Qt::QueuedConnection);
     const std::stop_callback abortOnStop(stop, [guard = QPointer(reply.get())] {
         QMetaObject::invokeMethod(guard, &QNetworkReply::abort, Qt::QueuedConnection);
     });

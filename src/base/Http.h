@@ -38,8 +38,13 @@ struct HttpResponse
 /// origin), no cookies, HTTP/1.1. `timeout` is the longest time without a byte in either direction.
 [[nodiscard]] QNetworkRequest makeRequest(const QUrl& url, std::chrono::milliseconds timeout);
 
+/// Lets a new reply hold at most so many bytes that nobody has read yet. Qt would keep whatever comes, and a
+/// server faster than the reader would fill the memory.
+void limitReadAhead(QNetworkReply& reply, qint64 bytes);
+
 /// Sends `body` with `method`, once: when the connection ends without an answer, the reply fails instead of
-/// asking again, since the server may have counted the request. The caller owns the reply.
+/// asking again, since the server may have counted the request. The caller owns the reply, which holds at
+/// most 16 MiB that nobody has read.
 [[nodiscard]] QNetworkReply* startRequest(QNetworkAccessManager& session, const QByteArray& method,
                                           QNetworkRequest request, const QByteArray& body);
 

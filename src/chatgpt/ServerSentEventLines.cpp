@@ -34,6 +34,9 @@ bool ServerSentEventLines::dropMark(QByteArrayView& chunk)
 
 bool ServerSentEventLines::feed(QByteArrayView chunk, const Handler& handler)
 {
+    received_ += chunk.size();
+    if (received_ > longestStream)
+        throw AIError::invalidResponse();
     QByteArray beginning;
     if (atStart_) {
         if (!dropMark(chunk))

@@ -16,6 +16,8 @@ namespace {
 
 /// The longest silence of the server that is borne.
 constexpr std::chrono::seconds downloadTimeout{60};
+/// In bytes, held in memory when the server is faster than the disk.
+constexpr qint64 longestReadAhead = 4 << 20;
 /// A release page redirects once or twice.
 constexpr int maximumRedirects = 5;
 
@@ -97,6 +99,7 @@ Task<> downloadFile(QNetworkAccessManager* session, QUrl url, QString path, std:
 {
     throwIfStopped(stop);
     const ReplyHandle reply(session->get(downloadRequest(url)));
+    limitReadAhead(*reply, longestReadAhead);
     FileSink sink(*reply, path, limit);
     const std::stop_callback abortOnStop(stop, [guard = QPointer(reply.get())] {
         QMetaObject::invokeMethod(guard, &QNetworkReply::abort, Qt::QueuedConnection);

@@ -1,5 +1,6 @@
 #include "base/Http.h"
 #include "support/CoroutineTest.h"
+#include "support/FloodServer.h"
 #include "support/HttpTestServer.h"
 
 #include <QNetworkAccessManager>
@@ -41,6 +42,26 @@ private slots:
                                  TransportError);
         QVERIFY(sent > 1024 * 1024);
         QVERIFY2(sent < 64 * 1024 * 1024, QByteArray::number(sent));
+    }
+
+    /// Nothing of it can be seen before its end: only the time-out ends it.
+    void aHeadWithoutEndRunsIntoTheTimeOut_data()
+    {
+        QTest::addColumn<QByteArray>("piece");
+        QTest::newRow("fields") << QByteArray("a: b\r\n").repeated(10'000);
+        QTest::newRow("one field") << QByteArray(65'536, 'x');
+    }
+    void aHeadWithoutEndRunsIntoTheTimeOut()
+    {
+        QFETCH(QByteArray, piece);
+        QNetworkAccessManager session;
+        const FloodServer server("HTTP/1.1 200 OK\r\na: ", piece);
+        const QNetworkRequest request = makeRequest(QUrl(server.origin()), 500ms);
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY_EXCEPTION_THROWN(std::ignore = runTask(send(&session, "POST", request, "x", {})),
+                                 TransportError);
+        QVERIFY2(timer.elapsed() < 5000, QByteArray::number(timer.elapsed()));
     }
 
     void aLargeAnswerIsCollected()

@@ -136,6 +136,16 @@ private slots:
             whole.feed(QByteArray(ServerSentEventLines::longestLine + 1, 'x') + '\n', take), AIError);
     }
 
+    void aStreamWithoutEndIsRefused()
+    {
+        ServerSentEventLines lines;
+        const auto take = [](QByteArrayView) { return true; };
+        const QByteArray block = QByteArray(1023, 'x') + '\n';
+        for (qsizetype size = 0; size < ServerSentEventLines::longestStream; size += block.size())
+            QVERIFY(lines.feed(block, take));
+        QVERIFY_EXCEPTION_THROWN(lines.feed("\n", take), AIError);
+    }
+
     void deltasAndTheCompletedText()
     {
         ResponsesStreamAccumulator accumulator;

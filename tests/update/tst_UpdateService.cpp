@@ -1,5 +1,8 @@
+#include "base/Http.h"
 #include "support/CoroutineTest.h"
 #include "support/FakePlatform.h"
+#include "support/FloodServer.h"
+#include "support/HttpTestServer.h"
 #include "support/ImpatientSession.h"
 #include "support/Shortest.h"
 #include "update/BundleFixture.h"
@@ -304,6 +307,52 @@ private slots:
         send(1000);
         runTask(downloadFile(session_.get(), url, path, {}, 1000));
         QCOMPARE(QFileInfo(path).size(), 1000);
+    }
+
+    /// Faster than any disk.
+    void aDownloadWithoutEndIsNotCollected_data()
+    {
+        QTest::addColumn<bool>("isRedirected");
+        QTest::newRow("at once") << false;
+        QTest::newRow("behind a redirect") << true;
+    }
+    void aDownloadWithoutEndIsNotCollected()
+    {
+        QFETCH(bool, isRedirected);
+        constexpr qint64 limit = 300 << 20;
+        const FloodServer flood("HTTP/1.1 200 OK\r\n\r\n", QByteArray(1 << 20, 'x'));
+        HttpTestServer redirecting;
+        redirecting.answer(302, {}, "Location: " + flood.origin().toLatin1() + "/\r\n");
+        const QUrl url(isRedirected ? redirecting.origin() : flood.origin());
+        const QString path = root_->filePath(QStringLiteral("tmp/archive"));
+        QVERIFY_EXCEPTION_THROWN(runTask(downloadFile(session_.get(), url, path, {}, limit)), UpdateError);
+        QVERIFY2(flood.sent() < limit + (48 << 20), QByteArray::number(flood.sent()));
+        QVERIFY(QFileInfo(path).size() <= limit);
+        QVERIFY(QFile::remove(path));
+    }
+
+    /// Qt follows a redirect only when it is whole.
+    void aRedirectWithoutEndRunsIntoTheTimeOut()
+    {
+        ImpatientSession session;
+        session.haste = 600;
+        const FloodServer flood("HTTP/1.1 302 Found\r\nLocation: /x\r\n\r\n", QByteArray(1 << 16, 'x'));
+        const QString path = root_->filePath(QStringLiteral("tmp/archive"));
+        QVERIFY_EXCEPTION_THROWN(runTask(downloadFile(&session, QUrl(flood.origin()), path, {})),
+                                 TransportError);
+        QCOMPARE(QFileInfo(path).size(), 0);
+    }
+
+    void aLongDownloadArrivesWhole()
+    {
+        HttpTestServer server;
+        const QByteArray archive = QByteArray("0123456789abcde").repeated(2 << 20);
+        server.answer(200, archive);
+        const QString path = root_->filePath(QStringLiteral("tmp/archive"));
+        runTask(downloadFile(session_.get(), QUrl(server.origin()), path, {}));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll() == archive);
     }
 
     void aNewerCopyThatCameMeanwhileStays()
