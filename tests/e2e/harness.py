@@ -496,7 +496,8 @@ class Panel:
         wait_until(lambda: set(texts) <= self.texts(), lambda: f"{texts} on the panel, which has {self.texts()}", limit)
 
     def hold(self):
-        """Rests the pointer where the panel appears: a success then stays until the pointer leaves."""
+        """Rests the pointer where the panel appears: what it tells then stays until the pointer leaves, however slowly
+        it is read."""
         run("xdotool", "mousemove", "640", "730")
         self.is_held = True
 

@@ -133,6 +133,7 @@ class MatrixTest(harness.RunningProduct):
     def rewrite_nothing(self, seconds=0.8):
         """The user is told that nothing is selected, and nothing is sent."""
         self.wait_for_no_panel()
+        self.panel.hold()
         self.rewrite()
         self.expect_no_request(seconds)
 

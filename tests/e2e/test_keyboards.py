@@ -130,6 +130,7 @@ class KeyboardTest(matrix.MatrixTest):
                     terminal.select_word()
                     if name in silent:
                         self.wait_for_no_panel()
+                        self.panel.hold()
                     self.press()
                     self.expect_from_terminal(name in silent)
                     wait_for(terminal.received, before + answer)

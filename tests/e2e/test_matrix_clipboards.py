@@ -70,6 +70,7 @@ class Clipboards(matrix.MatrixTest):
 
     def test_an_owner_that_dies(self):
         self.wait_for_no_panel()
+        self.panel.hold()
         with self.field(answer=-1) as editor:
             self.rewrite()
             wait_until(lambda: harness.selection_owner("CLIPBOARD") == editor.window, "the copy")
@@ -116,6 +117,8 @@ class Clipboards(matrix.MatrixTest):
         for wait in (0, 10, 25):
             with self.subTest(wait=wait), self.field(recopy=wait) as editor:
                 self.setUp()
+                self.wait_for_no_panel()
+                self.panel.hold()
                 self.rewrite()
                 self.back_end.expect_request()
                 wait_for(harness.clipboard, "copied by the user")

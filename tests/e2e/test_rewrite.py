@@ -71,6 +71,7 @@ class RewriteTest(harness.RunningProduct):
 
     def test_nothing_selected(self):
         self.editor = harness.text_field("one two", self.keyboard)
+        self.panel.hold()
         self.rewrite()
         self.panel.expect(*NOTHING_SELECTED)
         time.sleep(0.2)
@@ -81,6 +82,7 @@ class RewriteTest(harness.RunningProduct):
     def test_only_blanks_selected(self):
         self.editor = harness.text_field(" \n\t ", self.keyboard)
         self.editor.select_all()
+        self.panel.hold()
         self.rewrite()
         self.panel.expect(*NOTHING_SELECTED)
         self.assertEqual(self.back_end.requests, [])
@@ -88,6 +90,7 @@ class RewriteTest(harness.RunningProduct):
     def test_length_limit(self):
         self.editor = harness.text_field("👍🏽" * 10_001, self.keyboard)
         self.editor.select_all()
+        self.panel.hold()
         self.rewrite()
         self.panel.expect("Couldn’t rewrite", "Selected text is too long (max 10,000 characters)")
         self.assertEqual(self.back_end.requests, [])
@@ -132,6 +135,7 @@ class RewriteTest(harness.RunningProduct):
             # The user turns to the other one before it has told what it copied.
             left = [harness.BUILD / "bin" / "clipboard-trouble", "left", "{file}", str(other.window)]
             self.editor = harness.Editor(left, "Clipboard field", "one two", self.keyboard)
+            self.panel.hold()
             self.rewrite()
             self.panel.expect("Selection changed", "Return to your text and try the shortcut again.")
             self.assertEqual(self.back_end.requests, [])
@@ -142,6 +146,7 @@ class RewriteTest(harness.RunningProduct):
         self.editor = harness.text_field("one two", self.keyboard)
         self.editor.select_all()
         self.back_end.answer = lambda text: answer
+        self.panel.hold()
         self.rewrite()
         self.panel.expect("Couldn’t rewrite", detail)
         if shot:
@@ -249,8 +254,10 @@ class HindranceTest(unittest.TestCase):
     def test_without_a_provider_nothing_is_copied(self):
         self.start(provider="claude")
         self.open_editor()
+        panel = harness.Panel()
+        panel.hold()
         self.keyboard.chord(SHORTCUT)
-        harness.Panel().expect("Connect your AI", "Connect ChatGPT or add your own API key.", "Settings")
+        panel.expect("Connect your AI", "Connect ChatGPT or add your own API key.", "Settings")
         time.sleep(0.3)
         self.assertEqual(self.copies(), 0)
         self.assertEqual(self.editor.text(), "one two")
