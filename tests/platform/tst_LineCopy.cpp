@@ -30,6 +30,22 @@ class tst_LineCopy final : public QObject, private PasteboardFixture
 {
     Q_OBJECT
 
+private:
+    /// Reads until the witness was asked and answered long before it is too late; a busy machine may keep it
+    /// from that.
+    std::optional<QString> readWith(ClipboardPeer& witness)
+    {
+        std::optional<QString> text;
+        bool isInTime = false;
+        for (int round = 0; round < 5 && !isInTime; ++round) {
+            witness.lastAnswer.reset();
+            const auto begun = std::chrono::steady_clock::now();
+            text = read();
+            isInTime = witness.lastAnswer && *witness.lastAnswer < begun + std::chrono::milliseconds(150);
+        }
+        return text;
+    }
+
 private slots:
     void init() { setUp(); }
     void cleanup() { tearDown(); }
@@ -62,7 +78,7 @@ private slots:
         program.comeToFront(editor);
         lastSelection.select(primary);
         program.own(copied);
-        QCOMPARE(read(), selected ? std::optional(QString::fromUtf8(copied)) : std::nullopt);
+        QCOMPARE(readWith(lastSelection), selected ? std::optional(QString::fromUtf8(copied)) : std::nullopt);
     }
 
     void withoutAPrimarySelectionNothingIsSelected()
@@ -90,7 +106,7 @@ private slots:
         large.select(QByteArray(8 * 1024 * 1024, 'x'));
         large.pieceSize = 1024;
         kate.own(line);
-        VERIFY_TAKES_AT_MOST(200, [&] { QVERIFY(!read()); });
+        VERIFY_TAKES_AT_MOST(200, [&] { QVERIFY(!readWith(large)); });
     }
 
     void nobodyIsWaitedForLong_data()
@@ -131,7 +147,7 @@ private slots:
         QFETCH(bool, selected);
         ClipboardPeer browser;
         browser.own(std::map<QByteArray, QByteArray>{{"UTF8_STRING", line}, {target, note}});
-        QCOMPARE(read(), selected ? std::optional(QString::fromUtf8(line)) : std::nullopt);
+        QCOMPARE(readWith(browser), selected ? std::optional(QString::fromUtf8(line)) : std::nullopt);
     }
 
     void anOwnerThatIsSilentAboutTheNoteIsNotWaitedForLong()
