@@ -557,5 +557,8 @@ class RunningProduct(unittest.TestCase):
         self.completed = self.product.completed()
         self.keyboard.chord(keys)
 
+    def is_completed(self):
+        return self.product.completed() > self.completed
+
     def expect_completed(self):
-        wait_until(lambda: self.product.completed() > self.completed, "the rewrite to be completed")
+        wait_until(self.is_completed, "the rewrite to be completed")
