@@ -40,7 +40,7 @@ TEST(Lifetime, KilledAtAnyMomentItLosesNoCountedRewrite)
     std::atomic<int> delivered = 0;
     int started = 0;
     for (int round = 0; round < 8; ++round) {
-        RunningService service("[quota]\nlimit = 1000000\nperiod = month\n", {}, state.path("s"));
+        RunningService service("[quota]\nlimit = 1000000\n", {}, state.path("s"));
         std::atomic<bool> killed = false;
         std::vector<std::thread> clients;
         std::atomic<int> sent = 0;
@@ -61,7 +61,7 @@ TEST(Lifetime, KilledAtAnyMomentItLosesNoCountedRewrite)
         service.wait();
         started += sent;
     }
-    const RunningService service("[quota]\nlimit = 1000000\nperiod = month\n", {}, state.path("s"));
+    const RunningService service("[quota]\nlimit = 1000000\n", {}, state.path("s"));
     const long counted = 1'000'000 - service.rewrite("i am here").remaining() - 1;
     EXPECT_GT(delivered, 0);
     EXPECT_GE(counted, delivered) << "a delivered rewrite was not counted";
