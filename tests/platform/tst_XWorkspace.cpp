@@ -142,7 +142,7 @@ private slots:
             const auto front = workspace_->frontmostApplication();
             return front && front->processIdentifier == editor.processId();
         };
-        QTRY_VERIFY(isInFront());
+        QTRY_VERIFY_WITH_TIMEOUT(isInFront(), 30'000); // it loads its fonts first
         RunningApplication gone = *workspace_->frontmostApplication();
         const quint64 window = gone.window;
         gone.window = 0x7fffff0;
