@@ -58,7 +58,9 @@ void SettingsWindow::show()
         open();
         view_->show();
     } else {
-        view_->showNormal(); // also from a task list, and when it is just being closed
+        // Also from a task list, and when it is just being closed; a maximised window stays so.
+        view_->setWindowStates(view_->windowStates() & ~Qt::WindowMinimized);
+        view_->setVisible(true);
         view_->raise();
     }
     view_->requestActivate();

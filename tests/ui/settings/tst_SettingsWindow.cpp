@@ -361,6 +361,17 @@ private slots:
         expectTexts({"Writing assistant"});
     }
 
+    void comingForwardKeepsItMaximised()
+    {
+        driver_->open();
+        for (const Qt::WindowStates hidden : {Qt::WindowStates(), Qt::WindowStates(Qt::WindowMinimized)}) {
+            driver_->view().setWindowStates(Qt::WindowMaximized | hidden);
+            QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
+            driver_->window.show();
+            QCOMPARE(driver_->view().windowStates(), Qt::WindowStates(Qt::WindowMaximized));
+        }
+    }
+
     void anEmptyListInvites()
     {
         fixture_->rewrite.settings.setInstructionShortcuts({});
