@@ -284,7 +284,7 @@ TEST(Http, ACrowdOfUnfinishedRequestsKeepNobodyOutForLong)
     }
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(service.rewrite("i am here").status, 200);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 8s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
     EXPECT_LT(peakMemory(service), 400);
 }
 
