@@ -32,10 +32,10 @@ private slots:
         QTest::addColumn<QByteArray>("piece");
         QTest::addColumn<QString>("message");
         const QByteArray ok("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n");
-        const QByteArray delta = ModelStream::eventBytes(ModelStream::delta(QString(1000, u'x')));
+        const QByteArray delta = ModelStream::eventBytes(ModelStream::delta(QString(10'000, u'x')));
         const QString invalid = QStringLiteral("Invalid response from AI service");
-        QTest::newRow("comments") << ok << QByteArray(": and so on\n").repeated(4000) << invalid;
-        QTest::newRow("deltas") << ok << delta.repeated(60) << invalid;
+        QTest::newRow("comments") << ok << (':' + QByteArray(1022, 'x') + '\n').repeated(64) << invalid;
+        QTest::newRow("deltas") << ok << delta.repeated(6) << invalid;
         QTest::newRow("one line") << ok << QByteArray(65'536, 'x') << invalid;
         QTest::newRow("behind a refusal")
             << QByteArray("HTTP/1.1 500 Error\r\n\r\n") << QByteArray(65'536, 'x')
