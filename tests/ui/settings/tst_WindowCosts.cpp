@@ -1,3 +1,4 @@
+#include "support/Shortest.h"
 #include "ui/settings/WindowFixture.h"
 #include "ui/update/UpdateWindow.h"
 
