@@ -1,7 +1,10 @@
+#include "platform/ModifierFlags.h"
 #include "platform/linux/TerminalCheck.h"
 
 #include <QProcess>
 #include <QTest>
+
+#include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -54,6 +57,19 @@ private slots:
     {
         QVERIFY(!knownHabit({QStringLiteral("stardict"), QStringLiteral("Stellarium")}));
         QVERIFY(!knownHabit({}));
+    }
+
+    void aMotifWindowGetsTheInsertKeysOnly()
+    {
+        WindowIdentity motif;
+        motif.windowClass = {QStringLiteral("unheard-of"), QStringLiteral("UnheardOf")};
+        QCOMPARE(int(habitOf(motif)), int(Habit::Ordinary));
+        motif.isMotif = true;
+        QCOMPARE(int(habitOf(motif)), int(Habit::InsertKeys));
+        QCOMPARE(strokesFor(Gesture::Copy, Habit::InsertKeys),
+                 (std::vector<KeyStroke>{{XKB_KEY_Insert, ModifierFlags::control}}));
+        QCOMPARE(strokesFor(Gesture::Paste, Habit::InsertKeys),
+                 (std::vector<KeyStroke>{{XKB_KEY_Insert, ModifierFlags::shift}}));
     }
 
     void theMastersEndIsSeen()

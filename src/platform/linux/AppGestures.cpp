@@ -79,6 +79,8 @@ constexpr auto table = std::to_array<Entry>({
     {"gvim", Habit::Unsupported},
     {"neovide", Habit::Unsupported},
     {"nvim-qt", Habit::Unsupported},
+    // Control-C doubles the selected text, Control-Insert changes the way it types (measured).
+    {"xedit", Habit::Unsupported},
     // The keys go to a guest or a remote machine, whose clipboard arrives late or never.
     {"anydesk", Habit::Unsupported},
     {"org.remmina.remmina", Habit::Unsupported},
@@ -133,6 +135,8 @@ std::vector<KeyStroke> strokesFor(Gesture gesture, Habit habit)
         // A Cyrillic or Greek layout alone has no C; there the Insert keys work where the position of C on
         // another layout does not (measured with GTK and Qt).
         return {letter(gesture, control), insertKey(gesture)};
+    case Habit::InsertKeys:
+        return {insertKey(gesture)};
     case Habit::Mixed:
         // In its terminal Control-Insert copies or is an escape sequence, and Control-V quotes the next key;
         // Shift-Insert would paste the primary selection there.

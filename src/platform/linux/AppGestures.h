@@ -22,6 +22,7 @@ struct KeyStroke
 enum class Habit {
     Ordinary,    ///< Control-C and Control-V
     Mixed,       ///< Control-Insert and Control-V: a terminal is part of it, where Control-C interrupts
+    InsertKeys,  ///< Control-Insert and Shift-Insert: Control-C is typed over the selection
     Terminal,    ///< Control-Shift-C and -V: Control-C alone interrupts the program in it
     AltTerminal, ///< Control-Alt-C and -V, for the same reason
     CopyInsert,  ///< Control-Insert, as Control-C is a prefix key; nothing pastes over the selection

@@ -97,9 +97,12 @@ Habit habitOf(const WindowIdentity& target)
     const auto entry = entryOf({target.applicationId, name, instance, name.toLower(), instance.toLower()});
     if (entry && entry->categories.contains(QLatin1String("TerminalEmulator")))
         return Habit::Unsupported;
-    if (!hasPseudoTerminal(target.process))
-        return Habit::Ordinary;
-    return entry ? Habit::Mixed : Habit::Unsupported;
+    const bool hasTerminal = hasPseudoTerminal(target.process);
+    if (hasTerminal && !entry)
+        return Habit::Unsupported;
+    if (target.isMotif) // measured: its text widgets replace the selection with the control character
+        return Habit::InsertKeys;
+    return hasTerminal ? Habit::Mixed : Habit::Ordinary;
 }
 
 } // namespace quillmarsh

@@ -57,9 +57,12 @@ xcb_window_t XWindows::aroundFocus() const
 
 bool XWindows::hasProperty(xcb_window_t window, xcb_atom_t property) const
 {
-    xcb_connection_t* const connection = connection_.get();
-    const auto reply = replyOf<xcb_get_property_reply>(
-        connection, xcb_get_property(connection, 0, window, property, XCB_ATOM_ANY, 0, 0));
+    return exists(xcb_get_property(connection_.get(), 0, window, property, XCB_ATOM_ANY, 0, 0));
+}
+
+bool XWindows::exists(xcb_get_property_cookie_t question) const
+{
+    const auto reply = replyOf<xcb_get_property_reply>(connection_.get(), question);
     return reply && reply->type != XCB_ATOM_NONE;
 }
 
@@ -89,8 +92,15 @@ WindowIdentity XWindows::identityOf(xcb_window_t window) const
     const auto desktopFile = ask(window, connection_.atom("_KDE_NET_WM_DESKTOP_FILE"));
     const auto title = ask(window, connection_.atom("_NET_WM_NAME"));
     const auto process = askProcess(window);
-    WindowIdentity identity{asClass(answerTo(windowClass)), asText(answerTo(applicationId)),
-                            asText(answerTo(desktopFile)), asText(answerTo(title)), answerTo(process)};
+    // Every Motif shell sets it, nobody else does.
+    const auto motif = xcb_get_property(connection_.get(), 0, window, connection_.atom("_MOTIF_WM_MESSAGES"),
+                                        XCB_ATOM_ANY, 0, 0);
+    WindowIdentity identity{asClass(answerTo(windowClass)),
+                            asText(answerTo(applicationId)),
+                            asText(answerTo(desktopFile)),
+                            asText(answerTo(title)),
+                            answerTo(process),
+                            exists(motif)};
     if (identity.process == 0)
         identity.process = claimedProcess(window);
     return identity;

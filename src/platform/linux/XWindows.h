@@ -26,6 +26,7 @@ struct WindowIdentity
     QString desktopFile;   ///< of KDE, the name or the path of a desktop entry
     QString title;
     qint64 process = 0; ///< 0 when unknown
+    bool isMotif = false;
 };
 
 /// Questions about other programs' windows. Every answer is a short round trip; a window that is gone answers
@@ -54,6 +55,7 @@ public:
 private:
     [[nodiscard]] xcb_get_property_cookie_t ask(xcb_window_t window, xcb_atom_t property) const;
     [[nodiscard]] QByteArray answerTo(xcb_get_property_cookie_t question) const;
+    [[nodiscard]] bool exists(xcb_get_property_cookie_t question) const;
     [[nodiscard]] xcb_window_t aroundFocus() const;
     [[nodiscard]] bool hasProperty(xcb_window_t window, xcb_atom_t property) const;
     [[nodiscard]] xcb_res_query_client_ids_cookie_t askProcess(xcb_window_t window) const;
