@@ -3,6 +3,7 @@
 #include <QSocketNotifier>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
@@ -17,8 +18,10 @@ std::array<int, 2> pipeEnds{-1, -1};
 // A signal handler may do next to nothing; writing one byte is allowed.
 void wakeEventLoop(int)
 {
+    const int errorOfTheInterrupted = errno;
     const char byte = 0;
     [[maybe_unused]] const auto written = ::write(pipeEnds[1], &byte, 1);
+    errno = errorOfTheInterrupted;
 }
 
 } // namespace

@@ -105,7 +105,9 @@ std::error_code syncNow(const fs::path& path)
     for (fs::recursive_directory_iterator entry(path, error), end; !error && entry != end;
          entry.increment(error)) {
         // A link is part of its folder.
-        const std::error_code failure = entry->is_symlink() ? std::error_code() : syncEntry(entry->path());
+        std::error_code failure;
+        if (!entry->is_symlink(failure) && !failure)
+            failure = syncEntry(entry->path());
         if (failure)
             return failure;
     }
