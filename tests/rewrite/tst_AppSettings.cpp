@@ -19,6 +19,7 @@ class tst_AppSettings final : public QObject
 private slots:
     void init()
     {
+        store_.reset(); // it writes once more, into a folder that is still to be removed
         folder_ = std::make_unique<QTemporaryDir>();
         store_ = std::make_unique<UserDefaults>(path());
     }
