@@ -19,12 +19,19 @@ namespace {
 constexpr QSize windowSize(900, 660);
 constexpr QSize minimumSize(720, 520);
 
-/// Larger text needs a larger window, as far as the screen has the room.
+/// What `screen` has for a window's content below its title bar, whose height nobody knows before it is shown.
+QSize roomOn(const QScreen& screen)
+{
+    constexpr int titleBar = 40;
+    return screen.availableSize() - QSize(0, titleBar);
+}
+
+/// Larger text needs a larger window, as far as there is room.
 QSize withTextScale(QSize size, QSize room)
 {
     constexpr int ordinary = 100;
     const qreal scale = AppDesign::font(ordinary).pixelSize() / qreal(ordinary);
-    return (QSizeF(size) * scale).toSize().boundedTo(room).expandedTo(size);
+    return (QSizeF(size) * scale).toSize().boundedTo(room);
 }
 
 void registerSettingsTypes()
@@ -77,7 +84,7 @@ void SettingsWindow::open()
     registerSettingsTypes();
     auto window = std::make_unique<KitWindow>(u"Quillmarsh"_s);
     connect(window.get(), &KitWindow::closed, this, &SettingsWindow::release, Qt::QueuedConnection);
-    const QSize room = window->screen()->availableSize();
+    const QSize room = roomOn(*window->screen());
     window->setMinimumSize(withTextScale(minimumSize, room));
     window->takeMiddle(withTextScale(windowSize, room));
     view_ = std::move(window);

@@ -1,6 +1,7 @@
 #include "ui/settings/WindowFixture.h"
 
 #include <QAccessible>
+#include <QScreen>
 
 using namespace quillmarsh;
 using test::SettingsFixture;
@@ -38,6 +39,16 @@ private slots:
         driver_->open();
         QCOMPARE(driver_->view().title(), QStringLiteral("Quillmarsh"));
         expectTexts({"Getting started", "Your words, a little clearer.", "Step 1 of 3", "Connect"});
+    }
+
+    void theWindowFitsTheScreen()
+    {
+        driver_->open();
+        const QQuickView& window = driver_->view();
+        const QRect room = window.screen()->availableGeometry();
+        QVERIFY2(room.width() < 900, "the screen has to be narrower than the window would be");
+        QCOMPARE(window.size(), QSize(room.width(), 660));
+        QCOMPARE(window.minimumSize(), QSize(720, 520));
     }
 
     void everySectionShowsItsTexts_data()
