@@ -140,17 +140,18 @@ class Process:
     def is_busy(self):
         """Whether a thread of it runs, or waits for a processor or a disk."""
         states = []
-        for stat in pathlib.Path("/proc").glob("[0-9]*/stat"):
+        for process in filter(str.isdigit, os.listdir("/proc")):
             try:
-                if self.state_and_session(stat)[1] == self.pid:
-                    states += [self.state_and_session(task)[0] for task in stat.parent.glob("task/[0-9]*/stat")]
+                if self.state_and_session(f"/proc/{process}/stat")[1] == self.pid:
+                    tasks = os.listdir(f"/proc/{process}/task")
+                    states += [self.state_and_session(f"/proc/{process}/task/{task}/stat")[0] for task in tasks]
             except OSError:  # it has ended
                 continue
         return "R" in states or "D" in states
 
     @staticmethod
     def state_and_session(stat):
-        fields = stat.read_text(errors="replace").rpartition(")")[2].split()
+        fields = pathlib.Path(stat).read_text(errors="replace").rpartition(")")[2].split()
         return fields[0], int(fields[3])
 
     def stop(self, limit=60):
