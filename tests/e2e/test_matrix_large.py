@@ -43,7 +43,6 @@ class CodeEditors(matrix.MatrixTest):
         self.check_editor(name, lambda text: matrix.open_editor(name, text, self.keyboard),
                           check_nothing=self.check_unselected_line)
 
-
     def test_gvim(self):
         """Control-C would end its mode, and what he types next would be commands: no key is pressed in it."""
         name, outcome = "gvim", "“Select some text first”"
@@ -59,6 +58,32 @@ class CodeEditors(matrix.MatrixTest):
                 self.rewrite_nothing()
                 editor.select("x", "Escape")
                 self.expect_text(editor, "x" + DOCUMENT)
+
+
+class Toolkits(matrix.MatrixTest):
+    @classmethod
+    def setUpClass(cls):
+        matrix.require("default-jdk", "nedit", "xclip", "xdotool")
+        super().setUpClass()
+
+    def opener(self, name):
+        return lambda text: matrix.open_editor(name, text, self.keyboard)
+
+    def test_swing(self):
+        for name in ("Java Swing text area", "Java Swing text pane"):
+            self.check_editor(name, self.opener(name))
+        name = "Java Swing password field"
+        with contextlib.closing(self.opener(name)(SECRET)) as field:
+            self.setUp()
+            self.check_password(name, field, SECRET)
+
+    def test_motif(self):
+        """It knows no Unicode; its Control-C would be typed over the selection in some of its widgets."""
+        name = "NEdit (Motif)"
+        for check in (self.check_mouse, self.check_line_break, self.check_nothing):
+            with self.subTest(check.__name__):
+                self.setUp()
+                check(name, self.opener(name))
 
 
 class Office(matrix.MatrixTest):
