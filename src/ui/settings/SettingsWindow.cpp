@@ -19,7 +19,7 @@ namespace {
 constexpr QSize windowSize(900, 660);
 constexpr QSize minimumSize(720, 520);
 
-/// What `screen` has for a window's content below its title bar, whose height nobody knows before it is shown.
+/// What `screen` has for the content below a title bar, whose height nobody knows before the window is shown.
 QSize roomOn(const QScreen& screen)
 {
     constexpr int titleBar = 40;
