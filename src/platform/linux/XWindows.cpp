@@ -92,7 +92,7 @@ WindowIdentity XWindows::identityOf(xcb_window_t window) const
     const auto desktopFile = ask(window, connection_.atom("_KDE_NET_WM_DESKTOP_FILE"));
     const auto title = ask(window, connection_.atom("_NET_WM_NAME"));
     const auto process = askProcess(window);
-    // Every Motif shell sets it, nobody else does.
+    // Every Motif shell has it, and no window of another toolkit that was looked at.
     const auto motif = xcb_get_property(connection_.get(), 0, window, connection_.atom("_MOTIF_WM_MESSAGES"),
                                         XCB_ATOM_ANY, 0, 0);
     WindowIdentity identity{asClass(answerTo(windowClass)),
