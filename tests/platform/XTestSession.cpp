@@ -1,6 +1,7 @@
 #include "platform/XTestSession.h"
 
 #include "platform/linux/XKeyboard.h"
+#include "platform/linux/XWindows.h"
 #include "platform/linux/XWorker.h"
 #include "platform/linux/XcbXkb.h"
 
@@ -39,6 +40,21 @@ std::vector<xcb_keycode_t> setBits(const uint8_t* keys)
             down.push_back(static_cast<xcb_keycode_t>(key));
     }
     return down;
+}
+
+/// Window ids are used again: what the root window says of the new window may still be meant for one of the
+/// same id that has gone. The state that the window manager writes on the window itself is never an old one.
+void waitUntilManaged(const XConnection& connection, xcb_window_t window)
+{
+    const XWindows windows(connection);
+    const auto says = [&](xcb_window_t one, const QByteArray& property, xcb_atom_t type) {
+        return !windows.numbers(one, property, type).empty();
+    };
+    const auto isManaged = [&] { return says(window, "WM_STATE", connection.atom("WM_STATE")); };
+    const bool hasManager = says(connection.root(), "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW);
+    constexpr int longest = 60'000; // ms
+    if (hasManager && !QTest::qWaitFor(isManaged, longest))
+        qFatal("The window manager did not take a test's window");
 }
 
 } // namespace
@@ -159,6 +175,7 @@ xcb_window_t openInFront(XConnection& xConnection, const QByteArray& instance, c
     xcb_map_window(connection, window);
     xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
     xConnection.synchronize();
+    waitUntilManaged(xConnection, window);
     return window;
 }
 
