@@ -121,6 +121,7 @@ void MenuBarView::makeWindow()
 void MenuBarView::connectWindow()
 {
     if (QQuickItem* root = window_->rootObject()) {
+        connect(root, &QQuickItem::implicitWidthChanged, this, &MenuBarView::place);
         connect(root, &QQuickItem::implicitHeightChanged, this, &MenuBarView::place);
         connect(root, SIGNAL(dismissed()), this, SLOT(close()));
     }

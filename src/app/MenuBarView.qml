@@ -10,8 +10,16 @@ FocusScope {
     property bool isComposited: false
 
     readonly property real inset: 8
+    property real widestAction: 0
 
     signal dismissed()
+
+    function measure() {
+        let widest = 0
+        for (let index = 0; index < actions.count; ++index)
+            widest = Math.max(widest, actions.itemAt(index) ? actions.itemAt(index).implicitWidth : 0)
+        widestAction = widest
+    }
 
     function walk(forward) {
         const from = root.Window.window.activeFocusItem || root
@@ -20,7 +28,9 @@ FocusScope {
             next.forceActiveFocus(forward ? Qt.TabFocusReason : Qt.BacktabFocusReason)
     }
 
-    implicitWidth: 308
+    // Wider where the name of an action would not stand beside its shortcut, within reason.
+    implicitWidth: Math.round(Math.max(308 * AppDesign.textScale,
+                                       Math.min(420 * AppDesign.textScale, widestAction + 2 * inset)))
     implicitHeight: top.implicitHeight + list.contentHeight + bottom.implicitHeight + 2 * inset
     focus: true
 
@@ -121,7 +131,10 @@ FocusScope {
         spacing: 0
 
         Repeater {
+            id: actions
             model: root.menu.actions
+            onItemAdded: root.measure()
+            onItemRemoved: root.measure()
 
             AppMenuRow {
                 required property var modelData
@@ -132,6 +145,7 @@ FocusScope {
                 icon: modelData.icon
                 shortcut: modelData.shortcut
                 note: modelData.refusal
+                onImplicitWidthChanged: root.measure()
                 onClicked: root.menu.runAction(index)
             }
         }

@@ -39,6 +39,8 @@ private slots:
     void turningElsewhereCloses();
     void withoutTheKeyboardAnotherApplicationCloses();
     void theKeyboardIsInsistedOn();
+    void aLongNameHasRoom_data();
+    void aLongNameHasRoom();
     void taskBarsDoNotListIt();
     void oneClickTogglesOnce();
     void states();
@@ -322,6 +324,45 @@ void tst_MenuBarView::theKeyboardIsInsistedOn()
     QTRY_COMPARE(workspace.activated.size(), 1u);
     QCOMPARE(workspace.activated.front().window, quint64(denied.winId()));
     QCOMPARE(workspace.activated.front().processIdentifier, QCoreApplication::applicationPid());
+}
+
+void tst_MenuBarView::aLongNameHasRoom_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("widens");
+    QTest::newRow("short") << QStringLiteral("Formal") << false;
+    QTest::newRow("beside the shortcut") << QStringLiteral("Formal, for people whom I do not know") << true;
+    QTest::newRow("in two lines") << QStringLiteral(
+                                         "Formal, for people whom I do not know well or not at all yet")
+                                  << true;
+    QTest::newRow("one word") << QString(40, u'w') << true;
+}
+
+/// A name of an action can be read to its end beside the longest shortcut.
+void tst_MenuBarView::aLongNameHasRoom()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, widens);
+    const auto setSecond = [this](const QString& text) {
+        auto actions = fixture_->rewrites.settings.instructionShortcuts();
+        actions[1].name = text;
+        actions[1].keyCode = 36;
+        actions[1].modifiersRaw = 0x1E0000;
+        fixture_->rewrites.settings.setInstructionShortcuts(actions);
+    };
+    QQuickView* window = open();
+    QVERIFY(window);
+    const int usual = window->width();
+    setSecond(name);
+    settle(*window);
+    QCOMPARE(window->width() > usual, widens);
+    const QRect room = window->screen()->availableGeometry();
+    QVERIFY(room.contains(window->geometry()));
+    for (const QQuickItem* item : window->rootObject()->findChildren<QQuickItem*>())
+        QVERIFY(!item->property("truncated").toBool());
+    setSecond(QStringLiteral("Formal"));
+    settle(*window);
+    QCOMPARE(window->width(), usual);
 }
 
 void tst_MenuBarView::taskBarsDoNotListIt()

@@ -19,6 +19,9 @@ QtObject {
     // The outline of fields and cards; stronger where the desktop asks for contrast.
     readonly property color outline: increaseContrast ? secondary : border
 
+    // How much larger than usual the user wants text; what holds text grows with it.
+    readonly property real textScale: Design.font(100, Font.Normal).pixelSize / 100
+
     readonly property real disabledOpacity: 0.45
 
     readonly property int pressDuration: reduceMotion ? 0 : 120

@@ -10,7 +10,8 @@ Pressable {
     property string shortcut
     property string note
 
-    implicitWidth: 240
+    implicitWidth: lines.anchors.leftMargin + 26 + Math.ceil(name.implicitWidth) + lines.anchors.rightMargin
+                   + keys.implicitWidth + 10
     implicitHeight: Math.ceil(lines.implicitHeight) + 14
     opacity: enabled ? 1 : AppDesign.disabledOpacity
 
@@ -44,15 +45,20 @@ Pressable {
         }
 
         AppTextLine {
+            id: name
             width: parent.width
             text: row.text
+            wrapMode: Text.Wrap
+            maximumLineCount: 2
+            horizontalAlignment: Text.AlignLeft // beside its symbol, whichever way it reads
         }
-        AppText {
+        ShortcutSentence {
             width: parent.width
             text: row.note
+            shortcut: row.shortcut
             visible: text !== ""
             size: 11
-            color: AppDesign.secondary
+            tone: AppDesign.secondary
             Accessible.ignored: true
         }
     }

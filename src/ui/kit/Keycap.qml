@@ -8,6 +8,7 @@ RoundedBox {
     property string text
     // Without its frame it is the bare sign, as menus show shortcuts.
     property bool framed: true
+    property real size: framed ? 11 : 12
     property color tone: framed ? AppDesign.ink : AppDesign.secondary
     readonly property real content: symbol !== "" ? sign.size : Math.ceil(label.implicitWidth)
     readonly property var symbols: ({ "⌃": "control", "⌥": "option", "⇧": "shift", "⌘": "command" })
@@ -34,7 +35,7 @@ RoundedBox {
         anchors.centerIn: parent
         text: cap.text
         visible: cap.symbol === ""
-        font: AppDesign.monospaced(cap.framed ? 11 : 12)
+        font: AppDesign.monospaced(cap.size)
         color: cap.tone
         wrapMode: Text.NoWrap
         Accessible.ignored: true
@@ -44,7 +45,7 @@ RoundedBox {
         anchors.centerIn: parent
         visible: cap.symbol !== ""
         name: cap.symbol
-        size: cap.framed ? 13 : 12
+        size: Math.round(letter.font.pixelSize * (cap.framed ? 1.18 : 1)) // grows with the letters
         color: cap.tone
     }
 }

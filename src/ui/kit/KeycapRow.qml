@@ -6,6 +6,7 @@ Row {
 
     property string text
     property bool framed: true
+    property real size: framed ? 11 : 12
     property color tone: framed ? AppDesign.ink : AppDesign.secondary
     readonly property var keys: split(text)
 
@@ -32,6 +33,7 @@ Row {
             required property string modelData
             text: modelData
             framed: row.framed
+            size: row.size
             tone: row.tone
             Accessible.ignored: true
         }

@@ -36,7 +36,6 @@ qt_add_resources(quillmarsh_ui quillmarsh_settings_views
         settings/SettingsView.qml
         settings/ShortcutEditorView.qml
         settings/ShortcutRecorderView.qml
-        settings/ShortcutSentence.qml
         settings/TutorialConnect.qml
         settings/TutorialCustomize.qml
         settings/TutorialDemo.qml

@@ -1,5 +1,4 @@
 import QtQuick
-import "qrc:/quillmarsh/kit"
 
 // A sentence that names a shortcut. The combination is drawn, as few fonts have its signs.
 Flow {
@@ -28,11 +27,12 @@ Flow {
         KeycapRow {
             text: sentence.shortcut
             framed: false
+            size: sentence.size
             tone: sentence.tone
             Accessible.ignored: true
         }
         AppText {
-            text: sentence.pieces.length > 1 ? sentence.pieces[1].charAt(0) : "" // the punctuation stays with it
+            text: sentence.pieces.length > 1 ? sentence.pieces[1].charAt(0).trim() : "" // the punctuation stays with it
             size: sentence.size
             color: sentence.tone
             Accessible.ignored: true
