@@ -255,6 +255,7 @@ EDITORS = {
     "Java Swing text area": (["java", str(APPLICATIONS / "swing-text.java"), "{file}"], "Swing text", ()),
     "Java Swing text pane": (["java", str(APPLICATIONS / "swing-text.java"), "{file}", "pane"], "Swing text", ()),
     "Kate": (["kate", "--new", "{file}"], "{name}", SAVE),
+    "Motif text": ([str(harness.BUILD / "bin" / "motif-text"), "{file}"], "motif-text", ()),
     "mousepad (GTK 3)": (["mousepad", "--disable-server", "{file}"], "{name}", SAVE),
     "NEdit (Motif)": (["nedit", "{file}"], "{name}", SAVE),
     "Qt 6 password field": ([str(harness.BUILD / "bin" / "text-field"), "{file}", "--password"], "Text field", ()),

@@ -40,6 +40,14 @@ class Editors(matrix.MatrixTest):
     def test_gtk_4(self):
         self.check("GTK 4 text view")
 
+    def test_motif(self):
+        """It knows no Unicode, and would type Control-C over the selection."""
+        name = "Motif text"
+        for check in (self.check_mouse, self.check_line_break, self.check_nothing):
+            with self.subTest(check.__name__):
+                self.setUp()
+                check(name, self.opener(name))
+
     def test_passwords(self):
         for name in ("GTK 4 password entry", "Qt 6 password field"):
             with self.subTest(name), contextlib.closing(self.opener(name)(matrix.SECRET)) as field:
