@@ -6,9 +6,7 @@
 //       another text, once, as if its user had
 //   clipboard-trouble left FILE WINDOW   such a field, whose user turns to that window as soon as it is asked
 //       for its text; it answers once that one is in front
-//   clipboard-trouble taker WAIT   claims the clipboard with the text "theirs", and once more WAIT ms after
-//   it
-//       loses it
+//   clipboard-trouble taker WAIT   claims the clipboard with "theirs", and again WAIT ms after it loses it
 //   clipboard-trouble keeper WAIT   a clipboard manager that takes over each text WAIT ms after its copy
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
