@@ -42,19 +42,12 @@ QFont::Weight faceWeight(int weight)
     }
 }
 
-/// How much larger than usual the user wants text: 96 dots per inch is the usual on this scale.
-qreal textScale()
-{
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    return screen ? std::clamp(screen->logicalDotsPerInchY() / 96, 1.0, 2.0) : 1.0;
-}
-
 QFont sized(const QStringList& families, qreal size)
 {
     registerKitFontsOnce();
     QFont font;
     font.setFamilies(families);
-    font.setPixelSize(std::max(1, qRound(size * textScale())));
+    font.setPixelSize(std::max(1, qRound(size * AppDesign::textScale())));
     return font;
 }
 
@@ -105,6 +98,13 @@ QString AppDesign::faceName(int weight)
     default:
         return QStringLiteral("Outfit-Regular");
     }
+}
+
+// 96 dots per inch are the usual.
+qreal AppDesign::textScale()
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    return screen ? std::clamp(screen->logicalDotsPerInchY() / 96, 1.0, 2.0) : 1.0;
 }
 
 QFont AppDesign::font(qreal size, int weight)

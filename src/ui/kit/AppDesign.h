@@ -24,6 +24,7 @@ class AppDesign final : public QObject
     Q_PROPERTY(QColor accent READ accent CONSTANT)
     Q_PROPERTY(QColor accentSoft READ accentSoft CONSTANT)
     Q_PROPERTY(QColor success READ success CONSTANT)
+    Q_PROPERTY(qreal textScale READ textScale CONSTANT)
     Q_PROPERTY(bool reduceMotion READ reduceMotion NOTIFY appearanceChanged)
     Q_PROPERTY(bool increaseContrast READ increaseContrast NOTIFY appearanceChanged)
 
@@ -50,6 +51,8 @@ public:
     /// The face for a weight: "Outfit-Medium", "Outfit-SemiBold" and "Outfit-Bold" for exactly these weights,
     /// "Outfit-Regular" for any other.
     [[nodiscard]] static QString faceName(int weight);
+    /// How much larger than usual the user wants text, from 1 to 2.
+    [[nodiscard]] static qreal textScale();
     /// The kit font. `size` is that of a user with an ordinary text size; a larger one scales it.
     Q_INVOKABLE static QFont font(qreal size, int weight = QFont::Normal);
     /// The monospaced kit font, for shortcut text.

@@ -19,8 +19,8 @@ QtObject {
     // The outline of fields and cards; stronger where the desktop asks for contrast.
     readonly property color outline: increaseContrast ? secondary : border
 
-    // How much larger than usual the user wants text; what holds text grows with it.
-    readonly property real textScale: Design.font(100, Font.Normal).pixelSize / 100
+    // What holds text grows with it.
+    readonly property real textScale: Design.textScale
 
     readonly property real disabledOpacity: 0.45
 
@@ -34,6 +34,11 @@ QtObject {
 
     function monospaced(size) {
         return Design.monospaced(size)
+    }
+
+    // How far down something of this height stands beside the first line of a text of this size.
+    function besideLine(size, height) {
+        return Math.max(0, Math.round((1.26 * Design.font(size, Font.Normal).pixelSize - height) / 2))
     }
 
     function tint(color, opacity) {

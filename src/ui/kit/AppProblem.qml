@@ -11,7 +11,7 @@ Item {
 
     AppIcon {
         id: sign
-        y: 1
+        y: AppDesign.besideLine(label.size, size)
         name: "exclamationmark.circle"
         size: 17
     }

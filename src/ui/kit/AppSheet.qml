@@ -57,7 +57,7 @@ FocusTrap {
     RoundedBox {
         id: card
         anchors.centerIn: parent
-        width: Math.min(sheet.sheetWidth, sheet.width - 32)
+        width: Math.round(Math.min(sheet.sheetWidth * AppDesign.textScale, sheet.width - 32))
         height: Math.min(scroll.contentHeight, sheet.height - 32)
         radius: 16
         continuous: true

@@ -1,5 +1,7 @@
 #include "ui/kit/KitWindow.h"
 
+#include "ui/kit/AppDesign.h"
+
 #include <QScreen>
 
 namespace quillmarsh {
@@ -7,6 +9,13 @@ namespace quillmarsh {
 KitWindow::KitWindow(const QString& title)
 {
     setTitle(title);
+}
+
+QSize KitWindow::withTextScale(const QSize& size) const
+{
+    constexpr int titleBar = 40; // nobody knows its height before the window is shown
+    const QSize room = screen()->availableSize() - QSize(0, titleBar);
+    return (QSizeF(size) * AppDesign::textScale()).toSize().boundedTo(room);
 }
 
 void KitWindow::takeMiddle(const QSize& size)

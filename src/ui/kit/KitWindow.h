@@ -12,6 +12,8 @@ class KitWindow final : public QQuickView
 public:
     explicit KitWindow(const QString& title);
 
+    /// Larger text needs a larger window, as far as the screen has room.
+    [[nodiscard]] QSize withTextScale(const QSize& size) const;
     /// Takes this size, around the middle of what the desktop leaves free of the screen.
     void takeMiddle(const QSize& size);
 

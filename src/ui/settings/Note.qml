@@ -19,7 +19,7 @@ Item {
         name: note.symbol
         size: 14
         color: note.tone
-        y: Math.max(0, Math.round((label.font.pixelSize * 1.26 - size) / 2)) // beside the first line
+        y: AppDesign.besideLine(note.size, size)
     }
     AppText {
         id: label

@@ -95,7 +95,7 @@ AppScrollView {
                 AppSpinner {
                     running: view.isMissing
                     size: 14
-                    anchors { top: parent.top; topMargin: 2 }
+                    y: AppDesign.besideLine(waiting.size, size)
                 }
                 AppText {
                     id: waiting

@@ -12,7 +12,7 @@ Rectangle {
     SettingsSidebar {
         id: sidebar
         anchors { left: parent.left; top: parent.top; bottom: parent.bottom }
-        width: 216
+        width: Math.round(216 * (1 + AppDesign.textScale) / 2) // its margins and symbols stay as they are
         sections: view.models.sections
     }
     Rectangle {

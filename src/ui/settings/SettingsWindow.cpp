@@ -1,13 +1,11 @@
 #include "ui/settings/SettingsWindow.h"
 
-#include "ui/kit/AppDesign.h"
 #include "ui/kit/KitWindow.h"
 #include "ui/kit/Scene.h"
 #include "ui/settings/KeyCaptureView.h"
 #include "ui/settings/SettingsViewModels.h"
 #include "update/InstallationModel.h"
 
-#include <QScreen>
 #include <QtQml/qqml.h>
 
 namespace quillmarsh {
@@ -18,21 +16,6 @@ namespace {
 
 constexpr QSize windowSize(900, 660);
 constexpr QSize minimumSize(720, 520);
-
-/// What `screen` has for the content below a title bar, whose height nobody knows before the window is shown.
-QSize roomOn(const QScreen& screen)
-{
-    constexpr int titleBar = 40;
-    return screen.availableSize() - QSize(0, titleBar);
-}
-
-/// Larger text needs a larger window, as far as there is room.
-QSize withTextScale(QSize size, QSize room)
-{
-    constexpr int ordinary = 100;
-    const qreal scale = AppDesign::font(ordinary).pixelSize() / qreal(ordinary);
-    return (QSizeF(size) * scale).toSize().boundedTo(room);
-}
 
 void registerSettingsTypes()
 {
@@ -84,9 +67,8 @@ void SettingsWindow::open()
     registerSettingsTypes();
     auto window = std::make_unique<KitWindow>(u"Quillmarsh"_s);
     connect(window.get(), &KitWindow::closed, this, &SettingsWindow::release, Qt::QueuedConnection);
-    const QSize room = roomOn(*window->screen());
-    window->setMinimumSize(withTextScale(minimumSize, room));
-    window->takeMiddle(withTextScale(windowSize, room));
+    window->setMinimumSize(window->withTextScale(minimumSize));
+    window->takeMiddle(window->withTextScale(windowSize));
     view_ = std::move(window);
     load();
 }

@@ -104,7 +104,7 @@ Column {
             name: "exclamationmark.triangle"
             size: 14
             color: AppDesign.ink
-            y: 1
+            y: AppDesign.besideLine(owner.size, size)
         }
         ShortcutSentence {
             id: owner

@@ -26,7 +26,7 @@ Item {
     Column {
         anchors { horizontalCenter: parent.horizontalCenter; verticalCenter: parent.verticalCenter }
         visible: view.actions.count === 0
-        width: Math.min(320, parent.width - 64)
+        width: Math.min(320 * AppDesign.textScale, parent.width - 64)
         spacing: 6
 
         Rectangle {

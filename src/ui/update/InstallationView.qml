@@ -23,7 +23,7 @@ Rectangle {
         }
         Column {
             id: content
-            width: Math.min(parent.width, 560)
+            width: Math.min(parent.width, 560 * AppDesign.textScale)
             anchors.horizontalCenter: parent.horizontalCenter
             spacing: 18
 

@@ -38,9 +38,10 @@ void UpdateWindow::open()
     auto window = std::make_unique<KitWindow>(QStringLiteral("Quillmarsh Update"));
     connect(window.get(), &KitWindow::closed, this, &UpdateWindow::release, Qt::QueuedConnection);
     window->setFlags(Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
-    window->setMinimumSize(contentSize);
-    window->setMaximumSize(contentSize);
-    window->takeMiddle(contentSize);
+    const QSize size = window->withTextScale(contentSize);
+    window->setMinimumSize(size);
+    window->setMaximumSize(size);
+    window->takeMiddle(size);
     view_ = std::move(window);
     showScene(*view_, QStringLiteral("qrc:/quillmarsh/update/UpdatePromptView.qml"),
               {{QStringLiteral("prompt"), QVariant::fromValue(prompt_.get())}});

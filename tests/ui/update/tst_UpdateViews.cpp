@@ -2,6 +2,7 @@
 #include "support/CoroutineTest.h"
 #include "support/FailOnWarnings.h"
 #include "support/FakePlatform.h"
+#include "ui/kit/AppDesign.h"
 #include "ui/kit/KitTypes.h"
 #include "ui/kit/Screenshot.h"
 #include "ui/update/CannedNetwork.h"
@@ -54,6 +55,12 @@ public:
 
     QStringList presses;
 };
+
+/// As large as a window gets with the user's text size.
+QSize scaled(const QSizeF& size)
+{
+    return (size * AppDesign::textScale()).toSize();
+}
 
 /// The texts that can be seen below `item`.
 QStringList visibleTexts(const QQuickItem* item)
@@ -164,7 +171,7 @@ void tst_UpdateViews::theWindowOpensAndIsReleased()
     window.show();
     QPointer<QQuickView> first = window.view();
     QCOMPARE(first->title(), QStringLiteral("Quillmarsh Update"));
-    QCOMPARE(first->size(), QSize(470, 360));
+    QCOMPARE(first->size(), scaled({470, 360}));
     const QPoint middle = first->screen()->availableGeometry().center();
     QVERIFY((first->geometry().center() - middle).manhattanLength() <= 2);
     expectRaise();
@@ -250,7 +257,7 @@ void tst_UpdateViews::promptStates()
         prompt.insert(entry.key(), entry.value());
     const auto window =
         view(QStringLiteral("UpdatePromptView.qml"),
-             {{QStringLiteral("prompt"), QVariant::fromValue<QObject*>(&prompt)}}, {470, 360});
+             {{QStringLiteral("prompt"), QVariant::fromValue<QObject*>(&prompt)}}, scaled({470, 360}));
     QVERIFY(window);
     QStringList shown = visibleTexts(window->rootObject());
     QStringList expected = textsOf(prompt);
@@ -266,7 +273,7 @@ void tst_UpdateViews::promptKeys()
     RecordingPrompt prompt;
     const auto window =
         view(QStringLiteral("UpdatePromptView.qml"),
-             {{QStringLiteral("prompt"), QVariant::fromValue<QObject*>(&prompt)}}, {470, 360});
+             {{QStringLiteral("prompt"), QVariant::fromValue<QObject*>(&prompt)}}, scaled({470, 360}));
     QVERIFY(window);
     QTest::keyClick(window.get(), Qt::Key_Return);
     QCOMPARE(prompt.presses, QStringList()); // an update replaces the application: no key starts it unasked
@@ -280,7 +287,7 @@ void tst_UpdateViews::installationScreen()
 {
     InstallationModel model(environment_);
     const auto window = view(QStringLiteral("InstallationView.qml"),
-                             {{QStringLiteral("model"), QVariant::fromValue(&model)}}, {900, 660});
+                             {{QStringLiteral("model"), QVariant::fromValue(&model)}}, scaled({900, 660}));
     QVERIFY(window);
     QVERIFY(test::saveScreenshot(*window, QStringLiteral("installation")));
     auto* button = window->rootObject()->findChild<QQuickItem*>(QStringLiteral("openInstalled"));
