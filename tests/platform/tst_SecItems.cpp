@@ -4,6 +4,7 @@
 #include "support/FakePlatform.h"
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusInterface>
 #include <QDBusMetaType>
 #include <QDBusReply>
@@ -38,8 +39,15 @@ void lockDefaultCollection()
     QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
 }
 
+/// The name on the bus of the process that serves secrets; none while nobody does. No two are ever the same.
+QString secretService()
+{
+    return QDBusConnection::sessionBus().interface()->serviceOwner(QStringLiteral("org.freedesktop.secrets"));
+}
+
 void restartSecretService()
 {
+    const QString former = secretService();
     QProcess daemon;
     daemon.start(
         QStringLiteral("gnome-keyring-daemon"),
@@ -47,6 +55,12 @@ void restartSecretService()
     daemon.write("test");
     daemon.closeWriteChannel();
     QVERIFY(daemon.waitForFinished());
+    // It goes to the background before it serves; who asked now would have another one started, a locked one.
+    const auto isServing = [&former] {
+        const QString now = secretService();
+        return !now.isEmpty() && now != former;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isServing(), 60'000);
 }
 
 Task<qint64> timeOfReads(SecItems& items, int count)
