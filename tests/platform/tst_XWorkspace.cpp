@@ -62,6 +62,17 @@ private:
     std::shared_ptr<XConnection> connection_;
     std::unique_ptr<XWorkspace> workspace_;
 
+    /// What is in front, once it is this window: while the window manager turns to another, nothing may be.
+    RunningApplication awaitInFront(quint64 window)
+    {
+        std::optional<RunningApplication> front;
+        const auto isInFront = [&] {
+            front = workspace_->frontmostApplication();
+            return front && front->window == window;
+        };
+        return QTest::qWaitFor(isInFront) ? *front : RunningApplication{};
+    }
+
     /// Puts an "xdg-open" of our own first in the path.
     static void setOpener(const QByteArray& script)
     {
@@ -86,19 +97,18 @@ private slots:
         QTRY_COMPARE(activated.size(), 1);
         TargetWindow second("second", "Second");
         QTRY_COMPARE(activated.size(), 2);
-        const auto front = workspace_->frontmostApplication();
-        QVERIFY(front);
-        QCOMPARE(front->window, quint64{second.window()});
-        QCOMPARE(front->identifier, QStringLiteral("Second"));
-        QCOMPARE(front->localizedName, QStringLiteral("Second"));
-        QCOMPARE(front->processIdentifier, QCoreApplication::applicationPid());
+        const RunningApplication front = awaitInFront(second.window());
+        QCOMPARE(front.window, quint64{second.window()});
+        QCOMPARE(front.identifier, QStringLiteral("Second"));
+        QCOMPARE(front.localizedName, QStringLiteral("Second"));
+        QCOMPARE(front.processIdentifier, QCoreApplication::applicationPid());
         const auto announced = activated[0][0].value<RunningApplication>();
         QCOMPARE(announced.window, quint64{first.window()});
-        QTRY_COMPARE(workspace_->frontmostApplication()->window, quint64{second.window()});
 
         workspace_->activate(announced);
-        QTRY_COMPARE(workspace_->frontmostApplication()->window, quint64{first.window()});
-        QCOMPARE(workspace_->frontmostApplication()->localizedName, QStringLiteral("Schreiber"));
+        const RunningApplication again = awaitInFront(first.window());
+        QCOMPARE(again.window, quint64{first.window()});
+        QCOMPARE(again.localizedName, QStringLiteral("Schreiber"));
     }
 
     void nothingIsInFrontOfAnEmptyDesktop()
@@ -110,11 +120,11 @@ private slots:
     void aWindowWithoutAnyPropertyIsAnApplicationToo()
     {
         TargetWindow plain("", "");
-        QTRY_VERIFY(workspace_->frontmostApplication());
-        const auto front = workspace_->frontmostApplication();
-        QVERIFY(front->processIdentifier > 0);
-        QVERIFY(front->client != 0);
-        QVERIFY(isSameApplication(*front, *front));
+        const RunningApplication front = awaitInFront(plain.window());
+        QCOMPARE(front.window, quint64{plain.window()});
+        QVERIFY(front.processIdentifier > 0);
+        QVERIFY(front.client != 0);
+        QVERIFY(isSameApplication(front, front));
     }
 
     void anIdentifierIsReadWithAndWithoutAZeroAtItsEnd()
@@ -127,9 +137,10 @@ private slots:
                                 connection.atom("_GTK_APPLICATION_ID"), connection.atom("UTF8_STRING"), 8,
                                 static_cast<uint32_t>(identifier.size()), identifier.constData());
             connection.synchronize();
-            QTRY_COMPARE(workspace_->frontmostApplication()->window, quint64{window.window()});
-            QCOMPARE(workspace_->frontmostApplication()->identifier, QStringLiteral("org.test.Editor"));
-            QCOMPARE(workspace_->frontmostApplication()->localizedName, QStringLiteral("Schreiber"));
+            const RunningApplication front = awaitInFront(window.window());
+            QCOMPARE(front.window, quint64{window.window()});
+            QCOMPARE(front.identifier, QStringLiteral("org.test.Editor"));
+            QCOMPARE(front.localizedName, QStringLiteral("Schreiber"));
         }
     }
 
@@ -138,18 +149,19 @@ private slots:
         QProcess editor;
         editor.start(QStringLiteral("xterm"), {}); // any second program will do
         QVERIFY(editor.waitForStarted());
-        const auto isInFront = [this, &editor] {
-            const auto front = workspace_->frontmostApplication();
+        std::optional<RunningApplication> front;
+        const auto isInFront = [&] {
+            front = workspace_->frontmostApplication();
             return front && front->processIdentifier == editor.processId();
         };
         QTRY_VERIFY_WITH_TIMEOUT(isInFront(), 30'000); // it loads its fonts first
-        RunningApplication gone = *workspace_->frontmostApplication();
+        RunningApplication gone = *front;
         const quint64 window = gone.window;
         gone.window = 0x7fffff0;
         TargetWindow other("other", "Other");
-        QTRY_COMPARE(workspace_->frontmostApplication()->window, quint64{other.window()});
+        QCOMPARE(awaitInFront(other.window()).window, quint64{other.window()});
         workspace_->activate(gone);
-        QTRY_COMPARE(workspace_->frontmostApplication()->window, window);
+        QCOMPARE(awaitInFront(window).window, window);
         editor.kill();
         editor.waitForFinished();
     }
