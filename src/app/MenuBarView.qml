@@ -129,6 +129,7 @@ FocusScope {
         // On a small screen the actions scroll and the rest stays.
         height: Math.max(0, contentHeight - Math.max(0, root.implicitHeight - root.height))
         spacing: 0
+        ground: AppDesign.surface
 
         Repeater {
             id: actions

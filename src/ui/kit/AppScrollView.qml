@@ -11,14 +11,10 @@ Flickable {
     property real padding: 0
     // Room beside the content for the bar, where the content has none of its own.
     property real gutter: 0
+    property alias ground: fade.ground
 
     function reveal(item) {
-        const top = item.mapToItem(column, 0, 0).y + padding
-        const margin = 12
-        if (top - margin < contentY)
-            contentY = Math.max(0, top - margin)
-        else if (top + item.height + margin > contentY + height)
-            contentY = Math.min(contentHeight - height, top + item.height + margin - height)
+        fade.reveal(item.mapToItem(column, 0, 0).y + padding, item.height)
     }
 
     function isInside(item) {
@@ -52,6 +48,13 @@ Flickable {
         spacing: 12
     }
 
+    ScrollFade {
+        id: fade
+        parent: view
+        view: view
+        // Not over the round corners of a sheet.
+        anchors { fill: parent; leftMargin: view.padding / 2; rightMargin: view.padding / 2 + view.gutter }
+    }
     RoundedBox {
         parent: view
         anchors { right: parent.right; rightMargin: 2 }

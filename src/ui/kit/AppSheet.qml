@@ -58,7 +58,7 @@ FocusTrap {
         id: card
         anchors.centerIn: parent
         width: Math.round(Math.min(sheet.sheetWidth * AppDesign.textScale, sheet.width - 32))
-        height: Math.min(scroll.contentHeight, sheet.height - 32)
+        height: Math.min(scroll.contentHeight + 2 * lineWidth, sheet.height - 32)
         radius: 16
         continuous: true
         color: AppDesign.page
@@ -72,8 +72,8 @@ FocusTrap {
 
         AppScrollView {
             id: scroll
-            anchors.fill: parent
-            padding: sheet.padding
+            anchors { fill: parent; margins: card.lineWidth }
+            padding: sheet.padding - card.lineWidth
             spacing: 0
 
             Column {

@@ -89,7 +89,13 @@ Item {
             onReached: {
                 list.currentIndex = index
                 list.positionViewAtIndex(index, ListView.Contain)
+                fade.reveal(y, height)
             }
         }
+    }
+    ScrollFade {
+        id: fade
+        anchors.fill: list
+        view: list
     }
 }

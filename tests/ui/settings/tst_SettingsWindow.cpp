@@ -404,6 +404,45 @@ private slots:
         QCOMPARE(driver_->focused()->property("text").toString(), QStringLiteral("Permissions"));
     }
 
+    void whatHasTheKeyboardLiesClearOfTheFadingEdges_data()
+    {
+        QTest::addColumn<int>("section");
+        QTest::addColumn<Qt::Key>("key");
+        QTest::newRow("down the actions") << 1 << Qt::Key_Down;
+        QTest::newRow("through the actions") << 1 << Qt::Key_Tab;
+        QTest::newRow("through the connections") << 2 << Qt::Key_Tab;
+    }
+
+    void whatHasTheKeyboardLiesClearOfTheFadingEdges()
+    {
+        QFETCH(int, section);
+        QFETCH(Qt::Key, key);
+        fixture_->rewrite.settings.select(AIConnectionChoice::claude);
+        std::vector<InstructionShortcut> actions;
+        for (int number = 0; number < 30; ++number)
+            actions.push_back({QUuid::createUuid(), QString::number(number), "x", "star", number, 0x1E0000});
+        fixture_->rewrite.settings.setInstructionShortcuts(actions);
+        driver_->open();
+        driver_->view().resize(driver_->view().minimumSize());
+        driver_->select(static_cast<SettingsSection>(section));
+        if (auto* before = driver_->item("newAction"))
+            before->forceActiveFocus(Qt::TabFocusReason);
+        constexpr qreal edge = 20;
+        int seen = 0;
+        for (int step = 0; step < 40; ++step) {
+            driver_->press(step == 0 ? Qt::Key_Tab : key);
+            driver_->settle();
+            QQuickItem* view = scrolledViewOf(driver_->focused());
+            if (!view)
+                continue;
+            ++seen;
+            const QRectF place = driver_->focused()->mapRectToItem(view, driver_->focused()->boundingRect());
+            QVERIFY(place.top() >= edge);
+            QVERIFY(place.bottom() <= view->height() - (view->property("atYEnd").toBool() ? 0 : edge));
+        }
+        QVERIFY(seen > 3);
+    }
+
     void tabReachesEveryControl_data()
     {
         QTest::addColumn<int>("section");
@@ -454,6 +493,14 @@ private slots:
     }
 
 private:
+    /// The view that this lies in, if it has scrolled.
+    static QQuickItem* scrolledViewOf(QQuickItem* item)
+    {
+        while (item && !item->inherits("QQuickFlickable"))
+            item = item->parentItem();
+        return item && item->property("contentY").toReal() > 0 ? item : nullptr;
+    }
+
     void expectTexts(const QStringList& expected)
     {
         const QStringList texts = driver_->texts();
