@@ -118,9 +118,10 @@ AppCard {
             }
         }
     }
-    // As high in every state, so that nothing below jumps.
+    // Below everything else: it comes and goes without moving the sentence.
     Item {
         width: parent.width
+        visible: example.demo.isComplete || example.demo.pressText !== ""
         height: Math.max(again.implicitHeight, keys.implicitHeight)
 
         AppButton {
