@@ -104,7 +104,7 @@ Item {
         visible: card.overlay.hasActionTitle
         label: card.overlay.actionTitle
         highlight: OverlayPalette.accent
-        highlightOpacity: 0.1
+        highlightOpacity: 0.06
         reduceMotion: card.surroundings.reduceMotion
         onClicked: card.overlay.action()
 

@@ -11,7 +11,7 @@ OverlayControlStyle {
 
     label: "Cancel rewrite · press your shortcut again"
     help: overlay.title + " · Click to cancel, or press your shortcut again"
-    highlightOpacity: 0.035
+    highlightOpacity: 0.025
     reduceMotion: surroundings.reduceMotion
     onClicked: overlay.dismiss()
 

@@ -51,7 +51,8 @@ Pressable {
     Rectangle {
         anchors.fill: parent
         radius: 12
-        color: row.pressed ? AppDesign.accentSoft : row.hovered ? AppDesign.page : AppDesign.surface
+        color: row.pressed ? Qt.tint(AppDesign.surface, AppDesign.tint(AppDesign.accent, 0.06))
+             : row.hovered ? AppDesign.page : AppDesign.surface
         border.width: 1
         border.color: AppDesign.outline
     }

@@ -124,6 +124,7 @@ void tst_AppDesign::textIsLegible_data()
     row("ink on muted", D::ink(), D::muted());
     row("ink on a chosen card", D::ink(), D::accentSoft());
     row("secondary on a card", D::secondary(), D::surface());
+    // On muted and on the soft accent it would be too faint (4.49 and 4.34): only symbols stand there.
     row("secondary on the page", D::secondary(), D::page());
     row("secondary under the pointer", D::secondary(), over(D::accent(), 0.06, D::surface()));
     row("secondary in a menu row", D::secondary(), over(D::accent(), 0.05, D::surface()));
@@ -136,11 +137,15 @@ void tst_AppDesign::textIsLegible_data()
     row("link on a card", D::accent(), D::surface());
     row("notice", D::accent(), D::accentSoft());
     row("sidebar", D::ink(), over(D::accent(), 0.06, D::page()));
+    row("secondary in a pressed row", D::secondary(), over(D::accent(), 0.06, D::surface()));
+    row("done, on a card", D::success(), D::surface());
     row("positive badge on a card", D::success(), over(D::success(), 0.07, D::surface()));
     row("neutral badge on a card", D::secondary(), over(D::secondary(), 0.07, D::surface()));
     row("toast", Qt::white, D::ink());
     row("toast's button", D::accentSoft(), over(Qt::white, 0.2, D::ink()));
     row("selected text", Qt::white, D::accent());
+    row("the panel's title while pressed", D::secondary(), over(D::ink(), 0.05, D::surface()));
+    row("the panel's button while pressed", D::accent(), over(D::accent(), 0.12, D::accentSoft()));
 }
 
 void tst_AppDesign::textIsLegible()
