@@ -169,6 +169,7 @@ int main()
     }
     repeatHeldKeys(false);
     for (std::string line; std::getline(std::cin, line);) {
+        XSync(display, False); // the library hears of a new layout only when it reads from the server
         const std::string reply = answer(line);
         // The server answers before it has written to the others; when it answers once more, it has.
         XSync(display, False);
