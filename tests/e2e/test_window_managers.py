@@ -86,6 +86,9 @@ class WindowManagerTest(matrix.MatrixTest):
 
     @contextlib.contextmanager
     def running(self, *command):
+        # What the one before left would be taken for this one's, which may have windows of the same numbers.
+        for name in ("_NET_SUPPORTING_WM_CHECK", "_NET_ACTIVE_WINDOW"):
+            harness.run("xprop", "-root", "-remove", name)
         manager = harness.Process(command)
         try:
             name = {"kwin_x11": "kwin"}.get(command[0], command[0])
@@ -95,9 +98,6 @@ class WindowManagerTest(matrix.MatrixTest):
             yield manager
         finally:
             manager.stop()
-            # What it leaves would be taken for the next one's, which may have windows of the same numbers.
-            for name in ("_NET_SUPPORTING_WM_CHECK", "_NET_ACTIVE_WINDOW"):
-                harness.run("xprop", "-root", "-remove", name)
 
     @contextlib.contextmanager
     def full_screen_editor(self):
