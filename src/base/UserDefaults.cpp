@@ -12,6 +12,19 @@ namespace quillmarsh {
 
 namespace {
 
+/// Creates the file for its owner alone, before anything is in it; a later write keeps the mode it finds.
+void makePrivate(const QString& path)
+{
+    constexpr QFile::Permissions owner = QFile::ReadOwner | QFile::WriteOwner;
+    QFile file(path);
+    if (file.exists()) {
+        file.setPermissions(file.permissions() & owner);
+        return;
+    }
+    QDir().mkpath(QFileInfo(path).path());
+    [[maybe_unused]] const bool created = file.open(QIODevice::WriteOnly | QIODevice::NewOnly, owner);
+}
+
 void moveAside(const QString& path)
 {
     const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"));
@@ -34,8 +47,15 @@ UserDefaults::UserDefaults(const QString& path)
         moveUnreadableFileAside(path);
 }
 
+UserDefaults::~UserDefaults()
+{
+    if (writePending_)
+        write();
+}
+
 void UserDefaults::open(const QString& path)
 {
+    makePrivate(path);
     settings_ = std::make_unique<QSettings>(path, QSettings::IniFormat);
 }
 
@@ -54,7 +74,7 @@ void UserDefaults::moveUnreadableFileAside(const QString& path)
     moveAside(path);
     open(path);
     for (const auto& [key, value] : readable)
-        settings_->setValue(key, value);
+        set(key, value);
 }
 
 std::optional<QString> UserDefaults::string(const QString& key) const
@@ -86,21 +106,33 @@ bool UserDefaults::boolean(const QString& key) const
 void UserDefaults::set(const QString& key, const QVariant& value)
 {
     settings_->setValue(key, value);
+    writeSoon();
 }
 
 void UserDefaults::remove(const QString& key)
 {
     settings_->remove(key);
+    writeSoon();
 }
 
-bool UserDefaults::synchronize()
+void UserDefaults::writeSoon()
 {
+    if (writePending_)
+        return;
+    writePending_ = true;
+    QMetaObject::invokeMethod(
+        &context_, [this] { write(); }, Qt::QueuedConnection);
+}
+
+void UserDefaults::write()
+{
+    writePending_ = false;
     settings_->sync();
-    const bool written = settings_->status() == QSettings::NoError;
-    if (!written)
-        qCWarning(lcQuillmarsh, "The settings could not be written (status %d)", int(settings_->status()));
-    QFile::setPermissions(settings_->fileName(), QFile::ReadOwner | QFile::WriteOwner);
-    return written;
+    // What could not be written is tried again with the next change. The status stays once it was an error.
+    if (settings_->status() == QSettings::NoError || failureLogged_)
+        return;
+    failureLogged_ = true;
+    qCWarning(lcQuillmarsh, "The settings could not be written");
 }
 
 } // namespace quillmarsh

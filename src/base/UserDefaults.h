@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QObject>
 #include <QSettings>
 #include <QVariant>
 
@@ -8,14 +9,17 @@
 
 namespace quillmarsh {
 
-/// The user-defaults store: one INI file of typed values, group General, mode 0600. It is written through a
-/// temporary file and a rename, so a crash during a write leaves the old file or the new one. A file that
-/// cannot be read in full is moved aside as "defaults.unreadable-TIME.ini"; what could be read of it goes on.
+/// The user-defaults store: one INI file of typed values, group General, for its owner alone. It is written
+/// through a temporary file and a rename, so a crash during a write leaves the old file or the new one. A
+/// file that cannot be read in full is moved aside as "defaults.unreadable-TIME.ini"; what could be read of
+/// it goes on. Main thread only.
 class UserDefaults final
 {
 public:
-    /// `path` names the file; it and its folder are created with the first write.
+    /// `path` names the file; it and its folder are created where they are missing.
     explicit UserDefaults(const QString& path);
+    /// Writes what is pending.
+    ~UserDefaults();
 
     UserDefaults(const UserDefaults&) = delete;
     UserDefaults& operator=(const UserDefaults&) = delete;
@@ -32,16 +36,20 @@ public:
     /// false when the value is missing.
     [[nodiscard]] bool boolean(const QString& key) const;
 
+    /// Both are written with the next turn of the event loop.
     void set(const QString& key, const QVariant& value);
     void remove(const QString& key);
-    /// Writes what is pending now; returns false (and logs) when the file could not be written.
-    bool synchronize();
 
 private:
     void open(const QString& path);
     void moveUnreadableFileAside(const QString& path);
+    void writeSoon();
+    void write();
 
     std::unique_ptr<QSettings> settings_;
+    bool writePending_ = false;
+    bool failureLogged_ = false;
+    QObject context_; ///< last, so that a write that is still to come ends before what it needs
 };
 
 } // namespace quillmarsh

@@ -163,7 +163,6 @@ private slots:
             UserDefaults defaults(path);
             made = AuthorizationRequest::storedHostID(defaults);
             QCOMPARE(AuthorizationRequest::storedHostID(defaults), made);
-            QVERIFY(defaults.synchronize());
         }
         UserDefaults defaults(path);
         QCOMPARE(AuthorizationRequest::storedHostID(defaults), made);
