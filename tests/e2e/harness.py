@@ -68,8 +68,11 @@ def exists(window):
 
 
 def active_window():
+    """The window that is called active and has the keyboard, 0 for none. Openbox goes on naming one whose program has
+    ended, and the next program's window may get its number."""
     match = re.search(r"window id # (0x[0-9a-f]+)", run("xprop", "-root", "_NET_ACTIVE_WINDOW"))
-    return int(match.group(1), 16) if match else 0
+    window = int(match.group(1), 16) if match else 0
+    return window if run("xdotool", "getwindowfocus").strip() == str(window) else 0
 
 
 def clipboard():
