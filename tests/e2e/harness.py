@@ -478,9 +478,16 @@ class ScreenReader:
             return set()
 
     def press(self, application, name):
-        node = wait_until(lambda: self.find(application, name), f"“{name}” in the accessibility tree")
+        node = wait_until(lambda: self.find_enabled(application, name), f"“{name}” in the accessibility tree")
         assert node.get_n_actions() > 0, f"“{name}” offers no action"
         node.do_action(0)
+
+    def find_enabled(self, application, name):
+        node = self.find(application, name)
+        try:
+            return node if node and node.get_state_set().contains(self.atspi.StateType.ENABLED) else None
+        except self.gone:
+            return None
 
 
 class Panel:
