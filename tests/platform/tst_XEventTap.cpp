@@ -4,6 +4,7 @@
 #include "platform/XTestSession.h"
 #include "platform/linux/EvdevKeys.h"
 #include "platform/linux/HotKeyGrabs.h"
+#include "platform/linux/KeyInjector.h"
 #include "platform/linux/XAccessibility.h"
 #include "platform/linux/XEventTap.h"
 #include "platform/linux/XWorker.h"
@@ -13,6 +14,7 @@
 
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
 
 using namespace quillmarsh;
 using namespace quillmarsh::test;
@@ -78,6 +80,17 @@ private:
             other.connection().synchronize();
             return true;
         });
+    }
+
+    bool copy()
+    {
+        return worker_->run([](XWorker::Parts& parts) {
+            return parts.injector->post(VirtualKey::c, ModifierFlags::command).has_value();
+        });
+    }
+    std::set<xcb_keycode_t> lifted()
+    {
+        return worker_->run([](XWorker::Parts& parts) { return parts.hotKeys->liftedKeys(); });
     }
 
 private slots:
@@ -184,6 +197,49 @@ private slots:
             keyboard.tap(Key::r);
             QTRY_COMPARE(freshPresses(), round);
         }
+    }
+
+    void aShortcutPressedAgainWithItsModifiersHeldIsCaught()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        pressShortcut(keyboard);
+        for (int again = 2; again <= 4; ++again) {
+            keyboard.release(Key::r);
+            QVERIFY(copy()); // lifts the modifiers
+            keyboard.press(Key::r);
+            QTRY_COMPARE(freshPresses(), again);
+        }
+        releaseShortcut(keyboard);
+        target.catchUp();
+        const auto isR = [](const auto& press) { return press.keycode == Key::r; };
+        QVERIFY(std::ranges::none_of(target.presses, isR));
+        QTRY_VERIFY(lifted().empty());
+        keyboard.tap(Key::r); // a letter again
+        target.catchUp();
+        QVERIFY(std::ranges::any_of(target.presses, isR));
+        QCOMPARE(freshPresses(), 4);
+    }
+
+    void aModifierThatWasLetGoOfUnseenIsNotMeant()
+    {
+        TargetWindow target;
+        PhysicalKeyboard keyboard;
+        enable({shiftCommandR});
+        worker_->run([](XWorker::Parts& parts) { // as if the keyboard had been unplugged with both held
+            HotKeyGrabs::Injection injection(*parts.hotKeys);
+            parts.hotKeys->noteLifted({Key::shiftL, Key::superL});
+            return true;
+        });
+        keyboard.tap(Key::r);
+        QTRY_VERIFY(lifted().empty());
+        keyboard.tap(Key::r);
+        target.catchUp();
+        QTRY_COMPARE(target.presses.size(), 2U);
+        for (const auto& press : target.presses)
+            QCOMPARE(press, (TargetWindow::Press{Key::r, 0, XKB_KEY_r}));
+        QVERIFY(events_.empty());
     }
 
     void aDisabledTapHoldsNothing()

@@ -111,15 +111,26 @@ std::optional<HotKeyGrabs::Grab> HotKeyGrabs::resolve(const KeyCombination& comb
     return Grab{*keycode, *mask};
 }
 
-void HotKeyGrabs::apply()
+std::set<HotKeyGrabs::Grab> HotKeyGrabs::wanted() const
 {
     std::set<Grab> wanted;
+    const uint16_t lifted = modifiers_.maskOf(lifted_);
     for (const auto& [id, tap] : taps_) {
         for (const KeyCombination& combination : tap.combinations) {
-            if (const auto grab = resolve(combination))
-                wanted.insert(*grab);
+            const auto grab = resolve(combination);
+            if (!grab)
+                continue;
+            wanted.insert(*grab);
+            if ((grab->modifiers & lifted) == lifted)
+                wanted.insert({grab->keycode, static_cast<uint16_t>(grab->modifiers & ~lifted)});
         }
     }
+    return wanted;
+}
+
+void HotKeyGrabs::apply()
+{
+    const std::set<Grab> wanted = this->wanted();
     for (const Grab& grab : held_) {
         if (!wanted.contains(grab))
             giveBack(grab);
@@ -201,12 +212,33 @@ void HotKeyGrabs::handle(const xcb_generic_event_t& event)
 
 void HotKeyGrabs::handlePress(const xcb_key_press_event_t& press)
 {
-    const Grab grab{press.detail, static_cast<uint16_t>(press.state & coreModifiers & ~modifiers_.locks())};
+    const auto state = static_cast<uint16_t>(press.state & coreModifiers & ~modifiers_.locks());
     const bool repeat = isRepeat(press.detail);
-    report(grab, (press.state & XCB_MOD_MASK_LOCK) != 0, repeat);
+    const uint16_t meant = meantBy(state);
+    const bool capsLock = (press.state & XCB_MOD_MASK_LOCK) != 0;
+    const bool isOurs =
+        report({press.detail, meant}, capsLock, repeat) || report({press.detail, state}, capsLock, repeat);
     releaseKeyboard();
-    if (repeat)
+    if (!isOurs)
+        passOn(press.detail);
+    else if (repeat)
         stopRepeat(press.detail);
+}
+
+uint16_t HotKeyGrabs::meantBy(uint16_t state)
+{
+    const uint16_t lifted = modifiers_.maskOf(lifted_);
+    const auto isLost =
+        [&] { // the release of a keyboard that was unplugged, or lost to a console, is not told
+            const uint16_t held = modifiers_.maskOf(keysHeldByUser(connection_.get()));
+            connection_.synchronize(); // what he let go of since the press is told by now
+            return (modifiers_.maskOf(lifted_) & ~held & ~state) != 0;
+        };
+    if ((lifted & ~state) == 0 || !isLost())
+        return state | lifted;
+    lifted_.clear();
+    apply();
+    return state;
 }
 
 bool HotKeyGrabs::isRepeat(xcb_keycode_t keycode)
@@ -217,6 +249,14 @@ bool HotKeyGrabs::isRepeat(xcb_keycode_t keycode)
     return repeat;
 }
 
+void HotKeyGrabs::passOn(xcb_keycode_t keycode)
+{
+    const Injection injection(*this);
+    for (const int type : {XCB_KEY_RELEASE, XCB_KEY_PRESS, XCB_KEY_RELEASE})
+        xcb_test_fake_input(connection_.get(), static_cast<uint8_t>(type), keycode, XCB_CURRENT_TIME,
+                            XCB_NONE, 0, 0, 0);
+}
+
 void HotKeyGrabs::stopRepeat(xcb_keycode_t keycode)
 {
     // Each repeat would start the grab anew and flicker the focus of the application; a release by XTEST ends
@@ -225,7 +265,7 @@ void HotKeyGrabs::stopRepeat(xcb_keycode_t keycode)
     xcb_test_fake_input(connection_.get(), XCB_KEY_RELEASE, keycode, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
 }
 
-void HotKeyGrabs::report(const Grab& grab, bool capsLock, bool isAutorepeat)
+bool HotKeyGrabs::report(const Grab& grab, bool capsLock, bool isAutorepeat)
 {
     for (const auto& [id, tap] : taps_) {
         for (const KeyCombination& combination : tap.combinations) {
@@ -233,9 +273,10 @@ void HotKeyGrabs::report(const Grab& grab, bool capsLock, bool isAutorepeat)
                 continue;
             const quint64 flags = combination.modifiers | (capsLock ? alphaShift : 0);
             tap.notify({KeyEvent::Type::KeyDown, combination.keyCode, flags, isAutorepeat});
-            return;
+            return true;
         }
     }
+    return false;
 }
 
 void HotKeyGrabs::handleRawRelease(const xcb_generic_event_t& event)
@@ -249,7 +290,8 @@ void HotKeyGrabs::handleRawRelease(const xcb_generic_event_t& event)
     if (isOurs)
         return;
     down_.erase(static_cast<xcb_keycode_t>(raw.detail));
-    lifted_.erase(static_cast<xcb_keycode_t>(raw.detail));
+    if (lifted_.erase(static_cast<xcb_keycode_t>(raw.detail)) > 0 && !injecting_)
+        apply();
 }
 
 void HotKeyGrabs::releaseKeyboard()
@@ -271,22 +313,21 @@ std::vector<xcb_keycode_t> HotKeyGrabs::heldKeys() const
 
 HotKeyGrabs::Injection::~Injection()
 {
-    if (lifted_ && !grabs_.take({lifted_->first, lifted_->second})) {
-        grabs_.held_.erase({lifted_->first, lifted_->second});
-        qCWarning(lcQuillmarsh, "A shortcut was taken by another program");
-        grabs_.reportLosses();
-    }
-    grabs_.connection_.synchronize(); // the notices of our own releases are in the queue now
+    grabs_.connection_.synchronize(); // the notices of our own keys are in the queue no more
     grabs_.injecting_ = false;
+    grabs_.apply();
+    if (!given_ || grabs_.held_.contains(*given_) || !grabs_.wanted().contains(*given_))
+        return;
+    qCWarning(lcQuillmarsh, "A shortcut was taken by another program");
+    grabs_.reportLosses();
 }
 
 void HotKeyGrabs::Injection::allow(xcb_keycode_t keycode, uint16_t modifiers)
 {
-    const Grab grab{keycode, modifiers};
-    if (!grabs_.held_.contains(grab) || lifted_)
+    if (grabs_.held_.erase({keycode, modifiers}) == 0)
         return;
-    grabs_.giveBack(grab);
-    lifted_ = {keycode, modifiers};
+    grabs_.giveBack({keycode, modifiers});
+    given_ = Grab{keycode, modifiers};
 }
 
 } // namespace quillmarsh

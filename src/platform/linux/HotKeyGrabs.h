@@ -43,12 +43,26 @@ public:
     /// Keys whose press was caught and whose release by the user has not been seen.
     [[nodiscard]] std::vector<xcb_keycode_t> heldKeys() const;
     [[nodiscard]] const XModifiers& modifiers() const { return modifiers_; }
-    /// Remembers keys that were lifted while the user holds them, and tells which of them he still holds.
+    /// Remembers keys that were lifted while the user holds them, and tells which of them he still holds. A
+    /// shortcut pressed again with them held comes without them, and is caught all the same: it would be a
+    /// bare letter over the selection (measured).
     void noteLifted(const std::set<xcb_keycode_t>& keys) { lifted_.insert(keys.begin(), keys.end()); }
     [[nodiscard]] const std::set<xcb_keycode_t>& liftedKeys() const { return lifted_; }
+    /// Whether an Injection lives: what XTEST reports is our own then.
+    [[nodiscard]] bool isInjecting() const { return injecting_; }
 
-    /// While it lives, releases that XTEST reports are our own, and our own grab of one key is not held, so
-    /// that an injected gesture cannot trigger a shortcut of the same keys.
+private:
+    struct Grab ///< one combination as the server knows it, without lock bits
+    {
+        xcb_keycode_t keycode = 0;
+        uint16_t modifiers = 0;
+
+        auto operator<=>(const Grab&) const = default;
+    };
+
+public:
+    /// While it lives, keys that XTEST reports are our own, and our own grab of one key is not held, so that
+    /// an injected gesture cannot trigger a shortcut of the same keys.
     class Injection final
     {
     public:
@@ -61,7 +75,7 @@ public:
 
     private:
         HotKeyGrabs& grabs_;
-        std::optional<std::pair<xcb_keycode_t, uint16_t>> lifted_;
+        std::optional<Grab> given_;
     };
 
 private:
@@ -70,23 +84,21 @@ private:
         std::vector<KeyCombination> combinations;
         Notify notify;
     };
-    struct Grab ///< one combination as the server knows it, without lock bits
-    {
-        xcb_keycode_t keycode = 0;
-        uint16_t modifiers = 0;
-
-        auto operator<=>(const Grab&) const = default;
-    };
 
     void handle(const xcb_generic_event_t& event);
     void handlePress(const xcb_key_press_event_t& press);
     void handleRawRelease(const xcb_generic_event_t& event);
-    void report(const Grab& grab, bool capsLock, bool isAutorepeat);
+    bool report(const Grab& grab, bool capsLock, bool isAutorepeat);
     void reportLosses();
+    /// The modifiers that the user holds for a press of that state: lifted ones are missing from it.
+    [[nodiscard]] uint16_t meantBy(uint16_t state);
+    /// Gives the application a key that was caught and is no shortcut.
+    void passOn(xcb_keycode_t keycode);
     [[nodiscard]] bool isRepeat(xcb_keycode_t keycode);
     void stopRepeat(xcb_keycode_t keycode);
 
     [[nodiscard]] std::optional<Grab> resolve(const KeyCombination& combination) const;
+    [[nodiscard]] std::set<Grab> wanted() const;
     void apply();
     void refreshKeyboard();
     [[nodiscard]] bool take(const Grab& grab);

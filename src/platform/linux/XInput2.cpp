@@ -6,20 +6,73 @@
 
 namespace quillmarsh {
 
-uint16_t findXTestKeyboard(xcb_connection_t* connection)
+namespace {
+
+struct Keyboard
 {
+    uint16_t device = 0;
+    bool isXTest = false;
+};
+
+/// Without the master, which only sums them up.
+std::vector<Keyboard> keyboards(xcb_connection_t* connection)
+{
+    std::vector<Keyboard> found;
     const auto reply = replyOf<xcb_input_xi_query_device_reply>(
         connection, xcb_input_xi_query_device(connection, XCB_INPUT_DEVICE_ALL));
     if (!reply)
-        return 0;
+        return found;
     auto device = xcb_input_xi_query_device_infos_iterator(reply.get());
     for (; device.rem > 0; xcb_input_xi_device_info_next(&device)) {
         const QByteArray name(xcb_input_xi_device_info_name(device.data),
                               xcb_input_xi_device_info_name_length(device.data));
-        if (device.data->type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD && name.endsWith("XTEST keyboard"))
-            return device.data->deviceid;
+        if (device.data->type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD)
+            found.push_back({device.data->deviceid, name.endsWith("XTEST keyboard")});
+    }
+    return found;
+}
+
+void collectKeysDown(const xcb_input_key_state_t& state, std::set<xcb_keycode_t>& down)
+{
+    for (unsigned key = 0; key < 256; ++key) {
+        if ((state.keys[key / 8] & (1U << (key % 8))) != 0)
+            down.insert(static_cast<xcb_keycode_t>(key));
+    }
+}
+
+void collectKeysDown(xcb_connection_t* connection, uint16_t device, std::set<xcb_keycode_t>& down)
+{
+    const auto reply = replyOf<xcb_input_query_device_state_reply>(
+        connection, xcb_input_query_device_state(connection, static_cast<uint8_t>(device)));
+    if (!reply)
+        return;
+    auto state = xcb_input_query_device_state_classes_iterator(reply.get());
+    for (; state.rem > 0; xcb_input_input_state_next(&state)) {
+        const void* const data = state.data;
+        if (state.data->class_id == XCB_INPUT_INPUT_CLASS_KEY)
+            collectKeysDown(*static_cast<const xcb_input_key_state_t*>(data), down);
+    }
+}
+
+} // namespace
+
+uint16_t findXTestKeyboard(xcb_connection_t* connection)
+{
+    for (const Keyboard& keyboard : keyboards(connection)) {
+        if (keyboard.isXTest)
+            return keyboard.device;
     }
     return 0;
+}
+
+std::set<xcb_keycode_t> keysHeldByUser(xcb_connection_t* connection)
+{
+    std::set<xcb_keycode_t> down;
+    for (const Keyboard& keyboard : keyboards(connection)) {
+        if (!keyboard.isXTest)
+            collectKeysDown(connection, keyboard.device, down);
+    }
+    return down;
 }
 
 namespace {

@@ -2,12 +2,17 @@
 
 #include "platform/linux/Xcb.h"
 
+#include <set>
 #include <vector>
 
 namespace quillmarsh {
 
 /// The device that keys injected through XTEST come from; 0 when there is none.
 [[nodiscard]] uint16_t findXTestKeyboard(xcb_connection_t* connection);
+
+/// Those of the keys that the user's keyboards hold down themselves, whatever has been lifted by XTEST for
+/// the applications.
+[[nodiscard]] std::set<xcb_keycode_t> keysHeldByUser(xcb_connection_t* connection);
 
 /// Asks for XI_RawKeyRelease of every keyboard, or for nothing. These tell which device a key belongs to, and
 /// arrive while another program grabs the keyboard.

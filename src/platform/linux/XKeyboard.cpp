@@ -147,6 +147,16 @@ std::optional<uint16_t> XModifiers::mask(quint64 flags) const
     return mask;
 }
 
+uint16_t XModifiers::maskOf(const std::set<xcb_keycode_t>& keys) const
+{
+    uint16_t mask = 0;
+    for (const Modifier* const modifier : {&shift_, &control_, &option_, &command_}) {
+        if (std::ranges::any_of(modifier->keys, [&keys](xcb_keycode_t key) { return keys.contains(key); }))
+            mask = static_cast<uint16_t>(mask | modifier->mask);
+    }
+    return mask;
+}
+
 bool XModifiers::hasSameBits(const XModifiers& other) const
 {
     return shift_.mask == other.shift_.mask && control_.mask == other.control_.mask &&

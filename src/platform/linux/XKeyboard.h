@@ -45,6 +45,8 @@ public:
 
     /// The core modifier bits of a ModifierFlags word; none when this keyboard lacks one of them.
     [[nodiscard]] std::optional<uint16_t> mask(quint64 flags) const;
+    /// The bits of the modifiers, other than locks, that these keys hold.
+    [[nodiscard]] uint16_t maskOf(const std::set<xcb_keycode_t>& keys) const;
     /// The bits of Caps, Num and Scroll Lock, which never matter.
     [[nodiscard]] uint16_t locks() const { return locks_; }
     /// Every combination of the lock bits, the empty one included.
