@@ -508,6 +508,57 @@ private slots:
         QVERIFY(paste());
     }
 
+    void nothingIsPastedWhereTheUserTypedAtARemoteKeyboard()
+    {
+        TargetWindow target;
+        QVERIFY(copy());
+        XConnection& remote = target.connection();
+        for (const int type : {XCB_KEY_PRESS, XCB_KEY_RELEASE})
+            xcb_test_fake_input(remote.get(), static_cast<uint8_t>(type), Key::a, XCB_CURRENT_TIME, XCB_NONE,
+                                0, 0, 0);
+        remote.synchronize();
+        QVERIFY(!paste());
+        QVERIFY(copy());
+        QVERIFY(paste());
+    }
+
+    void nothingIsPastedWhereTheUserClicked_data()
+    {
+        QTest::addColumn<int>("button");
+        QTest::addColumn<bool>("pasted");
+        QTest::newRow("left") << 1 << false;
+        QTest::newRow("wheel") << 5 << true;
+        QTest::newRow("wheel, sideways") << 7 << true;
+        QTest::newRow("back") << 8 << false;
+    }
+    void nothingIsPastedWhereTheUserClicked()
+    {
+        QFETCH(int, button);
+        TargetWindow target;
+        QVERIFY(copy());
+        XConnection& mouse = target.connection();
+        for (const int type : {XCB_BUTTON_PRESS, XCB_BUTTON_RELEASE})
+            xcb_test_fake_input(mouse.get(), static_cast<uint8_t>(type), static_cast<uint8_t>(button),
+                                XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+        mouse.synchronize();
+        QTEST(paste(), "pasted");
+    }
+
+    void nothingIsPastedIntoAnotherWindow()
+    {
+        TargetWindow target;
+        QVERIFY(copy());
+        {
+            TargetWindow another;
+            QVERIFY(!paste());
+            QVERIFY(typed(another).empty());
+        }
+        xcb_set_input_focus(target.connection().get(), XCB_INPUT_FOCUS_PARENT, target.window(),
+                            XCB_CURRENT_TIME);
+        target.catchUp();
+        QVERIFY(paste());
+    }
+
     void nothingIsPastedAfterATimeWithoutAConnection()
     {
         TargetWindow target;

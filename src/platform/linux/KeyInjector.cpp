@@ -82,8 +82,8 @@ std::optional<Gesture> gestureOf(quint16 keyCode, quint64 flags)
 
 KeyInjector::KeyInjector(XConnection& connection, HotKeyGrabs& hotKeys, SelectionOwner& owner,
                          SelectionCounter& counter)
-    : connection_(connection), hotKeys_(hotKeys), owner_(owner), counter_(counter), activity_(connection),
-      primary_(connection)
+    : connection_(connection), hotKeys_(hotKeys), owner_(owner), counter_(counter),
+      activity_(connection, hotKeys), primary_(connection)
 {
     // Injected keys go through although another program holds the server.
     if (connection_.extensions().xtest)
@@ -130,6 +130,7 @@ std::optional<KeyInjector::Time> KeyInjector::perform(Gesture gesture)
 
 void KeyInjector::prepareCopy(xcb_window_t window, Habit habit)
 {
+    copiedFrom_ = window;
     owner_.copyBegins();
     activity_.begin();
     primary_.begin(window);
@@ -146,6 +147,10 @@ bool KeyInjector::mayPaste(xcb_window_t window, Habit habit)
     if (XWindows(connection_).isTk(window)) {
         // Measured: on X11 its text widgets paste beside the selection, which stays.
         qCInfo(lcQuillmarsh, "Not pasting: a Tk application would keep the selected text");
+        return false;
+    }
+    if (copiedFrom_ != XCB_NONE && window != copiedFrom_) {
+        qCInfo(lcQuillmarsh, "Not pasting: another window of the application is in front");
         return false;
     }
     if (activity_.happened()) {

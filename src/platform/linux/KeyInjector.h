@@ -53,6 +53,7 @@ private:
     SelectionCounter& counter_;
     UserActivity activity_;
     PrimaryWatch primary_;
+    xcb_window_t copiedFrom_ = XCB_NONE;
 };
 
 } // namespace quillmarsh

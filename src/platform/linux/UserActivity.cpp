@@ -1,5 +1,6 @@
 #include "platform/linux/UserActivity.h"
 
+#include "platform/linux/HotKeyGrabs.h"
 #include "platform/linux/XConnection.h"
 #include "platform/linux/XInput2.h"
 
@@ -10,7 +11,10 @@ namespace quillmarsh {
 
 namespace {
 
-constexpr uint32_t lastPointerButton = 3; // the next ones are the wheel and its kin
+constexpr bool isWheel(uint32_t button)
+{
+    return button >= 4 && button <= 7;
+}
 
 bool isModifierOrLock(xcb_keysym_t symbol)
 {
@@ -38,8 +42,8 @@ bool switchesWindows(const XConnection& connection, xcb_keysym_t symbol)
 
 } // namespace
 
-UserActivity::UserActivity(XConnection& connection)
-    : connection_(connection), xtestKeyboard_(findXTestKeyboard(connection.get()))
+UserActivity::UserActivity(XConnection& connection, const HotKeyGrabs& hotKeys)
+    : connection_(connection), hotKeys_(hotKeys), xtestKeyboard_(findXTestKeyboard(connection.get()))
 {
     connect(&connection_, &XConnection::received, this, &UserActivity::handle);
 }
@@ -70,10 +74,11 @@ void UserActivity::handle(const xcb_generic_event_t& event)
     if (generic.extension != connection_.extensions().inputOpcode)
         return;
     if (generic.event_type == XCB_INPUT_RAW_BUTTON_PRESS) {
-        happened_ = eventAs<xcb_input_raw_button_press_event_t>(event).detail <= lastPointerButton;
+        happened_ = !isWheel(eventAs<xcb_input_raw_button_press_event_t>(event).detail);
     } else if (generic.event_type == XCB_INPUT_RAW_KEY_PRESS) {
         const auto& press = eventAs<xcb_input_raw_key_press_event_t>(event);
-        happened_ = press.sourceid != xtestKeyboard_ && writes(static_cast<xcb_keycode_t>(press.detail));
+        const bool isOurs = press.sourceid == xtestKeyboard_ && hotKeys_.isInjecting();
+        happened_ = !isOurs && writes(static_cast<xcb_keycode_t>(press.detail));
     }
     if (happened_)
         watch(false);

@@ -6,6 +6,7 @@
 
 namespace quillmarsh {
 
+class HotKeyGrabs;
 class XConnection;
 
 /// Whether the user typed or clicked after his selection was copied. The selection is then no longer what the
@@ -15,14 +16,15 @@ class UserActivity final : public QObject
     Q_OBJECT
 
 public:
-    explicit UserActivity(XConnection& connection);
+    UserActivity(XConnection& connection, const HotKeyGrabs& hotKeys);
 
     /// Forgets what was, and watches until the first key or click that counts: each key wakes this process.
     void begin();
     /// For a time in which nobody watched.
     void assume() { happened_ = true; }
     /// Current as of this call. Modifiers, locks, keys of the desktop (volume and the like, Alt-Tab) and the
-    /// wheel do not count, and no key that a program injected.
+    /// wheel do not count, and not what this process injects; what others inject may be the user's, at a
+    /// remote or an on-screen keyboard.
     [[nodiscard]] bool happened();
 
 private:
@@ -31,6 +33,7 @@ private:
     void watch(bool on);
 
     XConnection& connection_;
+    const HotKeyGrabs& hotKeys_;
     uint16_t xtestKeyboard_ = 0;
     bool happened_ = false;
 };
