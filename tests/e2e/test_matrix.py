@@ -145,14 +145,36 @@ class Terminals(matrix.MatrixTest):
 
     def test_an_editor_with_a_terminal_in_it(self):
         """Control-Insert copies in its editor, and is not an interrupt in its terminal."""
-        entries = pathlib.Path(os.environ["XDG_DATA_HOME"]) / "applications"
-        entries.mkdir(parents=True, exist_ok=True)
-        (entries / "strange-editor.desktop").write_text(
-            "[Desktop Entry]\nType=Application\nName=Strange editor\nCategories=Utility;TextEditor;\n")
+        self.install("strange-editor")
         command = [str(harness.BUILD / "bin" / "strange-terminal"), "--class", "Strange-editor"]
         with self.recorder(command) as terminal:
             self.rewrite_nothing()
             self.assertNotIn("SIGINT", terminal.received())
+
+    def test_the_entry_of_an_editor_with_a_terminal_in_it(self):
+        """Has another name than the window's class, which it claims."""
+        command, title, save = matrix.EDITORS["Qt 6 text field"]
+        with_terminal = ["sh", "-c", 'exec 9<>/dev/ptmx "$@"', "sh", *command]
+        for is_known in (False, True):
+            self.setUp()
+            if is_known:
+                self.install("org.example.Strange", "StartupWMClass=Text-Field\n")
+            with contextlib.closing(harness.Editor(with_terminal, title, "words", self.keyboard, save)) as editor:
+                editor.select_all()
+                if not is_known:
+                    self.rewrite_nothing()
+                    editor.expect("words")
+                    continue
+                self.rewrite()
+                self.expect_request("words")
+                self.expect_pasted("WORDS")
+                editor.expect("WORDS")
+
+    def install(self, name, lines=""):
+        entries = pathlib.Path(os.environ["XDG_DATA_HOME"]) / "applications"
+        entries.mkdir(parents=True, exist_ok=True)
+        (entries / f"{name}.desktop").write_text(
+            f"[Desktop Entry]\nType=Application\nName=Strange editor\nCategories=Utility;TextEditor;\n{lines}")
 
     def test_xterm(self):
         """Copies to the primary selection only: no key is pressed in it at all."""

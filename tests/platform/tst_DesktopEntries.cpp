@@ -79,6 +79,31 @@ private slots:
         QCOMPARE(entries.name({}), QString());
     }
 
+    void anEntryIsFoundByItsWindowClass()
+    {
+        QTemporaryDir user;
+        QTemporaryDir system;
+        write(user.filePath(QStringLiteral("org.a.Editor.desktop")),
+              "[Desktop Entry]\nName=Mine\nStartupWMClass = Strange\nCategories=Utility;TextEditor;\n");
+        write(system.filePath(QStringLiteral("kde4/strange.desktop")),
+              "[Desktop Entry]\nName=Theirs\nStartupWMClass=strange\nCategories=TerminalEmulator;");
+        write(system.filePath(QStringLiteral("none.desktop")),
+              "[Desktop Entry]\nName=None\nStartupWMClass=\n");
+        write(system.filePath(QStringLiteral("action.desktop")),
+              "[Desktop Entry]\nName=Other\n[Desktop Action a]\nStartupWMClass=other\n");
+        const QStringList folders{QStringLiteral("/nonexistent"), user.path(), system.path()};
+        const auto entry =
+            DesktopEntries::ofWindowClass(folders, {QStringLiteral("other"), QStringLiteral("sTRANGE")});
+        QVERIFY(entry);
+        QCOMPARE(entry->name, QStringLiteral("Mine"));
+        QCOMPARE(entry->categories, (QStringList{QStringLiteral("Utility"), QStringLiteral("TextEditor")}));
+        const auto theirs = DesktopEntries::ofWindowClass({system.path()}, {QStringLiteral("strange")});
+        QVERIFY(theirs);
+        QCOMPARE(theirs->categories, QStringList{QStringLiteral("TerminalEmulator")});
+        for (const char* windowClass : {"", "other", "stran"})
+            QVERIFY(!DesktopEntries::ofWindowClass(folders, {QString::fromLatin1(windowClass)}));
+    }
+
     void theFoldersMayGoWhileTheyAreRead()
     {
         QTemporaryDir folder;

@@ -1,7 +1,11 @@
 #include "platform/ModifierFlags.h"
 #include "platform/linux/TerminalCheck.h"
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
+#include <QScopeGuard>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -11,6 +15,31 @@
 #include <unistd.h>
 
 using namespace quillmarsh;
+
+namespace {
+
+/// The user's own desktop entries, instead of those of his HOME.
+class Folder
+{
+public:
+    Folder() { qputenv("XDG_DATA_HOME", folder_.path().toUtf8()); }
+    ~Folder() { before_.isNull() ? qunsetenv("XDG_DATA_HOME") : qputenv("XDG_DATA_HOME", before_); }
+    Q_DISABLE_COPY_MOVE(Folder)
+
+    void write(const QString& id, const QByteArray& lines) const
+    {
+        QVERIFY(QDir(folder_.path()).mkpath(QStringLiteral("applications")));
+        QFile file(folder_.filePath(QStringLiteral("applications/%1.desktop").arg(id)));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[Desktop Entry]\nType=Application\nName=Unheard of\n" + lines);
+    }
+
+private:
+    QByteArray before_ = qgetenv("XDG_DATA_HOME");
+    QTemporaryDir folder_;
+};
+
+} // namespace
 
 class tst_TerminalCheck final : public QObject
 {
@@ -80,6 +109,47 @@ private slots:
         QVERIFY(hasPseudoTerminal(getpid()));
         ::close(master);
         QVERIFY(!hasPseudoTerminal(getpid()));
+    }
+
+    void theEntryTellsAnEditorWithATerminalFromATerminal_data()
+    {
+        QTest::addColumn<QString>("file"); // %1: the class
+        QTest::addColumn<QByteArray>("lines");
+        QTest::addColumn<QString>("desktopFile");
+        QTest::addColumn<int>("habit");
+        const QByteArray editor = "Categories=Utility;TextEditor;\n";
+        const QByteArray terminal = "Categories=System;TerminalEmulator;\n";
+        const QByteArray claim = "StartupWMClass=%1\n";
+        const QString named = QStringLiteral("org.example.Unheard");
+        QTest::newRow("none") << named << editor << QString() << int(Habit::Unsupported);
+        QTest::newRow("of its class") << QStringLiteral("%1") << editor << QString() << int(Habit::Mixed);
+        QTest::newRow("named") << named << editor << named << int(Habit::Mixed);
+        QTest::newRow("named with its path")
+            << named << editor << QStringLiteral("/opt/org.example.Unheard.desktop") << int(Habit::Mixed);
+        QTest::newRow("claims the class") << named << editor + claim << QString() << int(Habit::Mixed);
+        QTest::newRow("emulator named") << named << terminal << named << int(Habit::Unsupported);
+        QTest::newRow("emulator claims") << named << terminal + claim << QString() << int(Habit::Unsupported);
+    }
+    void theEntryTellsAnEditorWithATerminalFromATerminal()
+    {
+        QFETCH(QString, file);
+        QFETCH(QByteArray, lines);
+        QFETCH(QString, desktopFile);
+        QFETCH(int, habit);
+        // What was found for a class stays.
+        const QString windowClass =
+            QString::fromLatin1(QTest::currentDataTag()).replace(QLatin1Char(' '), QLatin1Char('-'));
+        const Folder folder;
+        folder.write(file.replace(QLatin1String("%1"), windowClass),
+                     lines.replace("%1", windowClass.toUtf8()));
+        const int master = posix_openpt(O_RDWR | O_NOCTTY);
+        const auto closing = qScopeGuard([master] { ::close(master); });
+        WindowIdentity target;
+        target.windowClass = {windowClass, windowClass.toUpper()};
+        target.desktopFile = desktopFile;
+        target.process = getpid();
+        for (int press = 0; press < 2; ++press)
+            QCOMPARE(int(habitOf(target)), habit);
     }
 
     void nothingIsKnownOfNoProcess()

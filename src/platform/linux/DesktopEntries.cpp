@@ -14,6 +14,13 @@ namespace {
 
 constexpr qint64 largestEntry = 256 * 1024; // bytes; real ones have a few thousand
 
+/// Empty for a file that cannot be read or is no entry by its size.
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.size() <= largestEntry ? file.readAll() : QByteArray();
+}
+
 QString messagesLocale()
 {
     for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
@@ -63,6 +70,18 @@ QHash<QString, QString> mainGroup(const QByteArray& content)
     return values;
 }
 
+/// Whether the content may be that of an entry with one of the window classes. To parse an entry, with its
+/// names in all languages, takes many times as long.
+bool mayHaveWindowClass(const QByteArray& content, const QStringList& classes)
+{
+    const qsizetype key = content.indexOf("\nStartupWMClass");
+    if (key < 0)
+        return false;
+    const qsizetype value = content.indexOf('=', key) + 1;
+    const QByteArray windowClass = content.mid(value, content.indexOf('\n', value) - value).trimmed();
+    return !windowClass.isEmpty() && classes.contains(QString::fromUtf8(windowClass), Qt::CaseInsensitive);
+}
+
 /// The path below a folder of entries with dashes for slashes, in lower case.
 QString desktopId(QString path)
 {
@@ -96,21 +115,36 @@ QStringList DesktopEntries::standardFolders()
     return QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
 }
 
+std::optional<DesktopEntry> DesktopEntries::ofWindowClass(const QStringList& folders,
+                                                          const QStringList& classes)
+{
+    for (const QString& folder : folders) {
+        QDirIterator files(folder, {QStringLiteral("*.desktop")}, QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            const QByteArray content = contentOf(files.next());
+            if (!mayHaveWindowClass(content, classes))
+                continue;
+            const auto entry = parseDesktopEntry(content, {});
+            if (entry && classes.contains(entry->startupWindowClass, Qt::CaseInsensitive))
+                return entry;
+        }
+    }
+    return std::nullopt;
+}
+
 void DesktopEntries::read(const std::weak_ptr<Index>& target, const QStringList& folders,
                           const QString& locale)
 {
     for (const QString& folder : folders) {
         QDirIterator files(folder, {QStringLiteral("*.desktop")}, QDir::Files, QDirIterator::Subdirectories);
         while (files.hasNext()) {
-            QFile file(files.next());
-            if (file.size() > largestEntry || !file.open(QIODevice::ReadOnly))
-                continue;
-            const auto entry = parseDesktopEntry(file.readAll(), locale);
+            const QString path = files.next();
+            const auto entry = parseDesktopEntry(contentOf(path), locale);
             const auto index = target.lock();
             if (!index)
                 return;
             if (entry)
-                index->add(desktopId(QDir(folder).relativeFilePath(file.fileName())), *entry);
+                index->add(desktopId(QDir(folder).relativeFilePath(path)), *entry);
         }
     }
 }

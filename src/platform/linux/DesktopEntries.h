@@ -32,6 +32,11 @@ public:
 
     [[nodiscard]] static QStringList standardFolders();
 
+    /// The first entry in `folders` whose window class is one of `classes`, without regard to case. Looks at
+    /// the files themselves, so that a program installed a moment ago is found.
+    [[nodiscard]] static std::optional<DesktopEntry> ofWindowClass(const QStringList& folders,
+                                                                   const QStringList& classes);
+
     /// The localized name under the first of `keys` that an entry has as its id or its window class, without
     /// regard to case; empty when none has. Answers from what has been read so far.
     [[nodiscard]] QString name(const QStringList& keys) const;

@@ -8,7 +8,8 @@ namespace quillmarsh {
 /// is a terminal when its desktop entry says so, or its process has a pseudo-terminal: holds the master's
 /// end, or, where that cannot be seen, has a child that leads a session on one. What a terminal understands
 /// by Copy is then unknown, and Control-C, also with Shift, may interrupt the program in it: nothing is safe.
-/// A program of another kind with a pseudo-terminal is an editor with a terminal in it. A window of another
+/// A program of another kind with a pseudo-terminal is an editor with a terminal in it. The entry is the one
+/// the window names, one with the name of its class, or one that claims its class. A window of another
 /// machine, or of a terminal whose process is hidden from this one, is known by its class only.
 [[nodiscard]] Habit habitOf(const WindowIdentity& target);
 
