@@ -1,5 +1,6 @@
 #include "app/Windows.h"
 
+#include "ai/CloudUsage.h"
 #include "app/Foreground.h"
 #include "app/IdleMemory.h"
 #include "app/MenuBarLabel.h"
@@ -36,6 +37,7 @@ SettingsEnvironment settingsEnvironment(Services& services, InstallationModel& i
         .settings = *services.appSettings,
         .rewrites = *services.rewriteService,
         .oauth = CodexOAuthService::shared(),
+        .cloudUsage = CloudUsage::shared(),
         .updates = *services.updateService,
         .installation = installation,
         .defaults = services.defaults,

@@ -1,6 +1,9 @@
 #include "ui/settings/ConnectionsModel.h"
 
+#include "ai/CloudUsage.h"
 #include "rewrite/AppSettings.h"
+
+#include <QLocale>
 
 namespace quillmarsh {
 
@@ -30,12 +33,14 @@ QVariantMap describe(AIConnectionChoice choice)
 
 } // namespace
 
-ConnectionsModel::ConnectionsModel(AppSettings& settings, CodexOAuthService& oauth, Workspace& workspace,
-                                   const KeychainService& keychain, QObject* parent)
-    : QObject(parent), settings_(settings), apiKey_(settings, workspace, keychain), chatGPT_(oauth, workspace)
+ConnectionsModel::ConnectionsModel(AppSettings& settings, CodexOAuthService& oauth, CloudUsage& usage,
+                                   Workspace& workspace, const KeychainService& keychain, QObject* parent)
+    : QObject(parent), settings_(settings), usage_(usage), apiKey_(settings, workspace, keychain),
+      chatGPT_(oauth, workspace)
 {
     connect(&settings, &AppSettings::providerChanged, this, &ConnectionsModel::choiceChanged);
     connect(&settings, &AppSettings::openaiAuthModeChanged, this, &ConnectionsModel::choiceChanged);
+    connect(&usage, &CloudUsage::quotaChanged, this, &ConnectionsModel::allowanceChanged);
 }
 
 QVariantList ConnectionsModel::choices() const
@@ -70,6 +75,17 @@ QStringList ConnectionsModel::notes() const
     return {u"Your credentials stay securely on this Mac."_s,
             u"Only the assistant you choose is used. No automatic switching."_s,
             u"Cloud routes your text through our server to the configured AI provider or its backup."_s};
+}
+
+QString ConnectionsModel::allowance() const
+{
+    const auto& quota = usage_.quota();
+    if (!quota || quota->limit <= 0)
+        return {};
+    const QLocale locale;
+    const QString left =
+        u"%1 of %2 rewrites left"_s.arg(locale.toString(quota->remaining), locale.toString(quota->limit));
+    return quota->resetsAt ? left + u" · renews "_s + *quota->resetsAt : left;
 }
 
 void ConnectionsModel::choose(int index)

@@ -5,6 +5,8 @@
 
 namespace quillmarsh {
 
+class CloudUsage;
+
 /// The connections section: which assistant handles rewrites, and the panel of the chosen one.
 class ConnectionsModel final : public QObject
 {
@@ -13,6 +15,7 @@ class ConnectionsModel final : public QObject
     Q_PROPERTY(int index READ index NOTIFY choiceChanged)
     Q_PROPERTY(Panel panel READ panel NOTIFY choiceChanged)
     Q_PROPERTY(QStringList notes READ notes CONSTANT)
+    Q_PROPERTY(QString allowance READ allowance NOTIFY allowanceChanged)
     Q_PROPERTY(quillmarsh::APIKeyModel* apiKey READ apiKey CONSTANT)
     Q_PROPERTY(quillmarsh::ChatGPTPanelModel* chatGPT READ chatGPT CONSTANT)
 
@@ -21,7 +24,7 @@ public:
     Q_ENUM(Panel)
 
     /// All outlive the model.
-    ConnectionsModel(AppSettings& settings, CodexOAuthService& oauth, Workspace& workspace,
+    ConnectionsModel(AppSettings& settings, CodexOAuthService& oauth, CloudUsage& usage, Workspace& workspace,
                      const KeychainService& keychain, QObject* parent = nullptr);
 
     /// One map per choice: "title", "subtitle", "symbol".
@@ -29,6 +32,8 @@ public:
     [[nodiscard]] int index() const;
     [[nodiscard]] Panel panel() const;
     [[nodiscard]] QStringList notes() const;
+    /// What the hosted service last reported to be left; empty until it has, and where nothing is counted.
+    [[nodiscard]] QString allowance() const;
     [[nodiscard]] APIKeyModel* apiKey() { return &apiKey_; }
     [[nodiscard]] ChatGPTPanelModel* chatGPT() { return &chatGPT_; }
 
@@ -36,9 +41,11 @@ public:
 
 signals:
     void choiceChanged();
+    void allowanceChanged();
 
 private:
     AppSettings& settings_;
+    CloudUsage& usage_;
     APIKeyModel apiKey_;
     ChatGPTPanelModel chatGPT_;
 };

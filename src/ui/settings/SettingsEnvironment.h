@@ -6,6 +6,7 @@
 namespace quillmarsh {
 
 class AppSettings;
+class CloudUsage;
 class CodexOAuthService;
 class InstallationModel;
 class KeyboardLayout;
@@ -21,6 +22,7 @@ struct SettingsEnvironment
     AppSettings& settings;
     RewriteService& rewrites;
     CodexOAuthService& oauth;
+    CloudUsage& cloudUsage;
     UpdateService& updates;
     InstallationModel& installation;
     UserDefaults& defaults;

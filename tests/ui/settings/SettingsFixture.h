@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ai/CloudUsage.h"
 #include "base/NotificationCenter.h"
 #include "chatgpt/CodexOAuthService.h"
 #include "chatgpt/CodexTokenStore.h"
@@ -68,6 +69,7 @@ public:
         return {rewrite.settings,
                 *rewrite.service,
                 *oauth,
+                cloudUsage,
                 updates,
                 installation,
                 rewrite.defaults,
@@ -113,6 +115,7 @@ public:
     HttpTestServer models;
     QNetworkAccessManager session;
     std::unique_ptr<CodexOAuthService> oauth;
+    CloudUsage cloudUsage;
     UpdateEnvironment updateEnvironment = makeUpdateEnvironment();
     CannedNetwork updateNetwork;
     UpdateService updates{&updateNetwork, updateEnvironment, QStringLiteral("1.0.0"), false};

@@ -101,6 +101,12 @@ auto choose(AIConnectionChoice choice)
     return [choice](Fixture& fixture) { fixture.rewrite.settings.select(choice); };
 }
 
+void reportAllowance(Fixture& fixture)
+{
+    fixture.rewrite.settings.select(AIConnectionChoice::cloud);
+    fixture.cloudUsage.setQuota({1000, 999, QStringLiteral("2026-11-21T00:00:00Z")});
+}
+
 void connectTwo(Fixture& fixture)
 {
     fixture.makeAccounts(
@@ -327,6 +333,8 @@ std::vector<WindowState> makeStates()
          fiveActions + QStringList{"Another program uses", "Choose a different shortcut."}, refuse},
 
         {"connections-cloud", Section::connections, cloud, cloudChoice},
+        {"connections-cloud-allowance", Section::connections,
+         cloud + QStringList{"999 of 1,000 rewrites left · renews 2026-11-21T00:00:00Z"}, reportAllowance},
         {"connections-chatgpt", Section::connections, invitation + QStringList{"Continue with ChatGPT"},
          chatGPTChoice},
         {"connections-signing-in", Section::connections,

@@ -102,6 +102,20 @@ private slots:
                          "backup."}));
     }
 
+    void theAllowanceIsWhatTheServiceReportedLast()
+    {
+        ConnectionsModel& model = *models_->connections();
+        const QSignalSpy changes(&model, &ConnectionsModel::allowanceChanged);
+        QCOMPARE(model.allowance(), QString());
+        fixture_->cloudUsage.setQuota({1000, 999, std::nullopt});
+        QCOMPARE(model.allowance(), QStringLiteral("999 of 1,000 rewrites left"));
+        fixture_->cloudUsage.setQuota({1000, 0, QStringLiteral("tomorrow, 9:00")});
+        QCOMPARE(model.allowance(), QStringLiteral("0 of 1,000 rewrites left · renews tomorrow, 9:00"));
+        fixture_->cloudUsage.setQuota({0, 0, QStringLiteral("never")});
+        QCOMPARE(model.allowance(), QString());
+        QCOMPARE(changes.count(), 3);
+    }
+
     void aKeyIsStoredWithoutTheSpaceAroundIt_data()
     {
         QTest::addColumn<int>("choice");

@@ -111,6 +111,18 @@ private slots:
         expectTexts(expected);
     }
 
+    void theAllowanceAppearsAndStaysCurrent()
+    {
+        driver_->open();
+        driver_->select(SettingsSection::connections);
+        QVERIFY(!driver_->item("allowance"));
+        fixture_->cloudUsage.setQuota({100, 99, std::nullopt});
+        driver_->settle();
+        expectTexts({"99 of 100 rewrites left"});
+        fixture_->cloudUsage.setQuota({100, 0, QStringLiteral("2026-11-21")});
+        expectTexts({"0 of 100 rewrites left · renews 2026-11-21"});
+    }
+
     void theChatGPTPanelByState()
     {
         fixture_->rewrite.settings.select(AIConnectionChoice::chatgpt);
