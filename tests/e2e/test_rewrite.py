@@ -115,6 +115,44 @@ class RewriteTest(harness.RunningProduct):
         self.assertFalse(self.panel.is_shown())
         self.assertEqual(len(self.back_end.requests), 1)
 
+    def test_second_press_with_the_modifiers_held_cancels(self):
+        """The copy has lifted them: the letter alone would go over the selection."""
+        self.editor = harness.text_field("one two", self.keyboard)
+        self.editor.select_all()
+        self.back_end.hold()
+        self.keyboard.down("Shift_L Super_L")
+        self.keyboard.chord("r")
+        self.back_end.expect_request()
+        self.keyboard.chord("r")
+        self.panel.wait_until_gone()
+        self.keyboard.up("Super_L Shift_L")
+        self.back_end.release()
+        time.sleep(1.3)
+        self.assertEqual(self.editor.text(), "one two")
+        self.keyboard.expect_nothing_down()
+        self.editor.select("r")
+        self.editor.expect("r")
+
+    def test_window_changes_while_waiting(self):
+        """To another one of the same program, where something else is selected."""
+        beside = pathlib.Path(os.environ["HOME"]) / "beside"
+        beside.write_text("precious words")
+        field = [harness.BUILD / "bin" / "text-field", "{file}", "--beside", str(beside)]
+        self.editor = harness.Editor(field, "Text field", "one two", self.keyboard)
+        self.editor.select_all()
+        self.back_end.hold()
+        self.rewrite()
+        self.back_end.expect_request()
+        other = wait_until(lambda: harness.windows("Other field"), "the other window")[0]
+        harness.run("xdotool", "windowactivate", other)
+        wait_until(lambda: str(harness.active_window()) == other, "the other window in front")
+        self.panel.hold()
+        self.back_end.release()
+        self.panel.expect("Copied to clipboard")
+        self.assertEqual(harness.clipboard(), "ONE TWO")
+        self.editor.settle()
+        self.assertEqual((self.editor.text(), beside.read_text()), ("one two", "precious words"))
+
     def test_application_changes_while_waiting(self):
         first = harness.text_field("one two", self.keyboard)
         with contextlib.closing(first):

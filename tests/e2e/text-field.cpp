@@ -1,6 +1,6 @@
-// A plain Qt 6 text field for the end-to-end tests: text-field TEXTFILE [KEYLOG | --password]. It starts with
-// the file's text, writes the file anew at every change, and appends each key press it receives to the key
-// log.
+// A plain Qt 6 text field for the end-to-end tests: text-field TEXTFILE [KEYLOG | --password | --beside FILE]
+// It starts with the file's text, writes the file anew at every change, and appends each key press it
+// receives to the key log. Beside it, another field in a window of its own may hold FILE, all of it selected.
 #include <QApplication>
 #include <QFile>
 #include <QKeyEvent>
@@ -16,6 +16,12 @@ void write(const QString& path, const QByteArray& bytes, QIODevice::OpenMode mod
     QFile file(path);
     if (file.open(QIODevice::WriteOnly | mode))
         file.write(bytes);
+}
+
+QString read(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
 class KeyLog final : public QObject
@@ -65,16 +71,27 @@ int showEditor(const QString& path, const QString& text, const QString& keyLog)
     return show(editor);
 }
 
+int showTwo(const QString& path, const QString& text, const QString& otherPath)
+{
+    QPlainTextEdit other(read(otherPath));
+    QObject::connect(&other, &QPlainTextEdit::textChanged, &other,
+                     [&] { write(otherPath, other.toPlainText().toUtf8(), QIODevice::Truncate); });
+    other.setWindowTitle(QStringLiteral("Other field"));
+    other.selectAll();
+    other.show();
+    return showEditor(path, text, {});
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
     const QString path = QApplication::arguments().value(1), option = QApplication::arguments().value(2);
-    QFile file(path);
-    const QString text = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-    file.close();
+    const QString text = read(path);
     if (option == QLatin1String("--password"))
         return showPassword(path, text);
+    if (option == QLatin1String("--beside"))
+        return showTwo(path, text, QApplication::arguments().value(3));
     return showEditor(path, text, option);
 }
