@@ -37,6 +37,7 @@ void Services::create(std::function<void()> quit)
     appSettings = std::make_unique<AppSettings>(defaults);
     overlay = std::make_unique<RewriteOverlayController>(*platform.panelWindow, *platform.appearance);
     createAccountConnection();
+    followAccountEmail();
     createRewriteService();
     updateService = std::make_unique<UpdateService>(&sharedUrlSession(), updateEnvironment());
 }
@@ -52,6 +53,17 @@ void Services::createAccountConnection()
     environment.isOfAnotherUser = isOfAnotherUser;
     CodexOAuthService::installShared(
         std::make_unique<CodexOAuthService>(environment, CodexOAuthService::StoredState::load));
+}
+
+void Services::followAccountEmail()
+{
+    CodexOAuthService& accounts = CodexOAuthService::shared();
+    const auto follow = [this, &accounts] {
+        const auto active = accounts.tokens();
+        appSettings->setChatgptEmail(active ? active->email.value_or(QString()) : QString());
+    };
+    QObject::connect(&accounts, &CodexOAuthService::profilesChanged, appSettings.get(), follow);
+    QObject::connect(&accounts, &CodexOAuthService::activeClientIDChanged, appSettings.get(), follow);
 }
 
 void Services::createRewriteService()

@@ -44,6 +44,7 @@ struct Services
 
 private:
     void createAccountConnection();
+    void followAccountEmail();
     void createRewriteService();
 
     std::function<void()> quit_;

@@ -1,6 +1,7 @@
 #include "app/Services.h"
 #include "app/Windows.h"
 #include "base/NotificationCenter.h"
+#include "chatgpt/CodexOAuthService.h"
 #include "overlay/RewriteOverlayController.h"
 #include "rewrite/AppSettings.h"
 #include "rewrite/RewriteService.h"
@@ -59,6 +60,15 @@ struct Stage
     int quits = 0;
 };
 
+CodexTokens account(const char* clientID, const char* email)
+{
+    CodexTokens tokens;
+    tokens.clientID = QLatin1String(clientID);
+    tokens.accessToken = QStringLiteral("access");
+    tokens.email = QLatin1String(email);
+    return tokens;
+}
+
 } // namespace
 
 /// The start of the services and what opens the settings window, through the real classes.
@@ -70,6 +80,7 @@ private slots:
     void initTestCase() { QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); }
 
     void theServicesStartOnce();
+    void theConnectedAccountsEmailIsRemembered();
     void aFailuresButtonOpensItsSection_data();
     void aFailuresButtonOpensItsSection();
     void aFailuresButtonTurnsAnOpenWindowToItsSection();
@@ -95,6 +106,26 @@ void tst_Windows::theServicesStartOnce()
     QCOMPARE(taps.size(), 1U);
     QVERIFY(!taps.front()->invalidated);
     QCOMPARE(checks.count(), 2);
+}
+
+void tst_Windows::theConnectedAccountsEmailIsRemembered()
+{
+    Stage stage;
+    CodexOAuthService& accounts = CodexOAuthService::shared();
+    const auto email = [&stage] { return stage.services.defaults.string("openai-chatgpt-email"); };
+    test::runTask(accounts.save(account("one", "one@example.com")));
+    QCOMPARE(email(), std::nullopt); // none is active yet
+    accounts.selectProfile(QStringLiteral("one"));
+    QCOMPARE(email(), QStringLiteral("one@example.com"));
+    test::runTask(accounts.save(account("one", "new@example.com")));
+    QCOMPARE(email(), QStringLiteral("new@example.com"));
+    test::runTask(accounts.save(account("two", "two@example.com")));
+    QCOMPARE(email(), QStringLiteral("new@example.com"));
+    accounts.selectProfile(QStringLiteral("two"));
+    QCOMPARE(email(), QStringLiteral("two@example.com"));
+    QCOMPARE(stage.services.appSettings->chatgptEmail(), email());
+    accounts.selectProfile(QString());
+    QCOMPARE(email(), QString());
 }
 
 void tst_Windows::aFailuresButtonOpensItsSection_data()
