@@ -64,8 +64,21 @@ struct Stage
         controller->finish(title, detail, true, action, [this] { ++actions; });
         settle();
     }
-    /// Waits until the panel has its size and the layouts have changed places.
-    void settle() { QTest::qWait(450); }
+    /// Waits until the panel has its size and the layouts have changed places, for longer than either lasts.
+    void settle()
+    {
+        QTest::qWait(450);
+        QTRY_VERIFY(isAtRest()); // a busy machine may have left out the last step so far
+    }
+    bool isAtRest()
+    {
+        const QQuickItem* surface = window().rootObject()->childItems().constLast();
+        const auto isInPlace = [](const QQuickItem* layout) {
+            return layout->opacity() == (layout->isEnabled() ? 1 : 0);
+        };
+        return window().size() == controller->state().windowSize().toSize() &&
+               std::ranges::all_of(surface->childItems(), isInPlace);
+    }
     /// A picture of the panel on a grey desk: the offscreen platform keeps no transparency.
     QImage grab(const QString& name)
     {
@@ -235,8 +248,8 @@ private slots:
         stage.show();
         QTest::mouseMove(&stage.window(), {40, 30});
         QTest::qWait(250);
+        QTRY_VERIFY(stage.orb()->opacity() < 0.5);
         stage.grab(QStringLiteral("working-hovered"));
-        QVERIFY(stage.orb()->opacity() < 0.5);
     }
 
     void success()
@@ -573,7 +586,7 @@ private slots:
         stage.show();
         QTest::qWait(200);
         QVERIFY(stage.window().isVisible());
-        QCOMPARE(stage.window().opacity(), 1.0);
+        QTRY_COMPARE(stage.window().opacity(), 1.0);
     }
 
     void aTransitionBeginsWhereThePanelIs()
@@ -581,11 +594,14 @@ private slots:
         Stage stage;
         stage.show();
         stage.fail({}, {});
-        stage.show();
         std::vector<int> heights;
         connect(&stage.window(), &QWindow::heightChanged, &stage.window(),
                 [&heights](int height) { heights.push_back(height); });
-        stage.fail({}, {});
+        for (int round = 0; round < 5 && heights.size() <= 3; ++round) { // a busy machine leaves out steps
+            stage.show();
+            heights.clear();
+            stage.fail({}, {});
+        }
         QVERIFY(heights.size() > 3);
         QVERIFY(std::is_sorted(heights.begin(), heights.end()));
         QCOMPARE(heights.back(), 104);
