@@ -71,6 +71,67 @@ private slots:
         QCOMPARE(int(*known), habit);
     }
 
+    void editorsWhoseTerminalIsElsewhereAreKnownByTheirClass_data()
+    {
+        QTest::addColumn<QString>("windowClass");
+        for (const char* name :
+             {"Code", "Code - Insiders", "Code - OSS", "code-oss", "VSCodium", "VSCodium - Insiders",
+              "codium", "Cursor", "Windsurf", "Windsurf - Next", "Positron", "Kiro", "Antigravity"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+    void editorsWhoseTerminalIsElsewhereAreKnownByTheirClass()
+    {
+        QFETCH(QString, windowClass);
+        const auto habit = knownHabit({windowClass.toLower(), windowClass});
+        QVERIFY(habit);
+        QCOMPARE(strokesFor(Gesture::Copy, *habit),
+                 (std::vector<KeyStroke>{{XKB_KEY_Insert, ModifierFlags::control}}));
+        QCOMPARE(strokesFor(Gesture::Paste, *habit),
+                 (std::vector<KeyStroke>{{XKB_KEY_v, ModifierFlags::control}}));
+    }
+
+    void noKeyIsPressedInAWindowOfAnotherMachine_data()
+    {
+        QTest::addColumn<QString>("windowClass");
+        for (const char* name : {"rdesktop",
+                                 "xfreerdp",
+                                 "RAIL",
+                                 "krdc",
+                                 "Vinagre",
+                                 "Remmina",
+                                 "Vncviewer",
+                                 "Gvncviewer",
+                                 "gnome-boxes",
+                                 "org.gnome.Boxes",
+                                 "gnome-connections",
+                                 "org.gnome.Connections",
+                                 "Xephyr",
+                                 "X2GoAgent",
+                                 "NXAgent",
+                                 "nxplayer.bin",
+                                 "Wfica",
+                                 "Vmware-view",
+                                 "looking-glass-client",
+                                 "VirtualBox Machine",
+                                 "Qemu-system-x86_64",
+                                 "Qemu-system-aarch64",
+                                 "qemu-system-riscv64",
+                                 "qemu-kvm",
+                                 "qemu"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+    void noKeyIsPressedInAWindowOfAnotherMachine()
+    {
+        QFETCH(QString, windowClass);
+        for (const WindowClass& names :
+             {WindowClass{windowClass, {}}, WindowClass{QStringLiteral("x"), windowClass}}) {
+            const auto habit = knownHabit(names);
+            QVERIFY(habit);
+            for (const Gesture gesture : {Gesture::Copy, Gesture::Paste})
+                QVERIFY(strokesFor(gesture, *habit).empty());
+        }
+    }
+
     void noGestureOfATerminalInterrupts()
     {
         for (const Habit habit : {Habit::Terminal, Habit::AltTerminal, Habit::Mixed, Habit::Unsupported}) {
@@ -85,6 +146,8 @@ private slots:
     void partsOfAClassAreNoMatch()
     {
         QVERIFY(!knownHabit({QStringLiteral("stardict"), QStringLiteral("Stellarium")}));
+        QVERIFY(!knownHabit({QStringLiteral("codeblocks"), QStringLiteral("Codeblocks")}));
+        QVERIFY(!knownHabit({QStringLiteral("aqemu"), QStringLiteral("aqemu-system-x")}));
         QVERIFY(!knownHabit({}));
     }
 

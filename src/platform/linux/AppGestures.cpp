@@ -23,9 +23,19 @@ struct Entry
 // class with "st" in it for a terminal.
 constexpr auto table = std::to_array<Entry>({
     // Editors with a terminal in a process of its own, which cannot be found from the window.
+    {"antigravity", Habit::Mixed},
     {"code", Habit::Mixed},
+    {"code - insiders", Habit::Mixed},
+    {"code - oss", Habit::Mixed},
     {"code-oss", Habit::Mixed},
+    {"codium", Habit::Mixed},
+    {"cursor", Habit::Mixed},
+    {"kiro", Habit::Mixed},
+    {"positron", Habit::Mixed},
     {"vscodium", Habit::Mixed},
+    {"vscodium - insiders", Habit::Mixed},
+    {"windsurf", Habit::Mixed},
+    {"windsurf - next", Habit::Mixed},
     {"alacritty", Habit::Terminal},
     {"com.github.amezin.ddterm", Habit::Terminal},
     {"com.raggesilver.blackbox", Habit::Terminal},
@@ -83,21 +93,37 @@ constexpr auto table = std::to_array<Entry>({
     {"xedit", Habit::Unsupported},
     // The keys go to a guest or a remote machine, whose clipboard arrives late or never.
     {"anydesk", Habit::Unsupported},
+    {"gnome-boxes", Habit::Unsupported},
+    {"gnome-connections", Habit::Unsupported},
+    {"gvncviewer", Habit::Unsupported},
+    {"krdc", Habit::Unsupported},
+    {"looking-glass-client", Habit::Unsupported},
+    {"nxagent", Habit::Unsupported},
+    {"nxplayer.bin", Habit::Unsupported},
+    {"org.gnome.boxes", Habit::Unsupported},
+    {"org.gnome.connections", Habit::Unsupported},
     {"org.remmina.remmina", Habit::Unsupported},
     {"qemu", Habit::Unsupported},
-    {"qemu-system-x86_64", Habit::Unsupported},
+    {"qemu-kvm", Habit::Unsupported},
+    {"rail", Habit::Unsupported},
+    {"rdesktop", Habit::Unsupported},
     {"remmina", Habit::Unsupported},
     {"remote-viewer", Habit::Unsupported},
     {"rustdesk", Habit::Unsupported},
     {"spicy", Habit::Unsupported},
     {"teamviewer", Habit::Unsupported},
+    {"vinagre", Habit::Unsupported},
     {"virt-manager", Habit::Unsupported},
     {"virt-viewer", Habit::Unsupported},
     {"virtualbox machine", Habit::Unsupported},
     {"virtualboxvm", Habit::Unsupported},
     {"vmplayer", Habit::Unsupported},
     {"vmware", Habit::Unsupported},
+    {"vmware-view", Habit::Unsupported},
     {"vncviewer", Habit::Unsupported},
+    {"wfica", Habit::Unsupported},
+    {"x2goagent", Habit::Unsupported},
+    {"xephyr", Habit::Unsupported},
     {"xfreerdp", Habit::Unsupported},
 });
 
@@ -121,6 +147,8 @@ std::optional<Habit> knownHabit(const WindowClass& windowClass)
                                         [&lower](const Entry& entry) { return lower == entry.windowClass; });
         if (found != table.end())
             return found->habit;
+        if (lower.startsWith("qemu-system-")) // one for each kind of processor
+            return Habit::Unsupported;
         // gnome-terminal-server, xfce4-terminal, mate-terminal, deepin-terminal, lxterminal and their kin.
         if (lower.contains("terminal"))
             return Habit::Terminal;
