@@ -7,6 +7,8 @@
 #include "rewrite/AppSettings.h"
 #include "rewrite/TextLength.h"
 
+#include <algorithm>
+
 namespace quillmarsh {
 
 namespace {
@@ -22,6 +24,16 @@ QString nameOf(const std::optional<RunningApplication>& application)
 {
     const bool named = application && !application->localizedName.isEmpty();
     return named ? application->localizedName : QStringLiteral("Done");
+}
+
+/// The break that ends a selected line keeps the next one apart, and assistants drop it: an answer without
+/// any blank at its end gets the selection's back.
+QString withLineBreakOf(const QString& text, QString answer)
+{
+    const auto lastWritten = std::find_if(text.crbegin(), text.crend(), [](QChar c) { return !c.isSpace(); });
+    const QString end = text.last(lastWritten - text.crbegin());
+    const bool endsLine = end.contains(QLatin1Char('\n')) || end.contains(QLatin1Char('\r'));
+    return endsLine && !answer.back().isSpace() ? answer + end : answer;
 }
 
 Task<> waitBeforePaste(ClipboardService clipboard)
@@ -222,7 +234,10 @@ Task<QString> RewriteService::requireResult(ProviderSelection provider, QString 
         if (isLongerThan(text, maximumLength))
             throw AIError::textTooLong();
         const auto backEnd = environment_.makeBackEnd(provider.provider, provider.mode);
-        co_return co_await backEnd->rewriteText(text, provider.apiKey, instruction, stop);
+        QString answer = co_await backEnd->rewriteText(text, provider.apiKey, instruction, stop);
+        if (answer.trimmed().isEmpty()) // it would delete what the user wrote
+            throw AIError::invalidResponse();
+        co_return withLineBreakOf(text, std::move(answer));
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {

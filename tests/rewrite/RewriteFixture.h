@@ -101,6 +101,7 @@ public:
         co_return tokens;
     }
     static Task<QString> shout(QString text, std::stop_token) { co_return text.toUpper(); }
+    static Task<QString> say(QString answer) { co_return answer; }
     static Task<QString> failWith(QString message)
     {
         co_await sleepFor(std::chrono::milliseconds(1));

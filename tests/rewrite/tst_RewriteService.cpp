@@ -346,6 +346,55 @@ private slots:
         QCOMPARE(fixture_->settings.completedRewriteCount(), 0);
     }
 
+    void anAnswerOfNothingIsAFailure_data()
+    {
+        QTest::addColumn<QString>("answer");
+        QTest::newRow("empty") << QString();
+        QTest::newRow("blanks") << QStringLiteral(" \n\t");
+    }
+    void anAnswerOfNothingIsAFailure()
+    {
+        QFETCH(QString, answer);
+        fixture_->script->reply = [answer](const QString&, const std::stop_token&) {
+            return RewriteFixture::say(answer);
+        };
+        rewrite();
+        expectFailure("Couldn’t rewrite", "Invalid response from AI service");
+        QVERIFY(!fixture_->pasted());
+        QVERIFY(fixture_->platform.pasteboard->sets.empty());
+    }
+
+    void theLineBreakThatEndsTheSelectionIsKept_data()
+    {
+        QTest::addColumn<QString>("selected");
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<QString>("pasted");
+        const auto row = [](const char* name, const char* selected, const char* answer, const char* pasted) {
+            QTest::newRow(name) << QString::fromUtf8(selected) << QString::fromUtf8(answer)
+                                << QString::fromUtf8(pasted);
+        };
+        row("dropped", "one line\n", "One line.", "One line.\n");
+        row("several", "one\ntwo \n\n", "One\nTwo", "One\nTwo \n\n");
+        row("of another system", "one\r\n", "One", "One\r\n");
+        row("given back", "one\n", "One\n", "One\n");
+        row("none selected", "one ", "One", "One");
+        row("more than selected", "one", "One\n", "One\n");
+        row("in front", "\n  one", "One", "One");
+    }
+    void theLineBreakThatEndsTheSelectionIsKept()
+    {
+        QFETCH(QString, selected);
+        QFETCH(QString, answer);
+        fixture_->selection = selected;
+        fixture_->script->reply = [answer](const QString&, const std::stop_token&) {
+            return RewriteFixture::say(answer);
+        };
+        rewrite();
+        QTEST(fixture_->platform.pasteboard->text.value_or(QString()), "pasted");
+        QCOMPARE(fixture_->script->texts, QStringList{selected});
+        expectSuccess("Text rewritten", "Editor");
+    }
+
     void aBackEndThatGivesUpByItselfIsAFailure()
     {
         fixture_->script->reply = [](const QString&, const std::stop_token&) { return giveUp(); };
