@@ -66,6 +66,11 @@ bool PasteGuard::isDue() const
     return sincePlaced_.isValid() && sincePlaced_.elapsed() <= pasteIsDueMs;
 }
 
+bool PasteGuard::isOverdue() const
+{
+    return sincePlaced_.isValid() && !isDue();
+}
+
 bool PasteGuard::mayReclaim()
 {
     if (!sincePaste_.isValid() || takenByUser_)

@@ -28,6 +28,8 @@ public:
 
     /// Whether the text placed last is still about to be pasted.
     [[nodiscard]] bool isDue() const;
+    /// Whether too much time has gone by for the text placed last to be claimed back.
+    [[nodiscard]] bool isOverdue() const;
     /// Whether the user copied something himself since it was placed.
     [[nodiscard]] bool isTakenByUser() const;
     /// Whether the clipboard may be claimed back during this paste, once more. Ends the guard after the

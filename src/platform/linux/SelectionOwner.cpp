@@ -107,8 +107,10 @@ std::optional<QByteArray> SelectionOwner::ownText() const
 bool SelectionOwner::secureForPaste(xcb_window_t target)
 {
     connection_.synchronize();
+    if (guard_.isOverdue())
+        return owning_;
     if (!guard_.isDue())
-        return true;
+        return true; // nothing of ours is to be pasted
     if (!owning_ && guard_.isTakenByUser())
         return false;
     guard_.pasteBegins(target);
