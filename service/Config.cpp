@@ -75,7 +75,6 @@ void readUpstream(UpstreamConfig& upstream, IniFile& file, const std::string& se
     upstream.model = file.text(section + ".model", upstream.model);
     upstream.connectLimit = seconds(file.number(section + ".connect_seconds", 5, 1, 60));
     upstream.answerLimit = seconds(file.number(section + ".answer_seconds", 30, 1, 300));
-    upstream.maximumTokens = static_cast<int>(file.number(section + ".max_tokens", 8192, 64, 1'000'000));
     upstream.breakerFailures = static_cast<int>(file.number(section + ".breaker_failures", 5, 1, 1000));
     upstream.breakerPause = seconds(file.number(section + ".breaker_seconds", 30, 1, 3600));
 }
@@ -98,6 +97,8 @@ void readEngines(Config& config, IniFile& file)
     config.dictionary = file.text("offline.dictionary", config.dictionary);
     readUpstream(config.openai, file, "openai");
     readUpstream(config.anthropic, file, "anthropic");
+    config.anthropic.maximumTokens =
+        static_cast<int>(file.number("anthropic.max_tokens", config.anthropic.maximumTokens, 64, 1'000'000));
 }
 
 void readUpdates(UpdateConfig& updates, IniFile& file)

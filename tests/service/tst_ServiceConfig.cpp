@@ -62,6 +62,12 @@ TEST(Config, SecretsComeFromTheEnvironmentOnly)
     EXPECT_NE(failureOf("[openai]\nkey = k\n"), "");
 }
 
+TEST(Config, OnlyTheEngineThatSendsALimitOfTokensTakesOne)
+{
+    EXPECT_EQ(read("[anthropic]\nmax_tokens = 100\n").anthropic.maximumTokens, 100);
+    EXPECT_EQ(failureOf("[openai]\nmax_tokens = 100\n"), "test.ini:2: unknown key openai.max_tokens");
+}
+
 TEST(Config, NamesTheLineOfAMistake)
 {
     EXPECT_EQ(failureOf("[server]\nport = 99999\n"),
