@@ -10,7 +10,6 @@ namespace quillmarsh {
 /// Status of a secret-store call: 0, or a negative code of the Keychain family.
 using OSStatus = qint32;
 inline constexpr OSStatus errSecSuccess = 0;
-inline constexpr OSStatus errSecUserCanceled = -128;   ///< the user dismissed the unlock prompt
 inline constexpr OSStatus errSecIO = -36;              ///< the store answered something unexpected
 inline constexpr OSStatus errSecNotAvailable = -25291; ///< no secret service, or no session bus
 inline constexpr OSStatus errSecDuplicateItem = -25299;
@@ -26,7 +25,6 @@ inline constexpr OSStatus errSecInteractionNotAllowed = -25308; ///< the store i
     case errSecItemNotFound:
         return "there is no such item";
     case errSecInteractionNotAllowed:
-    case errSecUserCanceled:
         return "the secret store is locked";
     case errSecNotAvailable:
         return "no secret store is available";
