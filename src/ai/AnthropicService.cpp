@@ -31,10 +31,7 @@ QByteArray requestBody(const QString& text, const std::optional<QString>& instru
 
 QUrl AnthropicService::endpoint() const
 {
-    const QUrl url(Deployment::current().anthropicApiBase + QStringLiteral("/v1/messages"));
-    if (!url.isValid() || url.host().isEmpty())
-        qFatal("The messages address is not a URL");
-    return url;
+    return fixedUrl(Deployment::current().anthropicApiBase + QStringLiteral("/v1/messages"));
 }
 
 Task<QString> AnthropicService::rewriteText(QString text, QString apiKey, std::optional<QString> instruction,

@@ -96,7 +96,7 @@ CloudAIService::CloudAIService(QNetworkAccessManager& session, TokenSource insta
 
 QUrl CloudAIService::endpoint() const
 {
-    return QUrl(Deployment::current().cloudOrigin + QStringLiteral("/api/rewrite"));
+    return fixedUrl(Deployment::current().cloudOrigin + QStringLiteral("/api/rewrite"));
 }
 
 Task<QString> CloudAIService::rewriteText(QString text, QString, std::optional<QString> instruction,

@@ -28,12 +28,9 @@ QByteArray requestBody(const QString& model, const QString& text, const std::opt
 
 } // namespace
 
-OpenAIChatService::OpenAIChatService(QNetworkAccessManager& session, QString apiUrl, QString model)
-    : session_(&session), apiUrl_(std::move(apiUrl)), model_(std::move(model))
-{
-    if (!QUrl(apiUrl_).isValid())
-        qFatal("The chat-completions address is not a URL");
-}
+OpenAIChatService::OpenAIChatService(QNetworkAccessManager& session, const QString& apiUrl, QString model)
+    : session_(&session), apiUrl_(fixedUrl(apiUrl)), model_(std::move(model))
+{}
 
 Task<QString> OpenAIChatService::rewriteText(QString text, QString apiKey, std::optional<QString> instruction,
                                              std::stop_token stop)

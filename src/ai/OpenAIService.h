@@ -12,15 +12,15 @@ class OpenAIChatService final : public AIServiceProtocol
 {
 public:
     /// `apiUrl` is the full endpoint address, `model` the model identifier.
-    OpenAIChatService(QNetworkAccessManager& session, QString apiUrl, QString model);
+    OpenAIChatService(QNetworkAccessManager& session, const QString& apiUrl, QString model);
 
     Task<QString> rewriteText(QString text, QString apiKey, std::optional<QString> instruction,
                               std::stop_token stop) override;
-    [[nodiscard]] QUrl endpoint() const override { return QUrl(apiUrl_); }
+    [[nodiscard]] QUrl endpoint() const override { return apiUrl_; }
 
 private:
     QNetworkAccessManager* session_;
-    QString apiUrl_;
+    QUrl apiUrl_;
     QString model_;
 };
 

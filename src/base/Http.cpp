@@ -112,6 +112,14 @@ QNetworkAccessManager& sharedUrlSession()
     return *session;
 }
 
+QUrl fixedUrl(const QString& address)
+{
+    QUrl url(address);
+    if (!url.isValid() || url.host().isEmpty())
+        qFatal("The address of a back end is not a URL");
+    return url;
+}
+
 QNetworkRequest makeRequest(const QUrl& url, std::chrono::milliseconds timeout)
 {
     QNetworkRequest request(url);

@@ -34,6 +34,10 @@ struct HttpResponse
 /// no cookie is kept. Main thread only; lives as long as the application object.
 [[nodiscard]] QNetworkAccessManager& sharedUrlSession();
 
+/// The address of a back end, which the build or a checked setting fixes: one that is no URL with a host is a
+/// fault of the program and ends it.
+[[nodiscard]] QUrl fixedUrl(const QString& address);
+
 /// A request as this product sends them: no redirect is followed (a credential never travels to another
 /// origin), no cookies, HTTP/1.1. `timeout` is the longest time without a byte in either direction.
 [[nodiscard]] QNetworkRequest makeRequest(const QUrl& url, std::chrono::milliseconds timeout);

@@ -6,6 +6,9 @@
 #include <QNetworkAccessManager>
 #include <QTest>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 using namespace quillmarsh;
 using namespace quillmarsh::test;
 using namespace std::chrono_literals;
@@ -15,6 +18,35 @@ class tst_Http final : public QObject
     Q_OBJECT
 
 private slots:
+    void aFixedAddressIsAUrl()
+    {
+        QCOMPARE(fixedUrl(QStringLiteral("http://127.0.0.1:8787/api/rewrite")).path(),
+                 QStringLiteral("/api/rewrite"));
+    }
+
+    void whatIsNoUrlEndsTheProgram_data()
+    {
+        QTest::addColumn<QString>("address");
+        for (const char* address : {"", "/v1/messages", "https:///v1", "https://[host", "words"})
+            QTest::newRow(address) << QString::fromLatin1(address);
+    }
+    void whatIsNoUrlEndsTheProgram()
+    {
+        QFETCH(QString, address);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString&) {
+                ::_exit(type == QtFatalMsg ? 42 : 1);
+            });
+            std::ignore = fixedUrl(address);
+            ::_exit(0);
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(child, &status, 0), child);
+        QVERIFY(WIFEXITED(status));
+        QCOMPARE(WEXITSTATUS(status), 42);
+    }
+
     void anAnswerWithoutEndIsNotCollected_data()
     {
         QTest::addColumn<QByteArray>("method");
