@@ -24,11 +24,22 @@ void wakeEventLoop(int)
     errno = errorOfTheInterrupted;
 }
 
+bool openPipe()
+{
+    if (::pipe(pipeEnds.data()) != 0)
+        return false;
+    for (const int end : pipeEnds) {
+        ::fcntl(end, F_SETFD, FD_CLOEXEC);
+        ::fcntl(end, F_SETFL, O_NONBLOCK);
+    }
+    return true;
+}
+
 } // namespace
 
 QuitSignals::QuitSignals(QObject* parent) : QObject(parent)
 {
-    if (::pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+    if (!openPipe())
         return;
     notifier_ = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
     connect(notifier_.get(), &QSocketNotifier::activated, this, [this] {
