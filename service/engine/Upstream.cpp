@@ -34,8 +34,7 @@ milliseconds leftUntil(Engine::Deadline deadline)
 bool deservesRetry(const PostReply& reply)
 {
     // a time-out is not retried: the request may have been heard, and the user has waited long enough
-    return !reply.timedOut && reply.body.empty() ? reply.status == 0 || reply.status >= 500
-                                                 : reply.status >= 500;
+    return reply.status >= 500 || (reply.status == 0 && !reply.timedOut && reply.body.empty());
 }
 
 } // namespace

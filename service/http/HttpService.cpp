@@ -65,6 +65,21 @@ bool hasBody(const Request& request)
            request.has_header("Transfer-Encoding");
 }
 
+std::optional<Problem> objectionTo(const Request& request)
+{
+    if (isEncoded(request)) { // decompressing would let a small body become a huge one
+        return Problem{415, "unsupported_encoding", "Compressed requests aren’t accepted."};
+    }
+    if (!isJson(request)) {
+        return Problem{415, "unsupported_media_type",
+                       "The request must have the content type application/json."};
+    }
+    if (request.get_header_value<std::uint64_t>("Content-Length") > maximumBody) {
+        return tooLarge;
+    }
+    return std::nullopt;
+}
+
 /// A body that nobody reads must not be taken for the next request of the connection.
 httplib::Server::HandlerResponse checkOtherRequest(const Request& request, Response& response)
 {
@@ -138,28 +153,17 @@ httplib::Server::HandlerResponse HttpService::checkRequest(const Request& reques
     if (request.method != "POST" || request.path != rewritePath) {
         return checkOtherRequest(request, response);
     }
-    bool refused = true;
-    if (!rewrites_.admit(request, response)) {
-        // the answer is written
-    } else if (isEncoded(request)) {
-        // decompressing would let a small body become a huge one
-        rewrites_.refuse(request, {415, "unsupported_encoding", "Compressed requests aren’t accepted."},
-                         response);
-    } else if (!isJson(request)) {
-        rewrites_.refuse(
-            request,
-            {415, "unsupported_media_type", "The request must have the content type application/json."},
-            response);
-    } else if (request.get_header_value<std::uint64_t>("Content-Length") > maximumBody) {
-        rewrites_.refuse(request, tooLarge, response);
-    } else {
-        refused = false;
+    const bool admitted = rewrites_.admit(request, response);
+    const std::optional<Problem> problem = admitted ? objectionTo(request) : std::nullopt;
+    if (admitted && !problem) {
+        return Verdict::Unhandled;
     }
-    if (refused) {
-        abandonRequest();
-        metrics_.countAnswer("rewrite", response.status, {});
+    if (problem) {
+        rewrites_.refuse(request, *problem, response);
     }
-    return refused ? Verdict::Handled : Verdict::Unhandled;
+    abandonRequest();
+    metrics_.countAnswer("rewrite", response.status, {});
+    return Verdict::Handled;
 }
 
 void HttpService::rewrite(const Request& request, Response& response, const httplib::ContentReader& reader)
