@@ -9,9 +9,8 @@ namespace quillmarsh::service {
 const char* const CommandLine::usage =
     "Usage: quillmarsh-service [--config FILE] [--address ADDRESS] [--port PORT] [--check]\n"
     "\n"
-    "Rewrites text for Quillmarsh. Without a configuration it listens on 127.0.0.1:8787, works offline and "
-    "keeps\n"
-    "its counters in ~/.local/state/quillmarsh-service.\n"
+    "Rewrites text for Quillmarsh. Without a configuration it listens on 127.0.0.1:8787,\n"
+    "works offline and keeps its counters in ~/.local/state/quillmarsh-service.\n"
     "\n"
     "  --config FILE      read FILE (INI)\n"
     "  --address ADDRESS  listen on this address\n"

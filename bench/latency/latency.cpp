@@ -1,9 +1,7 @@
 // The end-to-end latency harness: an X client that has the focus, presses the product's shortcut on the
 // physical keyboard, copies when it is told to, and notes when each thing happens. Prints one JSON object.
-//   latency RUNS [COMMAND]   with COMMAND: it is started in place of the key press (a script that does the
-//   same)
-// The loopback back end listens on 127.0.0.1:8799 and closes each connection, so that every run needs a new
-// one.
+//   latency RUNS [COMMAND]   with COMMAND: it (a script that does the same) is started in place of the press
+// The loopback back end listens on 127.0.0.1:8799 and closes each connection: every run needs a new one.
 #include <X11/XKBlib.h>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>

@@ -11,8 +11,8 @@ namespace quillmarsh::service {
 struct ConnectionLimits
 {
     std::chrono::milliseconds request{10'000}; ///< from the first byte of a request to its last
-    std::chrono::milliseconds answer{
-        30'000}; ///< for the whole answer; a long one gets a second more per 16 KiB
+    /// For the whole answer; a long one gets a second more per 16 KiB.
+    std::chrono::milliseconds answer{30'000};
     std::chrono::milliseconds idle{15'000}; ///< between two requests of a kept-alive connection
     int requests = 1000;                    ///< answered before the connection is closed
 };

@@ -36,8 +36,7 @@ const std::map<Intent, WordSet>& tellTales()
 }
 
 /// Words that add nothing to the wish. A word that is neither here nor a tell-tale may change what is asked
-/// for
-/// ("… and translate it"), so an instruction that holds one is not recognised.
+/// for ("… and translate it"), so an instruction that holds one is not recognised.
 const WordSet& neutral()
 {
     static const WordSet words = setOf(

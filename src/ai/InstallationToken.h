@@ -27,8 +27,8 @@ private:
     static Task<QString> loadOrCreate(SecItems* items);
 
     SecItems* items_;
-    std::shared_ptr<QPromise<QString>>
-        token_; ///< once asked for; whoever asks meanwhile waits with the first
+    /// Once asked for; whoever asks meanwhile waits with the first.
+    std::shared_ptr<QPromise<QString>> token_;
 };
 
 } // namespace quillmarsh
