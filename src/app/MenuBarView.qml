@@ -130,6 +130,7 @@ FocusScope {
         height: Math.max(0, contentHeight - Math.max(0, root.implicitHeight - root.height))
         spacing: 0
         ground: AppDesign.surface
+        gutter: interactive ? 8 : 0
 
         Repeater {
             id: actions
@@ -141,7 +142,7 @@ FocusScope {
                 required property var modelData
                 required property int index
 
-                width: list.width
+                width: list.width - list.gutter
                 text: modelData.name
                 icon: modelData.icon
                 shortcut: modelData.shortcut

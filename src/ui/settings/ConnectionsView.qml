@@ -9,6 +9,7 @@ AppScrollView {
     readonly property var connections: models.connections
 
     padding: 32
+    topPadding: 24
     spacing: 16
 
     Column {

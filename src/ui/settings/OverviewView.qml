@@ -9,6 +9,7 @@ AppScrollView {
     readonly property var overview: models.overview
 
     padding: 32
+    topPadding: 24
     spacing: 16
 
     Row {

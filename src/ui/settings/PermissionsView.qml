@@ -10,6 +10,7 @@ AppScrollView {
     readonly property bool isMissing: permissions.waitingText !== ""
 
     padding: 32
+    topPadding: 24
     spacing: 16
     Component.onCompleted: permissions.markSeen()
 

@@ -45,7 +45,7 @@ Rectangle {
             setSource(files[view.models.sections.index] + ".qml", { models: view.models })
         }
 
-        anchors { left: sidebar.right; right: parent.right; top: header.bottom; topMargin: -8; bottom: parent.bottom }
+        anchors { left: sidebar.right; right: parent.right; top: header.bottom; bottom: parent.bottom }
         // The first one is there with the window; the others are made in slices, so that nothing stutters.
         Component.onCompleted: {
             show()

@@ -12,6 +12,7 @@ Item {
         id: page
         anchors { left: parent.left; right: parent.right; top: parent.top; bottom: bar.top }
         padding: 32
+        topPadding: 24
 
         Loader {
             id: content

@@ -86,6 +86,8 @@ Pressable {
         AppTextLine {
             width: parent.width
             text: row.name
+            wrapMode: Text.Wrap
+            maximumLineCount: 2
             weight: Font.Medium
             horizontalAlignment: Text.AlignLeft // beside its symbol, whichever way it reads
         }

@@ -17,7 +17,7 @@ Item {
     AppButton {
         id: create
         objectName: "newAction"
-        anchors { right: parent.right; rightMargin: 32; top: parent.top; topMargin: 32 }
+        anchors { right: parent.right; rightMargin: 32; top: parent.top; topMargin: 24 }
         kind: "primary"
         icon: "plus"
         text: "New action"
@@ -62,7 +62,8 @@ Item {
         id: list
         objectName: "actionList"
 
-        anchors { left: parent.left; right: parent.right; top: create.bottom; topMargin: 16; bottom: parent.bottom }
+        anchors { left: parent.left; right: parent.right; top: create.bottom; topMargin: 10; bottom: parent.bottom }
+        topMargin: 6 // for the ring around the first row
         leftMargin: 32
         rightMargin: 32
         bottomMargin: 32
@@ -89,12 +90,12 @@ Item {
             onReached: {
                 list.currentIndex = index
                 list.positionViewAtIndex(index, ListView.Contain)
-                fade.reveal(y, height)
+                frame.reveal(y, height)
             }
         }
     }
-    ScrollFade {
-        id: fade
+    ScrollFrame {
+        id: frame
         anchors.fill: list
         view: list
     }
