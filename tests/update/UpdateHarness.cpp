@@ -145,6 +145,11 @@ QStringList UpdateHarness::report() const
     return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
+bool UpdateHarness::awaitReport(const QString& line) const
+{
+    return QTest::qWaitFor([&] { return report().contains(line); }, 60'000);
+}
+
 QString UpdateHarness::whatStarts()
 {
     setPrefix({});

@@ -49,6 +49,8 @@ public:
     QStringList run(const QString& bundle, const char* mode = "update");
     void start(QProcess& process, const QString& bundle, const char* mode);
     [[nodiscard]] QStringList report() const;
+    /// Waits for a line of a program that was just started, which takes a busy machine its time.
+    [[nodiscard]] bool awaitReport(const QString& line) const;
     /// What starts from the installed place, and with which setting: "started 1.0 yes".
     [[nodiscard]] QString whatStarts();
 
