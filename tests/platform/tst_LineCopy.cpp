@@ -12,15 +12,19 @@ namespace {
 
 const QByteArray line = "the line of the cursor\n";
 
+QString note(const char* isFromEmptySelection)
+{
+    return QStringLiteral(
+               R"({"version":1,"id":"1","isFromEmptySelection":%1,"multicursorText":null,"mode":null})")
+        .arg(QLatin1String(isFromEmptySelection));
+}
+
 /// What a browser adds for a page that says whether something was selected.
 QByteArray envelope(const char* isFromEmptySelection)
 {
-    const QString note =
-        QStringLiteral(
-            R"({"version":1,"id":"1","isFromEmptySelection":%1,"multicursorText":null,"mode":null})")
-            .arg(QLatin1String(isFromEmptySelection));
+    const QString text = note(isFromEmptySelection);
     return "vscode-editor-data" +
-           QByteArray(static_cast<const char*>(static_cast<const void*>(note.utf16())), note.size() * 2);
+           QByteArray(static_cast<const char*>(static_cast<const void*>(text.utf16())), text.size() * 2);
 }
 
 } // namespace
@@ -134,11 +138,17 @@ private slots:
         QTest::addColumn<QByteArray>("target");
         QTest::addColumn<QByteArray>("note");
         QTest::addColumn<bool>("selected");
-        for (const char* target : {"chromium/x-web-custom-data", "application/x-moz-custom-clipdata"}) {
+        const char* const webKit = "org.webkitgtk.WebKit.custom-pasteboard-data";
+        for (const char* target :
+             {"chromium/x-web-custom-data", "application/x-moz-custom-clipdata", webKit}) {
             QTest::addRow("nothing selected, %s", target) << QByteArray(target) << envelope("true") << false;
             QTest::addRow("selected, %s", target) << QByteArray(target) << envelope("false") << true;
             QTest::addRow("something else, %s", target) << QByteArray(target) << QByteArray("words") << true;
         }
+        QTest::newRow("nothing selected, in Latin-1")
+            << QByteArray(webKit) << "\1vscode-editor-data" + note("true").toLatin1() << false;
+        QTest::newRow("selected, in Latin-1")
+            << QByteArray(webKit) << "\1vscode-editor-data" + note("false").toLatin1() << true;
     }
     void theNoteBesideTheTextTells()
     {

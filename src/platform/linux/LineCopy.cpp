@@ -26,12 +26,14 @@ bool isKTextEditor(const XWindows& windows, xcb_window_t window)
     });
 }
 
-/// Browsers keep what a page adds to a copy in an envelope of their own, in UTF-16 (measured).
+/// Browsers keep what a page adds to a copy in an envelope of their own: in UTF-16, WebKitGTK in Latin-1
+/// where that is enough (measured).
 bool holdsNote(const QByteArray& envelope)
 {
     const QString note = QStringLiteral("\"isFromEmptySelection\":true");
-    return envelope.contains(QByteArray(static_cast<const char*>(static_cast<const void*>(note.utf16())),
-                                        note.size() * qsizetype(sizeof(char16_t))));
+    const QByteArray wide(static_cast<const char*>(static_cast<const void*>(note.utf16())),
+                          note.size() * qsizetype(sizeof(char16_t)));
+    return envelope.contains(wide) || envelope.contains(note.toLatin1());
 }
 
 } // namespace
@@ -56,7 +58,8 @@ SelectionQuestion questionAbout(const QString& line, LineWitness witness)
     if (witness == LineWitness::PrimarySelection)
         return {"PRIMARY", {"UTF8_STRING"}, witnessLimit, line.toUtf8().size()};
     return {"CLIPBOARD",
-            {"chromium/x-web-custom-data", "application/x-moz-custom-clipdata"},
+            {"chromium/x-web-custom-data", "application/x-moz-custom-clipdata",
+             "org.webkitgtk.WebKit.custom-pasteboard-data"},
             witnessLimit,
             longestNote};
 }
