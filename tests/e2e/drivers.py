@@ -4,6 +4,7 @@ import html
 import http.server
 import os
 import pathlib
+import sys
 import tempfile
 import threading
 import time
@@ -14,7 +15,7 @@ from harness import wait_until
 from matrix import MINE
 
 PAGE = """<!doctype html><meta charset="utf-8"><title>Matrix page</title>
-<style>textarea, [contenteditable] {{ width: 90%; height: 15em; white-space: pre-wrap; display: block }}</style>
+<style>textarea, [contenteditable] {{ width: 90%; height: 20em; white-space: pre-wrap; display: block }}</style>
 {field}
 <script>
 const field = document.getElementById('field');
@@ -169,6 +170,17 @@ def firefox(keyboard):
     lines = (f'user_pref("{key}", {value});\n' for key, value in preferences.items())
     (profile / "user.js").write_text("".join(lines))
     return Browser("Firefox ESR", ["firefox-esr", "--no-remote", "--profile", str(profile)], keyboard)
+
+
+def webkit(keyboard):
+    return Browser("WebKitGTK", [sys.executable, str(matrix.APPLICATIONS / "webkit-page.py")], keyboard)
+
+
+def falkon(keyboard):
+    # As for Chromium, whose engine it has.
+    environment = {"QTWEBENGINE_DISABLE_SANDBOX": "1", "QTWEBENGINE_CHROMIUM_FLAGS": "--proxy-server=127.0.0.1:9"}
+    command = ["env", *(f"{name}={value}" for name, value in environment.items()), "falkon", "--no-remote"]
+    return Browser("Falkon", [*command, "--private-browsing"], keyboard)
 
 
 WRITER_DOCUMENT = """<?xml version="1.0" encoding="UTF-8"?>

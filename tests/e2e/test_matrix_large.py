@@ -13,7 +13,7 @@ from matrix import DOCUMENT, FIRST, LAST, MIDDLE, NOTHING, REPLACED, SECRET
 class Browsers(matrix.MatrixTest):
     @classmethod
     def setUpClass(cls):
-        matrix.require("chromium", "firefox-esr", "xclip", "xdotool")
+        matrix.require("chromium", "firefox-esr", "gir1.2-webkit2-4.1", "falkon", "xclip", "xdotool")
         super().setUpClass()
 
     def check_browser(self, name, open_browser):
@@ -30,6 +30,12 @@ class Browsers(matrix.MatrixTest):
 
     def test_firefox(self):
         self.check_browser("Firefox ESR", drivers.firefox)
+
+    def test_webkit(self):
+        self.check_browser("WebKitGTK", drivers.webkit)
+
+    def test_qt_web_engine(self):
+        self.check_browser("Falkon (Qt WebEngine)", drivers.falkon)
 
 
 class CodeEditors(matrix.MatrixTest):
