@@ -1,7 +1,7 @@
 pragma Singleton
 import QtQuick
 
-// The panel's colours: those of the product's windows.
+// The panel's colours: those of the product's windows, and the red of a failure, which the panel alone has.
 QtObject {
     readonly property color surface: "#ffffff"
     readonly property color ink: "#24272e"
