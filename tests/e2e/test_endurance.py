@@ -44,9 +44,7 @@ class EnduranceTest(matrix.MatrixTest):
             answer = f"answer {number} 👍🏽"
             self.back_end.requests.clear()
             self.back_end.answer = lambda text, answer=answer: (200, {"text": answer})
-            self.keyboard.chord("Control_L Home")
-            self.keyboard.chord("Down")
-            self.keyboard.chord("Shift_L End")
+            editor.select("Control_L Home", "Down", "Shift_L End")
             self.rewrite()
             self.expect_request(selection)
             self.expect_completed()
