@@ -116,7 +116,7 @@ class MatrixTest(harness.RunningProduct):
         self.panel.wait_until_gone()
 
     def expect_request(self, text):
-        self.back_end.expect_request()
+        wait_until(lambda: self.back_end.requests, lambda: f"the request\n{self.product.log_text()[-2000:]}")
         self.assertEqual(self.back_end.texts, [text])
 
     def expect_pasted(self, answer):
