@@ -222,8 +222,14 @@ private:
         if (symbol == 'c')
             XSetSelectionOwner(display_, clipboard_, window_, press.time);
         else if (symbol == 'v')
-            marks.pasted = Clock::now();
+            paste(press.time);
         XFlush(display_);
+    }
+
+    void paste(Time time)
+    {
+        marks.pasted = Clock::now();
+        XConvertSelection(display_, clipboard_, utf8_, utf8_, window_, time);
     }
 
     void answer(XSelectionRequestEvent& request)

@@ -22,6 +22,9 @@ public:
     /// Clears the clipboard and puts `text` on it as plain text. True when the clipboard verifiably is ours
     /// afterwards; false (logged) when another program kept it.
     virtual Task<bool> setString(QString text) = 0;
+    /// Whether the application took our text after it was told to paste: false after a second in which nobody
+    /// asked for it, as where the text cannot be changed. True where the platform cannot tell.
+    virtual Task<bool> wasRead() = 0;
     /// Hands what we own to a clipboard manager before the process ends, waiting half a second at most.
     virtual Task<> persist() = 0;
 };

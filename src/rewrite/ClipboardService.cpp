@@ -65,8 +65,11 @@ void ClipboardService::preparePaste() const
 
 Task<bool> ClipboardService::paste() const
 {
+    Pasteboard* pasteboard = pasteboard_;
     const auto posted = co_await keys_->post(VirtualKey::v, ModifierFlags::command);
-    co_return posted.has_value();
+    if (!posted)
+        co_return false;
+    co_return co_await pasteboard->wasRead();
 }
 
 } // namespace quillmarsh

@@ -29,7 +29,7 @@ public:
     Task<qint64> changeCount() const;
     /// Announces a paste, some ten milliseconds ahead.
     void preparePaste() const;
-    /// Makes the front application paste; false when nothing was posted.
+    /// Makes the front application paste; false when nothing was posted, or nobody took the text.
     Task<bool> paste() const;
 
 private:

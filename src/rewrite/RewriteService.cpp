@@ -254,7 +254,7 @@ Task<> RewriteService::pasteResult(std::optional<RunningApplication> target, QSt
         throw clipboardTaken();
     bool pasted = false;
     if (environment_.accessibilityCheck() && targetHolds(target))
-        pasted = co_await stage(self, clipboardService_.paste());
+        pasted = co_await stage(self, orStopped(clipboardService_.paste(), stop));
     if (pasted)
         complete(QStringLiteral("Text rewritten"), nameOf(target));
     else

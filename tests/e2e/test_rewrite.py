@@ -153,6 +153,16 @@ class RewriteTest(harness.RunningProduct):
         self.editor.settle()
         self.assertEqual((self.editor.text(), beside.read_text()), ("one two", "precious words"))
 
+    def test_text_that_can_only_be_read(self):
+        field = [harness.BUILD / "bin" / "text-field", "{file}", "--read-only"]
+        self.editor = harness.Editor(field, "Text field", "one two", self.keyboard)
+        self.editor.select_all()
+        self.panel.hold()
+        self.rewrite()
+        self.panel.expect("Copied to clipboard")
+        self.assertEqual(harness.clipboard(), "ONE TWO")
+        self.assertEqual(self.editor.text(), "one two")
+
     def test_application_changes_while_waiting(self):
         first = harness.text_field("one two", self.keyboard)
         with contextlib.closing(first):

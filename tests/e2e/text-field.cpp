@@ -1,6 +1,10 @@
-// A plain Qt 6 text field for the end-to-end tests: text-field TEXTFILE [KEYLOG | --password | --beside FILE]
-// It starts with the file's text, writes the file anew at every change, and appends each key press it
-// receives to the key log. Beside it, another field in a window of its own may hold FILE, all of it selected.
+// A plain Qt 6 text field for the end-to-end tests. It starts with the file's text and writes the file anew
+// at every change.
+//   text-field TEXTFILE KEYLOG          appends each key press that it receives to the key log
+//   text-field TEXTFILE --password
+//   text-field TEXTFILE --read-only
+//   text-field TEXTFILE --beside FILE   in another window is a field with the text of FILE, all of it
+//   selected
 #include <QApplication>
 #include <QFile>
 #include <QKeyEvent>
@@ -60,11 +64,12 @@ int showPassword(const QString& path, const QString& text)
     return show(field);
 }
 
-int showEditor(const QString& path, const QString& text, const QString& keyLog)
+int showEditor(const QString& path, const QString& text, const QString& keyLog, bool isReadOnly = false)
 {
     QPlainTextEdit editor(text);
     QObject::connect(&editor, &QPlainTextEdit::textChanged, &editor,
                      [&] { write(path, editor.toPlainText().toUtf8(), QIODevice::Truncate); });
+    editor.setReadOnly(isReadOnly);
     KeyLog log(keyLog);
     if (!keyLog.isEmpty())
         editor.installEventFilter(&log);
@@ -91,6 +96,8 @@ int main(int argc, char* argv[])
     const QString text = read(path);
     if (option == QLatin1String("--password"))
         return showPassword(path, text);
+    if (option == QLatin1String("--read-only"))
+        return showEditor(path, text, {}, true);
     if (option == QLatin1String("--beside"))
         return showTwo(path, text, QApplication::arguments().value(3));
     return showEditor(path, text, option);

@@ -412,6 +412,34 @@ private slots:
         QVERIFY(rival.isOwner());
     }
 
+    void aPasteIsToldByWhoAsksForTheText()
+    {
+        ClipboardPeer target, manager;
+        target.comeToFront("editor");
+        XKeyPoster poster(worker_);
+        const auto paste = [&] {
+            return runTask(poster.post(VirtualKey::v, ModifierFlags::command)).has_value();
+        };
+        QVERIFY(set(QStringLiteral("ours")));
+        std::ignore = manager.request("UTF8_STRING"); // before the paste: it keeps every text
+        QVERIFY(paste());
+        QVERIFY(!runTask(pasteboard_->wasRead()));
+        QVERIFY(set(QStringLiteral("ours")));
+        QVERIFY(paste());
+        Task<bool> read = pasteboard_->wasRead();
+        std::ignore = target.request("UTF8_STRING");
+        QVERIFY(runTask(std::move(read)));
+        QVERIFY(set(QStringLiteral("another")));
+        std::ignore = target.request("UTF8_STRING"); // reads ahead
+        QVERIFY(paste());
+        QVERIFY(runTask(pasteboard_->wasRead()));
+        QVERIFY(set(QStringLiteral("the next")));
+        QVERIFY(paste());
+        read = pasteboard_->wasRead();
+        awaitNextConnection(*worker_, *target.connection()); // answers what is open
+        QVERIFY(!runTask(std::move(read)));
+    }
+
     void theClipboardIsHeldUntilTheTargetAsked()
     {
         TargetWindow target;

@@ -346,6 +346,15 @@ private slots:
         QCOMPARE(fixture_->settings.completedRewriteCount(), 0);
     }
 
+    void aTextThatNobodyTookIsLeftOnTheClipboard()
+    {
+        fixture_->platform.pasteboard->isPastable = false; // a page that can only be read
+        rewrite();
+        QVERIFY(fixture_->pasted());
+        expectSuccess("Copied to clipboard", "Paste it when you’re ready.");
+        QCOMPARE(fixture_->platform.pasteboard->text, std::optional(QStringLiteral("SOME TEXT")));
+    }
+
     void anAnswerOfNothingIsAFailure_data()
     {
         QTest::addColumn<QString>("answer");

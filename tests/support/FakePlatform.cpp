@@ -105,6 +105,11 @@ Task<bool> FakePasteboard::setString(QString newText)
     co_return ownable;
 }
 
+Task<bool> FakePasteboard::wasRead()
+{
+    co_return isPastable;
+}
+
 Task<> FakePasteboard::persist()
 {
     ++persists;

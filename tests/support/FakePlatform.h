@@ -88,6 +88,7 @@ public:
     std::optional<QString> text;
     std::vector<QString> sets; ///< every text put by setString, kept or not
     bool ownable = true;       ///< false: another program keeps the clipboard
+    bool isPastable = true;    ///< false: the application in front asks for nothing when it is told to paste
     std::chrono::milliseconds readDelay{0};
     int reads = 0;
     int persists = 0;
@@ -99,6 +100,7 @@ public:
     Task<qint64> changeCount() override;
     Task<std::optional<QString>> string() override;
     Task<bool> setString(QString newText) override;
+    Task<bool> wasRead() override;
     Task<> persist() override;
 };
 

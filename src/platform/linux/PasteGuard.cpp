@@ -4,6 +4,8 @@
 #include "platform/linux/XConnection.h"
 #include "platform/linux/XWindows.h"
 
+#include <utility>
+
 namespace quillmarsh {
 
 namespace {
@@ -17,17 +19,30 @@ constexpr int mostReclaims = 20;
 
 } // namespace
 
+PasteGuard::PasteGuard(XConnection& connection) : connection_(connection)
+{
+    readLimit_.setSingleShot(true);
+    readLimit_.setInterval(static_cast<int>(requestLimitMs));
+    QObject::connect(&readLimit_, &QTimer::timeout, &readLimit_, [this] { answerRead(false); });
+}
+
+PasteGuard::~PasteGuard()
+{
+    answerRead(false);
+}
+
 void PasteGuard::textPlaced()
 {
+    forget();
     sincePlaced_.start();
-    sincePaste_.invalidate();
-    takenByUser_ = false;
 }
 
 void PasteGuard::pasteBegins(xcb_window_t target)
 {
     target_ = XWindows(connection_).clientOf(target);
     reclaims_ = 0;
+    isPasting_ = true;
+    isRead_ = readers_.contains(target_);
     sincePaste_.start();
 }
 
@@ -35,12 +50,36 @@ void PasteGuard::forget()
 {
     sincePlaced_.invalidate();
     sincePaste_.invalidate();
-    takenByUser_ = false;
+    takenByUser_ = isPasting_ = isRead_ = false;
+    readers_.clear();
+    answerRead(false);
+}
+
+void PasteGuard::tellWhetherRead(std::function<void(bool)> reply)
+{
+    answerRead(false);
+    whenRead_ = std::move(reply);
+    if (isRead_ || !isPasting_)
+        answerRead(isRead_);
+    else
+        readLimit_.start();
+}
+
+void PasteGuard::answerRead(bool isRead)
+{
+    readLimit_.stop();
+    if (const auto reply = std::exchange(whenRead_, nullptr))
+        reply(isRead);
 }
 
 void PasteGuard::textRequested(xcb_window_t requestor)
 {
-    if (!sincePaste_.isValid() || XWindows(connection_).clientOf(requestor) != target_)
+    const uint32_t reader = XWindows(connection_).clientOf(requestor);
+    readers_.insert(reader);
+    isRead_ = isPasting_;
+    if (isRead_)
+        answerRead(true);
+    if (!sincePaste_.isValid() || reader != target_)
         return;
     qCDebug(lcQuillmarsh, "The application asked for the text after %lld ms", sincePaste_.elapsed());
     sincePaste_.invalidate();
@@ -64,11 +103,6 @@ bool PasteGuard::isTakenByUser() const
 bool PasteGuard::isDue() const
 {
     return sincePlaced_.isValid() && sincePlaced_.elapsed() <= pasteIsDueMs;
-}
-
-bool PasteGuard::isOverdue() const
-{
-    return sincePlaced_.isValid() && !isDue();
 }
 
 bool PasteGuard::mayReclaim()

@@ -3,6 +3,10 @@
 #include "platform/linux/Xcb.h"
 
 #include <QElapsedTimer>
+#include <QTimer>
+
+#include <functional>
+#include <set>
 
 namespace quillmarsh {
 
@@ -14,7 +18,10 @@ class XConnection;
 class PasteGuard final
 {
 public:
-    explicit PasteGuard(XConnection& connection) : connection_(connection) {}
+    explicit PasteGuard(XConnection& connection);
+    ~PasteGuard();
+    PasteGuard(const PasteGuard&) = delete;
+    PasteGuard& operator=(const PasteGuard&) = delete;
 
     /// A text was put on the clipboard, to be pasted.
     void textPlaced();
@@ -25,11 +32,14 @@ public:
     void forget();
     void textRequested(xcb_window_t requestor);
     void clipboardTaken(xcb_window_t owner);
+    /// Tells whether anybody has asked for the text since its paste began, or the target before that (some
+    /// read ahead): as soon as it is known, after a second at most. Nobody pastes without asking.
+    void tellWhetherRead(std::function<void(bool)> reply);
 
-    /// Whether the text placed last is still about to be pasted.
+    /// Whether there is a text to be pasted.
+    [[nodiscard]] bool isPlaced() const { return sincePlaced_.isValid(); }
+    /// The same, and so little time has gone by that it may be claimed back.
     [[nodiscard]] bool isDue() const;
-    /// Whether too much time has gone by for the text placed last to be claimed back.
-    [[nodiscard]] bool isOverdue() const;
     /// Whether the user copied something himself since it was placed.
     [[nodiscard]] bool isTakenByUser() const;
     /// Whether the clipboard may be claimed back during this paste, once more. Ends the guard after the
@@ -38,6 +48,7 @@ public:
 
 private:
     [[nodiscard]] uint32_t frontClient() const;
+    void answerRead(bool isRead);
 
     XConnection& connection_;
     QElapsedTimer sincePlaced_;
@@ -45,6 +56,11 @@ private:
     uint32_t target_ = 0;      ///< the X client that is pasted into
     int reclaims_ = 0;
     bool takenByUser_ = false;
+    bool isPasting_ = false;     ///< since the paste of the text placed last began
+    std::set<uint32_t> readers_; ///< X clients that have asked for the text placed last
+    bool isRead_ = false;
+    std::function<void(bool)> whenRead_;
+    QTimer readLimit_;
 };
 
 } // namespace quillmarsh

@@ -107,16 +107,12 @@ std::optional<QByteArray> SelectionOwner::ownText() const
 bool SelectionOwner::secureForPaste(xcb_window_t target)
 {
     connection_.synchronize();
-    if (guard_.isOverdue())
-        return owning_;
-    if (!guard_.isDue())
-        return true; // nothing of ours is to be pasted
-    if (!owning_ && guard_.isTakenByUser())
+    if (!guard_.isPlaced())
+        return true;
+    if (!owning_ && (!guard_.isDue() || guard_.isTakenByUser()))
         return false;
     guard_.pasteBegins(target);
-    if (owning_)
-        return true;
-    return claim();
+    return owning_ || claim();
 }
 
 void SelectionOwner::reclaim()

@@ -35,10 +35,12 @@ public:
     [[nodiscard]] std::optional<QByteArray> ownText() const;
     /// Makes sure that what is pasted into `target` now is the text that own() put there a moment ago: claims
     /// it back from a program that took it meanwhile or takes it before the target asks. False when that
-    /// program keeps it, or the user copied it. True when no text of ours is due.
+    /// program keeps it, or the user copied it, or it took it long ago. True when no text of ours was placed.
     [[nodiscard]] bool secureForPaste(xcb_window_t target);
     /// A selection is about to be copied: our last text has no claim to the clipboard any more.
     void copyBegins() { guard_.forget(); }
+    /// Whether the text was read where secureForPaste() was told that it would be pasted; see PasteGuard.
+    void tellWhetherRead(std::function<void(bool)> reply) { guard_.tellWhetherRead(std::move(reply)); }
     /// Asks a clipboard manager to keep the text; `done` runs once, after half a second at most.
     void persist(std::function<void()> done);
 

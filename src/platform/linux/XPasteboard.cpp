@@ -38,6 +38,15 @@ Task<bool> XPasteboard::setString(QString text)
     co_return co_await answer;
 }
 
+Task<bool> XPasteboard::wasRead()
+{
+    if (!worker_)
+        co_return false;
+    WorkerAnswer<bool> answer(
+        *worker_, [](XWorker::Parts& parts, const auto& reply) { parts.owner->tellWhetherRead(reply); });
+    co_return co_await answer;
+}
+
 Task<> XPasteboard::persist()
 {
     if (!worker_)

@@ -17,6 +17,7 @@ public:
     Task<qint64> changeCount() override;
     Task<std::optional<QString>> string() override;
     Task<bool> setString(QString text) override;
+    Task<bool> wasRead() override;
     Task<> persist() override;
 
 private:
