@@ -3,8 +3,7 @@
 //   text-field TEXTFILE KEYLOG          appends each key press that it receives to the key log
 //   text-field TEXTFILE --password
 //   text-field TEXTFILE --read-only
-//   text-field TEXTFILE --beside FILE   in another window is a field with the text of FILE, all of it
-//   selected
+//   text-field TEXTFILE --beside FILE   in another window is a field with FILE's text, all of it selected
 #include <QApplication>
 #include <QFile>
 #include <QKeyEvent>
