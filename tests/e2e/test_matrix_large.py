@@ -2,11 +2,13 @@
 
 import contextlib
 import os
+import pathlib
 import unittest
 
 import drivers
 import harness
 import matrix
+from harness import wait_until
 from matrix import DOCUMENT, FIRST, LAST, MIDDLE, NOTHING, REPLACED, SECRET
 
 
@@ -41,13 +43,26 @@ class Browsers(matrix.MatrixTest):
 class CodeEditors(matrix.MatrixTest):
     @classmethod
     def setUpClass(cls):
-        matrix.require("kate", "vim-gtk3", "xclip")
+        matrix.require("kate", "konsole-kpart", "vim-gtk3", "xclip")
         super().setUpClass()
 
     def test_kate(self):
         name = "Kate"
         self.check_editor(name, lambda text: matrix.open_editor(name, text, self.keyboard),
                           check_nothing=self.check_unselected_line)
+
+    def test_kate_with_its_terminal_open(self):
+        """Control-C would interrupt in its terminal. What tells it from one is its desktop entry."""
+
+        def open_editor(text):
+            editor = matrix.open_editor("Kate", text, self.keyboard)
+            editor.select("F4")
+            files = pathlib.Path(f"/proc/{editor.process.pid}/fd")
+            wait_until(lambda: any(os.path.realpath(file).endswith("ptmx") for file in files.iterdir()), "its terminal")
+            editor.settle()
+            return editor
+
+        self.check_mouse("Kate with its terminal open", open_editor)
 
     def test_gvim(self):
         """Control-C would end its mode, and what he types next would be commands: no key is pressed in it."""
