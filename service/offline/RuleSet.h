@@ -24,8 +24,8 @@ namespace quillmarsh::service {
 /// Right side: words; $1, $2 … stand for the matched words, $2-base for the base form of a past one, $2-pp
 /// for its participle, $2-s for its third person, $2-plain without that -s, $2-ing, $2-plural, $2-stem
 /// without what the apostrophe adds, $2're with something added; "-" alone deletes. A comma at the end of the
-/// left side ("however ,") matches a comma and takes it along; to be deleted, such words must begin a sentence
-/// or stand behind a comma.
+/// left side ("however ,") matches a comma and takes it along; to be deleted, such words must begin a
+/// sentence or stand behind a comma.
 /// The first rule that matches at a word wins; the capital of the first word is kept.
 class RuleSet final
 {
