@@ -183,8 +183,10 @@ class Clipboards(matrix.MatrixTest):
         outcomes = set()
         with contextlib.closing(matrix.open_editor(name, TEXT, self.keyboard)) as editor:
             for number in range(4):
-                before, answer = editor.text().strip(), f"{TEXT} {number}"  # some end the file with a line break
-                self.rewrite_all(editor, answer)
+                document = editor.text()
+                before, answer = document.strip(), f"{TEXT} {number}"
+                end = "\n" if document.endswith("\n") else ""  # some end the file with a line break, and select it
+                self.rewrite_all(editor, answer + end)
                 time.sleep(1.2)  # the slowest has mirrored this answer before the next selection, which it would end
                 text = editor.text().strip()
                 self.assertIn(text, (before, answer))
