@@ -233,8 +233,14 @@ class MatrixTest(harness.RunningProduct):
     def check_editor(self, name, open_editor, check_nothing=None, **options):
         """The cases every editor has to pass, each in a fresh one."""
         check_nothing = check_nothing or self.check_nothing
-        checks = [(self.check_replaced, options), (self.check_mouse, {}), (self.check_line_break, {}),
-                  (check_nothing, {})]
+        self.check_each([(self.check_replaced, options), (self.check_mouse, {}), (self.check_line_break, {}),
+                         (check_nothing, {})], name, open_editor)
+
+    def check_editor_without_unicode(self, name, open_editor):
+        self.check_each([(self.check_mouse, {}), (self.check_line_break, {}), (self.check_nothing, {})], name,
+                        open_editor)
+
+    def check_each(self, checks, name, open_editor):
         for check, arguments in checks:
             with self.subTest(check.__name__):
                 self.setUp()
